@@ -1,0 +1,66 @@
+# Prints the violations of the layers in the files given; what they are is told in scripts/check-layers.
+BEGIN {
+    count = split("Foundation Process ImageIO Inspection History Engine Scheduling", folders)
+    for (i = 1; i <= count; i++) place[folders[i]] = i
+}
+
+function violation(words) { printf "%s:%d: %s\n", FILENAME, FNR, words }
+
+# The folder of CompressionKit that the file is in, or nothing.
+function home(   parts) {
+    return split(FILENAME, parts, "/") > 2 && parts[1] == "CompressionKit" ? parts[2] : ""
+}
+
+function check_folder(header, here,   there) {
+    there = header
+    sub(/\/.*/, "", there)
+    if (header ~ /(^|\/)\.\.?\//) violation("an include names a file by its folder, not by a way to it")
+    else if (!(there in place)) {
+        if (there ~ /^(Tarnwick|TarnwickCommand|TarnwickBackground|TarnwickFinderSync|Model|Desktop|Views|Tests|Support)$/)
+            violation(here " does not know " there)
+    }
+    else if (place[there] > place[here]) violation(here " stands above " there " and does not know it")
+    else if (here == "Scheduling" && there == "Engine") violation("Scheduling and Engine do not know each other")
+}
+
+function check_library(header, here) {
+    if (header ~ /^(png|pngconf|jpeglib|jerror|jmorecfg|turbojpeg|gif_lib|lcms2|lcms2_plugin|pixman)\.h$/ ||
+        header ~ /^(libpng|libheif|libexif|pixman-1)/)
+        if (here != "ImageIO") violation("image libraries are used in ImageIO only: " header)
+    if (header ~ /^openssl\// && here != "Foundation") violation("OpenSSL is used in Foundation only")
+    if (header == "spawn.h" && here != "Process") violation("processes are started in Process only")
+    if (header ~ /^Q/ && FILENAME ~ /^CompressionKit\//) violation("CompressionKit knows no Qt: " header)
+}
+
+FNR == 1 {
+    comment = 0
+    if (home() != "" && !(home() in place)) violation(home() " has no place among the folders of CompressionKit")
+}
+FILENAME ~ /CMakeLists\.txt$/ {
+    sub(/#.*/, "")
+    if (FILENAME ~ /^CompressionKit\// && /Qt[0-9]*::|find_package\( *Qt/) violation("CompressionKit knows no Qt")
+    next
+}
+{
+    if (comment && !sub(/^.*\*\//, "")) next
+    comment = 0
+    gsub(/\/\*[^*]*\*\//, "")
+    sub(/(^|[^:])\/\/.*/, "")
+    if (sub(/\/\*.*/, "")) comment = 1
+}
+/^[ \t]*#[ \t]*include/ {
+    header = $0
+    sub(/^[^"<]*["<]/, "", header)
+    sub(/[">].*/, "", header)
+    if (home() in place) {
+        check_folder(header, home())
+        if ($0 ~ /"/ && header !~ /\//) violation("an include names the folder: \"" home() "/" header "\"")
+    }
+    if (FILENAME ~ /^TarnwickCommand\// && header ~ /^(Tarnwick|Model|Desktop|Views|\.\.\/Tarnwick)\//)
+        violation("TarnwickCommand does not know Tarnwick")
+    check_library(header, home())
+    next
+}
+/(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
+    if (home() != "Process") violation("processes are started in Process only")
+}
