@@ -1,0 +1,48 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace tarnwick {
+
+/// Every failure that the compression library words itself. File-system failures that it has no wording for
+/// are thrown as FileSystemError beside it.
+class CompressionError : public std::exception {
+public:
+    enum class Case {
+        toolMissing,
+        toolFailed,
+        fileOperation,
+        invalidImage,
+        formatMismatch,
+        changedDuringCompression,
+        validationFailed,
+        unsafeRestore,
+    };
+
+    static CompressionError toolMissing(const std::string& tool);
+    static CompressionError toolFailed(const std::string& detail);
+    /// `message` is shown as it stands.
+    static CompressionError fileOperation(std::string message);
+    static CompressionError invalidImage();
+    static CompressionError formatMismatch();
+    static CompressionError changedDuringCompression();
+    static CompressionError validationFailed();
+    static CompressionError unsafeRestore();
+
+    Case errorCase() const noexcept { return case_; }
+    /// The text for the user, UTF-8.
+    const std::string& errorDescription() const noexcept { return description_; }
+    const char* what() const noexcept override { return description_.c_str(); }
+
+private:
+    CompressionError(Case errorCase, std::string description);
+
+    Case case_;
+    std::string description_;
+};
+
+/// The text for the user of any error that leaves the library.
+std::string errorDescription(const std::exception& error);
+
+} // namespace tarnwick

@@ -1,0 +1,126 @@
+#include "Foundation/FileCopy.h"
+
+#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileDescriptor.h"
+#include "Foundation/FileSystemError.h"
+
+#include <acl/libacl.h>
+#include <attr/error_context.h>
+#include <attr/libattr.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::size_t copyStepBytes = 1U << 20U;
+
+/// libattr reports through callbacks; the code alone is enough here, and nothing may reach standard error.
+void ignoreReport(error_context* /*context*/, const char* /*format*/, ...) {}
+const char* plainName(error_context* /*context*/, const char* name) {
+    return name;
+}
+void freeName(error_context* /*context*/, const char* /*name*/) {}
+error_context silentContext = {ignoreReport, plainName, freeName};
+
+int isUserAttribute(const char* name, error_context* /*context*/) {
+    return std::strncmp(name, "user.", 5) == 0 ? 1 : 0;
+}
+
+/// Whether an attribute was refused for what it is, not because something is broken.
+bool isRefusal(int code) {
+    return code == ENOTSUP || code == EPERM || code == EACCES || code == ENOSYS;
+}
+
+struct stat statusOf(const FileDescriptor& file, const URL& url) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        throw FileSystemError("无法读取文件信息", url, errno);
+    }
+    return status;
+}
+
+void copyByReading(const FileDescriptor& in, const URL& source, const FileDescriptor& out,
+                   const URL& destination) {
+    std::vector<std::uint8_t> step(copyStepBytes);
+    while (true) {
+        const ssize_t count = ::read(in.get(), step.data(), step.size());
+        if (count == 0) {
+            return;
+        }
+        if (count > 0) {
+            writeAll(out, std::span(step).first(static_cast<std::size_t>(count)), destination);
+        } else if (errno != EINTR) {
+            throw FileSystemError("无法读取文件", source, errno);
+        }
+    }
+}
+
+void copyBytes(const FileDescriptor& in, const URL& source, const FileDescriptor& out,
+               const URL& destination) {
+    while (true) {
+        const ssize_t count = ::copy_file_range(in.get(), nullptr, out.get(), nullptr, copyStepBytes * 64, 0);
+        if (count > 0) {
+            continue;
+        }
+        if (count < 0 && (errno == ENOSPC || errno == EDQUOT)) {
+            throw FileSystemError("无法写入文件", destination, errno);
+        }
+        // The end, or a pair of file systems that cannot do this: both go on from the current offsets.
+        copyByReading(in, source, out, destination);
+        return;
+    }
+}
+
+void copyOwner(const struct stat& status, const URL& destination) {
+    if (::lchown(destination.c_str(), status.st_uid, status.st_gid) == 0 ||
+        ::lchown(destination.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0) {
+        return;
+    }
+    if (errno != EPERM) {
+        throw FileSystemError("无法设置文件属性", destination, errno);
+    }
+}
+
+} // namespace
+
+void copyFileAttributes(const URL& source, const URL& destination) {
+    const struct stat status = statusOf(openForReading(source), source);
+    copyOwner(status, destination);
+    if (::perm_copy_file(source.c_str(), destination.c_str(), &silentContext) != 0 && !isRefusal(errno)) {
+        throw FileSystemError("无法设置文件属性", destination, errno);
+    }
+    if (::attr_copy_file(source.c_str(), destination.c_str(), isUserAttribute, &silentContext) != 0 &&
+        !isRefusal(errno)) {
+        throw FileSystemError("无法设置文件属性", destination, errno);
+    }
+    const std::array<timespec, 2> times = {status.st_atim, status.st_mtim};
+    if (::utimensat(AT_FDCWD, destination.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) != 0) {
+        throw FileSystemError("无法设置文件属性", destination, errno);
+    }
+}
+
+void copyFile(const URL& source, const URL& destination) {
+    const FileDescriptor in = openForReading(source);
+    // Private until the attributes are known to be right.
+    const FileDescriptor out = createNewFile(destination, 0600);
+    ScopedFile unfinished(destination);
+    copyBytes(in, source, out, destination);
+    if (statusOf(out, destination).st_size != statusOf(in, source).st_size) {
+        throw FileSystemError("无法写入文件", destination, EIO);
+    }
+    copyFileAttributes(source, destination);
+    if (::fsync(out.get()) != 0) {
+        throw FileSystemError("无法写入磁盘", destination, errno);
+    }
+    unfinished.release();
+}
+
+} // namespace tarnwick

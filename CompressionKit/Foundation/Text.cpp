@@ -1,0 +1,130 @@
+#include "Foundation/Text.h"
+
+#include <algorithm>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
+
+struct Sequence {
+    std::size_t length;
+    bool wellFormed;
+};
+
+bool isContinuation(std::string_view bytes, std::size_t index) {
+    return index < bytes.size() && (static_cast<unsigned char>(bytes[index]) & 0xC0U) == 0x80U;
+}
+
+/// The number of bytes that the lead byte announces; 0 when it cannot begin a character.
+std::size_t announcedLength(unsigned char lead) {
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        return 2;
+    }
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        return 3;
+    }
+    return lead >= 0xF0 && lead <= 0xF4 ? 4 : 0;
+}
+
+/// Whether the second byte keeps the character from being overlong, a surrogate or beyond U+10FFFF.
+bool secondByteFits(unsigned char lead, unsigned char second) {
+    switch (lead) {
+    case 0xE0:
+        return second >= 0xA0;
+    case 0xED:
+        return second < 0xA0;
+    case 0xF0:
+        return second >= 0x90;
+    case 0xF4:
+        return second < 0x90;
+    default:
+        return true;
+    }
+}
+
+/// The sequence at `index`: a whole character, or the longest run that could have begun one.
+Sequence sequenceAt(std::string_view bytes, std::size_t index) {
+    const auto lead = static_cast<unsigned char>(bytes[index]);
+    const std::size_t announced = announcedLength(lead);
+    if (announced <= 1) {
+        return {1, announced == 1};
+    }
+    std::size_t length = 1;
+    while (length < announced && isContinuation(bytes, index + length)) {
+        if (length == 1 && !secondByteFits(lead, static_cast<unsigned char>(bytes[index + 1]))) {
+            break;
+        }
+        ++length;
+    }
+    return {length, length == announced};
+}
+
+bool isControl(std::string_view character) {
+    const auto first = static_cast<unsigned char>(character[0]);
+    const bool c1 = first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+    return first < 0x20 || first == 0x7F || c1;
+}
+
+template <typename Keep>
+std::string replacing(std::string_view bytes, Keep keep) {
+    std::string text;
+    text.reserve(bytes.size());
+    for (std::size_t index = 0; index < bytes.size();) {
+        const Sequence sequence = sequenceAt(bytes, index);
+        const std::string_view character = bytes.substr(index, sequence.length);
+        text += sequence.wellFormed && keep(character) ? character : replacementCharacter;
+        index += sequence.length;
+    }
+    return text;
+}
+
+} // namespace
+
+bool isUTF8(std::string_view bytes) {
+    for (std::size_t index = 0; index < bytes.size();) {
+        const Sequence sequence = sequenceAt(bytes, index);
+        if (!sequence.wellFormed) {
+            return false;
+        }
+        index += sequence.length;
+    }
+    return true;
+}
+
+std::string decodeUTF8(std::string_view bytes) {
+    return replacing(bytes, [](std::string_view) { return true; });
+}
+
+std::string displayText(std::string_view bytes) {
+    return replacing(bytes, [](std::string_view character) { return !isControl(character); });
+}
+
+std::string firstCharacters(std::string_view text, std::size_t count) {
+    std::size_t end = 0;
+    for (; count > 0 && end < text.size(); --count) {
+        end += sequenceAt(text, end).length;
+    }
+    return std::string(text.substr(0, end));
+}
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r\n\v\f";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string lowercasedASCII(std::string_view text) {
+    std::string lowered(text);
+    std::transform(lowered.begin(), lowered.end(), lowered.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return lowered;
+}
+
+} // namespace tarnwick

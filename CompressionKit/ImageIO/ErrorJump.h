@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Foundation/CompressionError.h"
+
+#include <csetjmp>
+#include <type_traits>
+
+namespace tarnwick {
+
+/// The way back out of libpng and libjpeg, whose error handlers must not return. They may not throw either,
+/// as the libraries need not be built for exceptions to pass through; so they jump. A jump over an object
+/// with a destructor is undefined: `body` owns nothing, and calls nothing but the library.
+class ErrorJump {
+public:
+    ErrorJump() = default;
+    ErrorJump(const ErrorJump&) = delete;
+    ErrorJump& operator=(const ErrorJump&) = delete;
+
+    /// Makes the library's calls. False after an error, and ever after: the library's state is of no use
+    /// then.
+    template <typename Body>
+    bool attempt(Body body) {
+        static_assert(std::is_trivially_destructible_v<Body>);
+        usable_ = usable_ && completes(body);
+        return usable_;
+    }
+    /// Likewise, but throws CompressionError::invalidImage.
+    template <typename Body>
+    void run(Body body) {
+        if (!attempt(body)) {
+            throw CompressionError::invalidImage();
+        }
+    }
+
+    /// For the error handler, within attempt() or run() only.
+    [[noreturn]] void leave() noexcept { std::longjmp(target_, 1); }
+
+private:
+    template <typename Body>
+    bool completes(Body& body) {
+        if (setjmp(target_) != 0) {
+            return false;
+        }
+        body();
+        return true;
+    }
+
+    std::jmp_buf target_ = {};
+    bool usable_ = true;
+};
+
+} // namespace tarnwick

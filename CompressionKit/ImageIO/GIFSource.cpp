@@ -1,0 +1,314 @@
+#include "ImageIO/GIFSource.h"
+
+#include "Foundation/CompressionError.h"
+#include "ImageIO/InputFile.h"
+
+#include <gif_lib.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::int64_t bytesPerPixel = 4;
+
+struct CloseGIF {
+    void operator()(GifFileType* gif) const { DGifCloseFile(gif, nullptr); }
+};
+
+int readInput(GifFileType* gif, GifByteType* bytes, int count) {
+    return static_cast<int>(
+        std::fread(bytes, 1, static_cast<std::size_t>(count), static_cast<std::FILE*>(gif->UserData)));
+}
+
+void require(bool condition) {
+    if (!condition) {
+        throw CompressionError::invalidImage();
+    }
+}
+
+void check(int result) {
+    require(result == GIF_OK);
+}
+
+/// A giflib sub-block: its length, then so many bytes; null at the end of a chain.
+std::string_view blockText(const GifByteType* block) {
+    return block == nullptr ? std::string_view()
+                            : std::string_view(reinterpret_cast<const char*>(block) + 1, *block);
+}
+
+/// Reads a file's records one after the other, holding none of them.
+class Records {
+public:
+    explicit Records(std::FILE* file) : gif_(DGifOpen(file, readInput, nullptr)) { require(gif_ != nullptr); }
+
+    std::int64_t screenWidth() const { return gif_->SWidth; }
+    std::int64_t screenHeight() const { return gif_->SHeight; }
+    /// As stated up to here.
+    std::optional<std::int64_t> loopCount() const { return loopCount_; }
+
+    /// Goes to the next image, whose data must then be read or skipped; false at the trailer.
+    bool nextImage();
+    const GifImageDesc& image() const { return gif_->Image; }
+    /// The current image's; none where it goes without.
+    const std::optional<GraphicsControlBlock>& control() const { return control_; }
+    const ColorMapObject& palette() const {
+        return gif_->Image.ColorMap != nullptr ? *gif_->Image.ColorMap : *gif_->SColorMap;
+    }
+
+    void readLine(std::span<GifPixelType> line) {
+        check(DGifGetLine(gif_.get(), line.data(), static_cast<int>(line.size())));
+    }
+    void skipData() {
+        for (GifByteType* block = nullptr;;) {
+            check(DGifGetCodeNext(gif_.get(), &block));
+            if (block == nullptr) {
+                return;
+            }
+        }
+    }
+
+private:
+    void readImageHeader();
+    void readExtension();
+
+    std::unique_ptr<GifFileType, CloseGIF> gif_;
+    std::optional<GraphicsControlBlock> control_;
+    std::optional<std::int64_t> loopCount_;
+};
+
+bool Records::nextImage() {
+    control_.reset();
+    for (GifRecordType type = UNDEFINED_RECORD_TYPE;;) {
+        check(DGifGetRecordType(gif_.get(), &type));
+        if (type == TERMINATE_RECORD_TYPE) {
+            return false;
+        }
+        if (type == IMAGE_DESC_RECORD_TYPE) {
+            readImageHeader();
+            return true;
+        }
+        readExtension();
+    }
+}
+
+/// Decoders disagree on images without a size or without any palette, so they are refused.
+void Records::readImageHeader() {
+    check(DGifGetImageHeader(gif_.get()));
+    require(image().Width > 0 && image().Height > 0);
+    require(image().ColorMap != nullptr || gif_->SColorMap != nullptr);
+}
+
+void Records::readExtension() {
+    int label = 0;
+    GifByteType* block = nullptr;
+    check(DGifGetExtension(gif_.get(), &label, &block));
+    if (label == GRAPHICS_EXT_FUNC_CODE) {
+        require(block != nullptr);
+        check(DGifExtensionToGCB(*block, block + 1, &control_.emplace()));
+    } else if (label == PLAINTEXT_EXT_FUNC_CODE) {
+        control_.reset();
+    }
+    const bool isLooping = label == APPLICATION_EXT_FUNC_CODE &&
+                           (blockText(block) == "NETSCAPE2.0" || blockText(block) == "ANIMEXTS1.0");
+    while (block != nullptr) {
+        check(DGifGetExtensionNext(gif_.get(), &block));
+        const std::string_view text = blockText(block);
+        if (isLooping && text.size() == 3 && text[0] == 1) {
+            loopCount_ = block[2] | block[3] << 8;
+        }
+    }
+}
+
+/// Browsers take 4, by which old descriptions mean "restore to previous", for 3, and leave what has no
+/// meaning in place.
+int disposalOf(const Records& records) {
+    const int stated = records.control() ? records.control()->DisposalMode : DISPOSAL_UNSPECIFIED;
+    return stated == 4 ? DISPOSE_PREVIOUS : stated;
+}
+
+/// The part of an image that lies on the canvas.
+struct Area {
+    std::int64_t left = 0;
+    std::int64_t top = 0;
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+};
+
+class GIFReader final : public FrameReader {
+public:
+    GIFReader(const URL& url, const ImageInfo& info, const ImageLimits& limits)
+        : file_(url), records_(file_.get()), limits_(limits), width_(info.width), height_(info.height),
+          remainingImages_(info.imageCount),
+          canvas_(static_cast<std::size_t>(width_ * height_ * bytesPerPixel)), served_(canvas_.size()) {}
+
+    bool next() override;
+    void readRows(std::span<std::uint8_t> rows) override;
+
+private:
+    std::uint8_t* pixel(std::int64_t x, std::int64_t y) {
+        return canvas_.data() + (y * width_ + x) * bytesPerPixel;
+    }
+    Area visibleArea() const;
+    void disposeOfImage();
+    void saveArea();
+    void drawImage();
+    void drawLine(std::int64_t y, std::span<const GifPixelType> line);
+
+    InputFile file_;
+    Records records_;
+    ImageLimits limits_;
+    std::int64_t width_;
+    std::int64_t height_;
+    std::int64_t remainingImages_;
+    std::vector<std::uint8_t> canvas_;
+    /// Bytes of the canvas that were read.
+    std::size_t served_;
+    /// Of the image shown last: what to do with it before the next one, and what it covered.
+    int disposal_ = DISPOSAL_UNSPECIFIED;
+    Area area_;
+    std::vector<std::uint8_t> covered_;
+};
+
+bool GIFReader::next() {
+    if (remainingImages_ == 0) {
+        return false;
+    }
+    --remainingImages_;
+    disposeOfImage();
+    require(records_.nextImage());
+    area_ = visibleArea();
+    disposal_ = disposalOf(records_);
+    if (disposal_ == DISPOSE_PREVIOUS) {
+        saveArea();
+    }
+    drawImage();
+    served_ = 0;
+    return true;
+}
+
+Area GIFReader::visibleArea() const {
+    const GifImageDesc& image = records_.image();
+    require(limits_.allow(image.Width, image.Height, true));
+    Area area = {.left = std::min<std::int64_t>(image.Left, width_),
+                 .top = std::min<std::int64_t>(image.Top, height_)};
+    area.width = std::min<std::int64_t>(image.Width, width_ - area.left);
+    area.height = std::min<std::int64_t>(image.Height, height_ - area.top);
+    return area;
+}
+
+/// The background of the canvas is transparent, whatever colour the file names for it: so do all viewers.
+void GIFReader::disposeOfImage() {
+    const auto rowBytes = static_cast<std::size_t>(area_.width * bytesPerPixel);
+    for (std::int64_t y = 0; y < area_.height && rowBytes > 0; ++y) {
+        std::uint8_t* row = pixel(area_.left, area_.top + y);
+        if (disposal_ == DISPOSE_BACKGROUND) {
+            std::memset(row, 0, rowBytes);
+        } else if (disposal_ == DISPOSE_PREVIOUS) {
+            std::memcpy(row, covered_.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+        }
+    }
+}
+
+void GIFReader::saveArea() {
+    covered_.clear();
+    for (std::int64_t y = 0; y < area_.height && area_.width > 0; ++y) {
+        const std::uint8_t* row = pixel(area_.left, area_.top + y);
+        covered_.insert(covered_.end(), row, row + area_.width * bytesPerPixel);
+    }
+}
+
+void GIFReader::drawImage() {
+    struct Pass {
+        std::int64_t first;
+        std::int64_t step;
+    };
+    constexpr std::array<Pass, 4> interlaced = {{{0, 8}, {4, 8}, {2, 4}, {1, 2}}};
+    constexpr std::array<Pass, 1> progressive = {{{0, 1}}};
+    const GifImageDesc& image = records_.image();
+    std::vector<GifPixelType> line(static_cast<std::size_t>(image.Width));
+    for (const Pass& pass : image.Interlace ? std::span<const Pass>(interlaced) : progressive) {
+        for (std::int64_t y = pass.first; y < image.Height; y += pass.step) {
+            records_.readLine(line);
+            if (y < area_.height) {
+                drawLine(area_.top + y, std::span(line).first(static_cast<std::size_t>(area_.width)));
+            }
+        }
+    }
+}
+
+void GIFReader::drawLine(std::int64_t y, std::span<const GifPixelType> line) {
+    const ColorMapObject& palette = records_.palette();
+    const int transparent = records_.control() ? records_.control()->TransparentColor : NO_TRANSPARENT_COLOR;
+    std::uint8_t* out = pixel(area_.left, y);
+    for (const int index : line) {
+        // Viewers leave out pixels whose index no palette entry explains.
+        if (index != transparent && index < palette.ColorCount) {
+            const GifColorType& color = palette.Colors[index];
+            out[0] = color.Red;
+            out[1] = color.Green;
+            out[2] = color.Blue;
+            out[3] = 255;
+        }
+        out += bytesPerPixel;
+    }
+}
+
+void GIFReader::readRows(std::span<std::uint8_t> rows) {
+    if (rows.size() > canvas_.size() - served_) {
+        throw std::logic_error("no such rows to read");
+    }
+    std::memcpy(rows.data(), canvas_.data() + served_, rows.size());
+    served_ += rows.size();
+}
+
+/// Viewers take the first image's extent for a screen that has none.
+void readScreen(const Records& records, ImageInfo& info) {
+    const GifImageDesc& image = records.image();
+    info.width = records.screenWidth() > 0 ? records.screenWidth() : image.Left + image.Width;
+    info.height = records.screenHeight() > 0 ? records.screenHeight() : image.Top + image.Height;
+    const bool isCovered =
+        image.Left == 0 && image.Top == 0 && image.Width >= info.width && image.Height >= info.height;
+    const bool isTransparent =
+        records.control() && records.control()->TransparentColor != NO_TRANSPARENT_COLOR;
+    info.hasAlpha = isTransparent || !isCovered;
+}
+
+void readInfo(Records& records, const ImageLimits& limits, ImageInfo& info) {
+    info.imageCount = 0;
+    while (records.nextImage()) {
+        if (info.imageCount == 0) {
+            readScreen(records, info);
+            require(limits.allow(info.width, info.height, true));
+        }
+        ++info.imageCount;
+        require(info.imageCount <= limits.maximumFrames);
+        info.frameDelays.push_back(records.control() ? records.control()->DelayTime / 100.0 : 0.0);
+        records.skipData();
+    }
+    require(info.imageCount > 0);
+    info.loopCount = records.loopCount();
+}
+
+} // namespace
+
+GIFSource::GIFSource(const URL& url, const ImageLimits& limits) : ImageSource(url, limits) {
+    const InputFile file(url);
+    try {
+        Records records(file.get());
+        readInfo(records, limits, info_);
+    } catch (const CompressionError&) {
+        file.throwUnreadable();
+    }
+}
+
+std::unique_ptr<FrameReader> GIFSource::frames() const {
+    return std::make_unique<GIFReader>(url(), info_, limits());
+}
+
+} // namespace tarnwick

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "ImageIO/ColorProfile.h"
+#include "ImageIO/LittleCMS.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarnwick {
+
+/// How a value becomes light: (a × value + b) ^ gamma from `d` on, c × value below.
+struct TransferCurve {
+    double gamma = 1;
+    double a = 1;
+    double b = 0;
+    double c = 0;
+    double d = 0;
+};
+
+/// A profile for RGB pixels of this space, described by its name in ASCII: the same bytes at any time. Empty
+/// when no space can have such primaries; a file may state any.
+std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, const TransferCurve& curve,
+                                  const std::string& name);
+
+/// The same of what Little CMS holds already, described by `description`, in the context of both.
+std::vector<std::uint8_t> makeICC(cmsContext context, const Chromaticities& chromaticities,
+                                  const cmsToneCurve& curve, const cmsMLU& description);
+
+/// A description in ASCII.
+TextHandle makeDescription(cmsContext context, const std::string& text);
+
+} // namespace tarnwick

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "Foundation/URL.h"
+#include "ImageIO/ColorProfile.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace tarnwick {
+
+/// What a decoder refuses before it allocates anything. Fuzzing shrinks them.
+struct ImageLimits {
+    std::int64_t maximumDimension = 0x7FFF'FFFF;
+    /// Of pictures that are decoded row by row.
+    std::int64_t maximumPixels = std::int64_t{1} << 30;
+    /// Of pictures that can only be decoded whole (interlaced PNG, GIF's canvas, HEIF).
+    std::int64_t maximumBufferedPixels = std::int64_t{1} << 28;
+    std::int64_t maximumFrames = 1'000'000;
+    std::int64_t maximumMetadataBytes = std::int64_t{64} << 20;
+
+    /// Whether a picture of this size may be decoded. Sizes below 1 may not.
+    bool allow(std::int64_t width, std::int64_t height, bool buffered) const noexcept;
+};
+
+/// What a picture file says of itself. Sizes are in pixels, as stored: not corrected for orientation.
+struct ImageInfo {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    /// The images in the file: 1 for a still picture; the frames of an animated GIF or PNG.
+    std::int64_t imageCount = 1;
+    /// Of the first (HEIF: the primary) image.
+    bool hasAlpha = false;
+    /// Bits a component as stored.
+    int bitsPerComponent = 8;
+    /// The EXIF orientation, 1 to 8, when the file gives one. HEIF: from its rotation and mirroring.
+    std::optional<int> orientation;
+    ColorProfile profile;
+    /// GIF: the number of repetitions, when the file gives one; 0 means for ever.
+    std::optional<std::int64_t> loopCount;
+    /// GIF: seconds each frame is shown, one entry a frame, 0 where the file gives none. Empty for other
+    /// kinds.
+    std::vector<double> frameDelays;
+};
+
+/// One forward pass over the pixels of a source's images, in their order: the picture itself, or each frame
+/// of an animated GIF composited on the full canvas. Every failure, a file that ends early above all, throws
+/// CompressionError::invalidImage. Belongs to one thread.
+class FrameReader {
+public:
+    virtual ~FrameReader() = default;
+    FrameReader() = default;
+    FrameReader(const FrameReader&) = delete;
+    FrameReader& operator=(const FrameReader&) = delete;
+
+    /// Goes to the next image, the first one at the first call; false after the last. The rest of the image
+    /// before is passed over.
+    virtual bool next() = 0;
+    /// Decodes the next rows of the image, from the top: straight (not premultiplied) RGBA, 8 bits a
+    /// component, rows of width × 4 bytes without padding; rows.size() must be a whole number of them and no
+    /// more than are left. Values are those of the file, without any colour conversion; deeper samples are
+    /// reduced to 8 bits, grey is spread, CMYK is turned to RGB by the simple formula. Reading the last row
+    /// also reads, and so checks, what must follow it.
+    virtual void readRows(std::span<std::uint8_t> rows) = 0;
+};
+
+/// An opened picture file. Immutable; several passes may run at once.
+class ImageSource {
+public:
+    /// Opens the file by what it contains, whatever its name. Throws CompressionError::invalidImage for
+    /// content that no decoder knows, a malformed header, or dimensions beyond the limits; FileSystemError
+    /// when it cannot be read.
+    static std::unique_ptr<ImageSource> open(const URL& url, const ImageLimits& limits = {});
+
+    virtual ~ImageSource() = default;
+    ImageSource(const ImageSource&) = delete;
+    ImageSource& operator=(const ImageSource&) = delete;
+
+    const ImageInfo& info() const noexcept { return info_; }
+    /// Starts a pass. Throws CompressionError::invalidImage or FileSystemError.
+    virtual std::unique_ptr<FrameReader> frames() const = 0;
+
+protected:
+    explicit ImageSource(URL url, const ImageLimits& limits);
+
+    const URL& url() const noexcept { return url_; }
+    const ImageLimits& limits() const noexcept { return limits_; }
+    /// For the format's own constructor to fill.
+    ImageInfo info_;
+
+private:
+    URL url_;
+    ImageLimits limits_;
+};
+
+/// The container's type by the file's first bytes: "public.png", "public.jpeg", "com.compuserve.gif",
+/// "public.heic", "public.heif", or that of another picture format, such as "org.webmproject.webp"; none for
+/// anything else. Throws FileSystemError.
+std::optional<std::string> containerType(const URL& url);
+
+} // namespace tarnwick

@@ -1,0 +1,51 @@
+#include "ImageIO/Orientation.h"
+#include "Support/Pixel.h"
+
+#include <gmock/gmock.h>
+
+namespace tarnwick::test {
+namespace {
+
+/// One number a pixel, as its red value.
+std::vector<int> shown(const std::vector<int>& stored, std::int64_t width, std::int64_t height,
+                       int orientation) {
+    const Bytes rgba = rgbaRows(width, height, [&](std::int64_t x, std::int64_t y) {
+        const auto value = static_cast<std::uint8_t>(stored.at(static_cast<std::size_t>(y * width + x)));
+        return Pixel{value, 1, 2, 3};
+    });
+    const Bytes turned = oriented(rgba, width, height, orientation);
+    std::vector<int> values;
+    for (std::size_t at = 0; at < turned.size(); at += 4) {
+        EXPECT_THAT(std::vector(&turned[at + 1], &turned[at + 4]), testing::ElementsAre(1, 2, 3));
+        values.push_back(turned[at]);
+    }
+    return values;
+}
+
+TEST(Orientation, ShowsEachOfTheEightExactly) {
+    const std::vector<int> stored = {1, 2, 3, 4, 5, 6};
+    EXPECT_THAT(shown(stored, 3, 2, 1), testing::ElementsAre(1, 2, 3, 4, 5, 6));
+    EXPECT_THAT(shown(stored, 3, 2, 2), testing::ElementsAre(3, 2, 1, 6, 5, 4));
+    EXPECT_THAT(shown(stored, 3, 2, 3), testing::ElementsAre(6, 5, 4, 3, 2, 1));
+    EXPECT_THAT(shown(stored, 3, 2, 4), testing::ElementsAre(4, 5, 6, 1, 2, 3));
+    EXPECT_THAT(shown(stored, 3, 2, 5), testing::ElementsAre(1, 4, 2, 5, 3, 6));
+    EXPECT_THAT(shown(stored, 3, 2, 6), testing::ElementsAre(4, 1, 5, 2, 6, 3));
+    EXPECT_THAT(shown(stored, 3, 2, 7), testing::ElementsAre(6, 3, 5, 2, 4, 1));
+    EXPECT_THAT(shown(stored, 3, 2, 8), testing::ElementsAre(3, 6, 2, 5, 1, 4));
+}
+
+TEST(Orientation, CombinesAsShowingTwiceDoes) {
+    const std::vector<int> stored = {1, 2, 3, 4, 5, 6};
+    for (int first = 1; first <= 8; ++first) {
+        const std::vector<int> once = shown(stored, 3, 2, first);
+        for (int second = 1; second <= 8; ++second) {
+            const std::vector<int> twice =
+                swapsSides(first) ? shown(once, 2, 3, second) : shown(once, 3, 2, second);
+            EXPECT_EQ(shown(stored, 3, 2, combinedOrientation(first, second)), twice)
+                << first << " " << second;
+        }
+    }
+}
+
+} // namespace
+} // namespace tarnwick::test

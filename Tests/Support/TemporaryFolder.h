@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/URL.h"
+
+#include <string>
+#include <string_view>
+
+namespace tarnwick::test {
+
+/// A folder for one test, removed with all it holds (even where the test took away rights).
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    const URL& url() const { return url_; }
+    URL operator/(std::string_view name) const { return url_.appending(name); }
+    /// Writes a file of these bytes and returns its location.
+    URL file(std::string_view name, std::string_view contents) const;
+    /// The names in the folder, hidden ones too, in order, joined by spaces.
+    std::string listing() const;
+
+private:
+    URL url_;
+};
+
+/// The file's bytes.
+std::string contents(const URL& url);
+
+} // namespace tarnwick::test
