@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Foundation/FileDescriptor.h"
+
+#include <exception>
+#include <memory>
+
+namespace tarnwick {
+
+/// A request to stop, shared by all copies. Made by make(); a default-constructed one can never be requested.
+class Cancellation {
+public:
+    Cancellation() = default;
+    /// Throws std::system_error when the process has no descriptor left.
+    static Cancellation make();
+
+    /// Asks all holders to stop; for good. Safe in a signal handler and from any thread.
+    void request() const noexcept;
+    bool isRequested() const noexcept;
+    /// Becomes readable, and stays so, once the request was made; -1 when it never can be. Only to be polled.
+    int descriptor() const noexcept;
+
+private:
+    std::shared_ptr<const FileDescriptor> event_;
+};
+
+/// Thrown by work that stopped because it was asked to. Not a failure of the file at hand, so it is no
+/// CompressionError and nothing may take it for one.
+class Cancelled : public std::exception {
+public:
+    const char* what() const noexcept override;
+};
+
+} // namespace tarnwick

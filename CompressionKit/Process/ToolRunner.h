@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Foundation/URL.h"
+#include "Process/Cancellation.h"
+
+#include <string>
+#include <vector>
+
+namespace tarnwick {
+
+/// Runs the external encoders and the scorer of one folder as child processes. A value; safe from any thread,
+/// and several runs may proceed at once.
+class ToolRunner {
+public:
+    /// `cancellation` ends running tools, and lets no further one start.
+    explicit ToolRunner(URL directory, Cancellation cancellation = {});
+
+    /// Whether the file of that name in the folder is executable.
+    bool has(const std::string& tool) const;
+
+    /// Runs the tool with exactly these arguments and blocks until it has ended, at most `timeout` seconds
+    /// and then a second of grace. Returns the first MiB of its standard output as UTF-8 (ill-formed bytes
+    /// replaced). Throws CompressionError::toolMissing; toolFailed for a time-out, a status other than 0 or a
+    /// signal (told as its number), with the beginning of its standard error; fileOperation when its log
+    /// files cannot be made; FileSystemError when it cannot be launched; Cancelled.
+    std::string run(const std::string& tool, const std::vector<std::string>& arguments, double timeout) const;
+
+    const URL& directory() const noexcept { return directory_; }
+
+private:
+    URL directory_;
+    Cancellation cancellation_;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace tarnwick::test {
+
+/// Runs the body in a child process without root's rights, so that the rights of files count, and returns
+/// what it returns. What it throws comes back as "exception: " and its text, a crash as "signal ".
+std::string unprivileged(const std::function<std::string()>& body);
+
+} // namespace tarnwick::test
