@@ -1,0 +1,40 @@
+#include "Inspection/PixelBands.h"
+
+#include <algorithm>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::int64_t bandPixels = 1'048'576;
+constexpr std::int64_t maximumRenderedPixels = 25'000'000;
+constexpr std::int64_t bytesPerPixel = 4;
+
+} // namespace
+
+std::int64_t BandWalk::rowsPerBand(std::int64_t width, std::int64_t height) noexcept {
+    return std::max<std::int64_t>(std::min(bandPixels / width, height), 1);
+}
+
+bool BandWalk::isRenderable(std::int64_t width, std::int64_t rows) noexcept {
+    return width >= 1 && rows >= 1 && maximumRenderedPixels / rows >= width;
+}
+
+BandWalk::BandWalk(std::int64_t width, std::int64_t height)
+    : width_(width), remaining_(width < 1 ? 0 : std::max<std::int64_t>(height, 0)),
+      bandRows_(remaining_ == 0 ? 0 : rowsPerBand(width, height)) {}
+
+bool BandWalk::next() {
+    rows_ = std::min(remaining_, bandRows_);
+    remaining_ -= rows_;
+    return rows_ > 0;
+}
+
+std::span<std::uint8_t> BandWalk::buffer() {
+    const auto bytes = static_cast<std::size_t>(rows_ * width_ * bytesPerPixel);
+    if (buffer_.size() < bytes) {
+        buffer_.resize(bytes);
+    }
+    return std::span(buffer_).first(bytes);
+}
+
+} // namespace tarnwick

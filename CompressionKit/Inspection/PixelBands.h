@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tarnwick {
+
+/// Steps through a picture from the top in bands of whole rows, so that memory stays bounded whatever its
+/// size.
+class BandWalk {
+public:
+    /// A picture without any pixel has no band.
+    BandWalk(std::int64_t width, std::int64_t height);
+
+    /// Goes to the next band; false after the last one.
+    bool next();
+    /// The current band's rows.
+    std::int64_t rows() const noexcept { return rows_; }
+    /// Room for the current band: rows × width × 4 bytes, reused by the next band.
+    std::span<std::uint8_t> buffer();
+
+    /// About a mebipixel, and at least one row.
+    static std::int64_t rowsPerBand(std::int64_t width, std::int64_t height) noexcept;
+    /// Whether a band of this size is small enough to be rendered.
+    static bool isRenderable(std::int64_t width, std::int64_t rows) noexcept;
+
+private:
+    std::int64_t width_;
+    std::int64_t remaining_;
+    std::int64_t bandRows_;
+    std::int64_t rows_ = 0;
+    std::vector<std::uint8_t> buffer_;
+};
+
+} // namespace tarnwick
