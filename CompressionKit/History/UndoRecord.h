@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Foundation/Date.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/URL.h"
+#include "Foundation/UUID.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace tarnwick {
+
+/// One entry of the history: a file that was replaced or converted, and where its original is kept.
+struct UndoRecord {
+    /// Prepared before the user's file is touched, committed after it was replaced.
+    enum class State { prepared, committed };
+
+    UUID id;
+    /// The batch of files that this one came in; names the backup's folder.
+    UUID sessionID;
+    /// When it was prepared.
+    Date createdAt;
+    /// Absolute path of the user's file.
+    std::string originalPath;
+    /// The backup's file name, without any folder.
+    std::string backupName;
+    /// Bytes of the original, and so of its backup.
+    std::int64_t originalBytes = 0;
+    std::int64_t replacementBytes = 0;
+    /// SHA-256 of the file that took the original's place, or of the converted file.
+    std::string replacementHash;
+    std::optional<std::string> originalHash;
+    State state = State::prepared;
+    /// Absolute path of the new file when the original was converted and stayed.
+    std::optional<std::string> convertedPath;
+
+    URL originalURL() const { return URL::file(originalPath); }
+
+    /// As a compact JSON object; paths as portablePathText() writes them.
+    Bytes encoded() const;
+    /// Throws CompressionError::fileOperation when a key is missing or mistyped, or when the backup's name
+    /// would lead out of its folder.
+    static UndoRecord decode(std::span<const std::uint8_t> json);
+
+    friend bool operator==(const UndoRecord&, const UndoRecord&) = default;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,82 @@
+#include "Foundation/CompressionError.h"
+#include "History/UndoRecord.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace tarnwick {
+namespace {
+
+using nlohmann::json;
+
+json minimalRecord() {
+    return {{"id", "8C2F7F5E-0D5B-4A53-9D3E-0123456789AB"},
+            {"sessionID", "11111111-2222-3333-4444-555555555555"},
+            {"createdAt", 785'000'000.125},
+            {"originalPath", "/tmp/photo.jpg"},
+            {"backupName", "8C2F7F5E-0D5B-4A53-9D3E-0123456789AB.jpg"},
+            {"originalBytes", 5'000'000'000},
+            {"replacementBytes", 1},
+            {"replacementHash", "abc"},
+            {"state", "prepared"}};
+}
+
+UndoRecord decoded(const json& record) {
+    const std::string text = record.dump();
+    return UndoRecord::decode(Bytes(text.begin(), text.end()));
+}
+
+json encoded(const UndoRecord& record) {
+    const Bytes bytes = record.encoded();
+    return json::parse(bytes.begin(), bytes.end());
+}
+
+TEST(UndoRecordTests, writesTheAgreedForm) {
+    const UndoRecord record = decoded(minimalRecord());
+    EXPECT_EQ(record.originalPath, "/tmp/photo.jpg");
+    EXPECT_EQ(record.originalBytes, 5'000'000'000);
+    EXPECT_EQ(record.createdAt, Date(785'000'000.125));
+    EXPECT_FALSE(record.originalHash || record.convertedPath);
+    EXPECT_EQ(encoded(record), minimalRecord());
+}
+
+TEST(UndoRecordTests, survivesTheRoundTripExactly) {
+    UndoRecord record = decoded(minimalRecord());
+    record.createdAt = Date::now();
+    record.originalPath = "/tmp/a\n\"\xFF%41";
+    record.convertedPath = "/tmp/照片（塔维克1）.png";
+    record.originalHash = "def";
+    record.state = UndoRecord::State::committed;
+    const json object = encoded(record);
+    EXPECT_EQ(object["state"], "committed");
+    EXPECT_EQ(object["convertedPath"], "/tmp/照片（塔维克1）.png");
+    EXPECT_EQ(decoded(object), record);
+}
+
+TEST(UndoRecordTests, isUnreadableWithoutAnyRequiredKey) {
+    const json complete = minimalRecord();
+    for (const auto& [key, value] : complete.items()) {
+        json missing = minimalRecord();
+        missing.erase(key);
+        EXPECT_THROW(decoded(missing), CompressionError) << "without " << key;
+        json mistyped = minimalRecord();
+        mistyped[key] = value.is_string() ? json(1) : json("x");
+        EXPECT_THROW(decoded(mistyped), CompressionError) << "mistyped " << key;
+    }
+    EXPECT_THROW(decoded(json::array()), CompressionError);
+    EXPECT_THROW(UndoRecord::decode({}), CompressionError);
+}
+
+TEST(UndoRecordTests, refusesNamesThatLeadOutOfTheStore) {
+    for (const char* name : {"", ".", "..", "../x", "/etc/passwd", "a/b"}) {
+        json record = minimalRecord();
+        record["backupName"] = name;
+        EXPECT_THROW(decoded(record), CompressionError) << name;
+    }
+    json relative = minimalRecord();
+    relative["originalPath"] = "photo.jpg";
+    EXPECT_THROW(decoded(relative), CompressionError);
+}
+
+} // namespace
+} // namespace tarnwick
