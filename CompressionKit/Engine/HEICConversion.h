@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Engine/CompressionResult.h"
+#include "Engine/Original.h"
+#include "Foundation/URL.h"
+#include "Foundation/UUID.h"
+#include "History/UndoStore.h"
+
+namespace tarnwick {
+
+/// Converts a HEIC file to a PNG of the same colours beside it, upright, under a name that nothing has yet;
+/// the HEIC file stays. Throws CompressionError or FileSystemError, and then no new file is left.
+CompressionResult compressHEIC(const UndoStore& undo, const Original& original, const UUID& sessionID,
+                               const URL& workDirectory);
+
+} // namespace tarnwick

@@ -1,0 +1,106 @@
+#include "Engine/Recipes.h"
+#include "Engine/ToolArguments.h"
+#include "Foundation/Directory.h"
+#include "Inspection/JPEGMetadata.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <string_view>
+
+namespace tarnwick {
+namespace {
+
+constexpr double fineMinimumScore = 86;
+constexpr double fineMultiPictureMinimumScore = 70;
+
+/// What the original's own quality asks of a result.
+struct Demand {
+    double minimumScore;
+    bool allows444;
+};
+
+Demand demandOf(const RecipeContext& context) {
+    const double general = context.thresholds.general;
+    if (!ImageFacts::hasFineJPEGQuantization(context.original.url)) {
+        return {general, false};
+    }
+    if (context.original.facts.hasJPEGMultiPictureData) {
+        return {std::max(general, fineMultiPictureMinimumScore), false};
+    }
+    return {std::max(general, fineMinimumScore), true};
+}
+
+/// The bounded search for the lowest quality whose score still reaches the demand.
+class QualitySearch {
+public:
+    explicit QualitySearch(double minimumScore) : minimumScore_(minimumScore) {}
+
+    bool isOver() const { return isCloseEnough_ || attemptsLeft_ == 0 || highest_ < lowest_; }
+    int quality() const { return quality_; }
+
+    void accepted(double score) {
+        --attemptsLeft_;
+        hasAccepted_ = true;
+        isCloseEnough_ = score <= minimumScore_ + 1.0;
+        highest_ = quality_ - 1;
+        const double excess = std::clamp((score - minimumScore_) * 1.2, 1.0, double{largestStep});
+        quality_ = std::max(lowest_, std::min(quality_ - static_cast<int>(excess), highest_));
+    }
+
+    /// The last attempt goes to the highest quality when nothing was accepted before it.
+    void rejected() {
+        --attemptsLeft_;
+        lowest_ = quality_ + 1;
+        quality_ = attemptsLeft_ == 1 && !hasAccepted_ ? highest_ : (lowest_ + highest_) / 2;
+    }
+
+private:
+    static constexpr int largestStep = 12;
+
+    double minimumScore_;
+    int lowest_ = 60;
+    int highest_ = 96;
+    int quality_ = 72;
+    int attemptsLeft_ = 4;
+    bool hasAccepted_ = false;
+    bool isCloseEnough_ = false;
+};
+
+/// The chroma modes try the same qualities, so each has a folder of its own for its files.
+void searchMode(const RecipeContext& context, std::string_view mode, double minimumScore,
+                std::vector<Candidate>& candidates) {
+    const URL folder = context.workDirectory.appending(mode);
+    createDirectories(folder);
+    QualitySearch search(minimumScore);
+    while (!search.isOver()) {
+        const int quality = search.quality();
+        const URL output = folder.appending(fmt::format("jpegli-{}.jpg", quality));
+        context.run(Tool::cjpegli, ToolArguments::cjpegli(quality, mode, context.input, output));
+        JPEGMetadata::preserveOrientation(context.original.facts.orientation, output);
+        const auto candidate =
+            context.validation.validated(output, fmt::format("Jpegli q{} {}", quality, mode),
+                                         {.isLossy = true, .minimumScore = minimumScore});
+        if (candidate) {
+            candidates.push_back(*candidate);
+            search.accepted(candidate->score.value_or(minimumScore));
+        } else {
+            search.rejected();
+        }
+    }
+}
+
+} // namespace
+
+std::vector<Candidate> jpegCandidates(const RecipeContext& context) {
+    context.requireTools({Tool::cjpegli, Tool::ssimulacra2});
+    const Demand demand = demandOf(context);
+    std::vector<Candidate> candidates;
+    searchMode(context, "420", demand.minimumScore, candidates);
+    if (demand.allows444) {
+        searchMode(context, "444", demand.minimumScore, candidates);
+    }
+    return candidates;
+}
+
+} // namespace tarnwick

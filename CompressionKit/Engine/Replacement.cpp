@@ -1,0 +1,78 @@
+#include "Engine/Replacement.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileCopy.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
+#include "Foundation/FileVersion.h"
+
+#include <exception>
+
+namespace tarnwick {
+namespace {
+
+void putBackupBack(const UndoStore& undo, const UndoRecord& record, const Original& original) {
+    const URL folder = original.url.deletingLastPathComponent();
+    const ScopedFile copy(folder.appending("rollback." + UUID::random().text()));
+    copyFile(undo.backupURL(record), copy.url());
+    if (hash(copy.url()) != original.hash) {
+        throw CompressionError::validationFailed();
+    }
+    atomicRename(copy.url(), original.url);
+    syncDirectory(folder);
+}
+
+/// Undoes a replacement that could not be completed. While it cannot be told what stands in the original's
+/// place, or the original could not be put back, the record and its backup stay: they may be all that is left
+/// of the picture.
+void rollBack(const UndoStore& undo, const UndoRecord& record, const Original& original) noexcept {
+    try {
+        if (hash(original.url) == record.replacementHash) {
+            putBackupBack(undo, record, original);
+        }
+        undo.deleteRecord(record);
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
+void verifyReplacement(const Original& original, const Candidate& winner, const UndoRecord& record) {
+    const ImageFacts facts = ImageFacts::inspect(original.url);
+    if (!original.facts.compatible(facts, winner.allowsSRGBConversion) ||
+        hash(original.url) != record.replacementHash) {
+        throw CompressionError::validationFailed();
+    }
+}
+
+} // namespace
+
+UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, const Candidate& winner,
+                           const UUID& sessionID) {
+    requireUnchanged(original);
+    const UndoRecord record = undo.prepare(original.url, winner.url, sessionID);
+    try {
+        const FileVersion version = FileVersion::of(original.url);
+        requireUnchanged(original);
+        copyFileAttributes(original.url, winner.url);
+        syncFile(winner.url);
+        // Once in place, a winner that is not the recorded one would pass for another program's work.
+        if (hash(winner.url) != record.replacementHash) {
+            throw CompressionError::validationFailed();
+        }
+        // Writing the winner to the disk took a while: a write to the original since then shows here.
+        if (FileVersion::of(original.url) != version) {
+            throw CompressionError::changedDuringCompression();
+        }
+        atomicRename(winner.url, original.url);
+        syncDirectory(original.url.deletingLastPathComponent());
+        verifyReplacement(original, winner, record);
+        return undo.commit(record);
+    } catch (...) {
+        rollBack(undo, record, original);
+        throw;
+    }
+}
+
+} // namespace tarnwick

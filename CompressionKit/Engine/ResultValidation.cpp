@@ -1,0 +1,155 @@
+#include "Engine/ResultValidation.h"
+
+#include "Engine/ToolArguments.h"
+#include "Foundation/CompressionError.h"
+#include "Foundation/Directory.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/Text.h"
+#include "ImageIO/ImageSource.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+
+namespace tarnwick {
+namespace {
+
+constexpr double bestFrameScore = 100;
+
+double parseScore(const std::string& output) {
+    const std::string_view text = trimmed(output);
+    double score = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), score);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(score)) {
+        throw CompressionError::toolFailed("ssimulacra2 未返回有效画质评分");
+    }
+    return score;
+}
+
+/// The folder of one candidate's frames: a long animation's frames are large, so they go as soon as they are
+/// scored.
+class CandidateFrames {
+public:
+    explicit CandidateFrames(const URL& candidate)
+        : folder_(candidate.deletingLastPathComponent().appending(candidate.lastPathComponent() + "-frames")),
+          files_(ImageFacts::exportGIFFrames(candidate, folder_.url())) {}
+
+    const std::vector<URL>& files() const { return files_; }
+
+private:
+    ScopedDirectory folder_;
+    std::vector<URL> files_;
+};
+
+/// Whether the candidate's frame shows through where the reference does not. The scorer judges transparency
+/// only where the reference has some.
+bool hasNewHoles(const URL& reference, const URL& candidate) {
+    return ImageSource::open(candidate)->info().hasAlpha && !ImageSource::open(reference)->info().hasAlpha;
+}
+
+} // namespace
+
+ResultValidation::ResultValidation(const ToolRunner& tools, const QualityThresholds& thresholds,
+                                   const Original& original, const URL& workDirectory)
+    : tools_(tools), thresholds_(thresholds), original_(original), workDirectory_(workDirectory) {}
+
+std::optional<Candidate> ResultValidation::validated(const URL& output, const std::string& encoder,
+                                                     const Options& options) const {
+    const std::int64_t bytes = fileSize(output);
+    if (bytes < 1 || (!options.acceptLarger && bytes >= fileSize(original_.url))) {
+        return std::nullopt;
+    }
+    const ImageFacts facts = ImageFacts::inspect(output);
+    if (!original_.facts.compatible(facts, options.allowsSRGBConversion)) {
+        throw CompressionError::fileOperation("压缩结果的尺寸、方向、帧信息或色彩配置与原图不一致");
+    }
+    const Verdict verdict = judge(output, facts, options);
+    if (!verdict.isAccepted) {
+        return std::nullopt;
+    }
+    return Candidate{.url = output,
+                     .encoder = encoder,
+                     .score = verdict.score,
+                     .bytes = bytes,
+                     .allowsSRGBConversion = options.allowsSRGBConversion};
+}
+
+ResultValidation::Verdict ResultValidation::judge(const URL& output, const ImageFacts& facts,
+                                                  const Options& options) const {
+    switch (original_.facts.kind) {
+    case ImageKind::gif:
+        return judgeGIF(output, options.isLossy);
+    case ImageKind::png:
+        return judgePNG(output, facts, options);
+    case ImageKind::jpeg:
+    case ImageKind::heic:
+        break;
+    }
+    return options.isLossy ? judgeByScore(output, thresholds_.general, options) : Verdict{.isAccepted = true};
+}
+
+ResultValidation::Verdict ResultValidation::judgeGIF(const URL& output, bool isLossy) const {
+    if (!isLossy) {
+        return {.isAccepted = ImageFacts::gifFramesEqual(original_.url, output)};
+    }
+    const auto score = gifQualityScore(output);
+    return {.isAccepted = score.has_value(), .score = score};
+}
+
+ResultValidation::Verdict ResultValidation::judgePNG(const URL& output, const ImageFacts& facts,
+                                                     const Options& options) const {
+    const bool hasAlpha = original_.facts.hasAlpha || facts.hasAlpha;
+    if (!options.isLossy) {
+        return {.isAccepted = !hasAlpha || ImageFacts::pixelBandsEqual(original_.url, output)};
+    }
+    if (hasAlpha && !ImageFacts::quantizedAlphaWithin(original_.url, output)) {
+        return {};
+    }
+    return judgeByScore(output, thresholds_.png, options);
+}
+
+ResultValidation::Verdict ResultValidation::judgeByScore(const URL& output, double kindThreshold,
+                                                         const Options& options) const {
+    const double value = score(original_.url, output);
+    return {.isAccepted = options.minimumScore.value_or(kindThreshold) <= value, .score = value};
+}
+
+double ResultValidation::score(const URL& reference, const URL& candidate) const {
+    return parseScore(
+        tools_.run(Tool::ssimulacra2, ToolArguments::ssimulacra2(reference, candidate), toolTimeout));
+}
+
+std::vector<URL> ResultValidation::gifReferenceFrames() const {
+    const URL folder = workDirectory_.appending("gif-reference");
+    std::vector<URL> expected;
+    for (std::int64_t i = 0; i < original_.facts.frameCount; ++i) {
+        expected.push_back(folder.appending("frame-" + std::to_string(i) + ".png"));
+    }
+    const bool isComplete = std::all_of(expected.begin(), expected.end(), isRegularFile);
+    return isComplete ? expected : ImageFacts::exportGIFFrames(original_.url, folder);
+}
+
+std::optional<double> ResultValidation::gifQualityScore(const URL& candidate) const {
+    const std::vector<URL> references = gifReferenceFrames();
+    const CandidateFrames frames(candidate);
+    const auto count = static_cast<std::int64_t>(frames.files().size());
+    if (frames.files().size() != references.size() || count != original_.facts.frameCount) {
+        return std::nullopt;
+    }
+    double worst = bestFrameScore;
+    for (std::size_t i = 0; i < references.size(); ++i) {
+        if (hasNewHoles(references[i], frames.files()[i])) {
+            return std::nullopt;
+        }
+        const double frameScore = score(references[i], frames.files()[i]);
+        if (frameScore < thresholds_.gif) {
+            return std::nullopt;
+        }
+        worst = std::min(worst, frameScore);
+    }
+    return worst;
+}
+
+} // namespace tarnwick

@@ -1,0 +1,186 @@
+#include "Engine/CompressionEngine.h"
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
+#include "Foundation/Text.h"
+#include "Support/EngineFixture.h"
+#include "Support/JPEGMaker.h"
+#include "Support/PNGMaker.h"
+#include "Support/Unprivileged.h"
+
+#include <acl/libacl.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/acl.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class CompressionEngineTest : public EngineFixture {
+protected:
+    CompressionEngineTest() {
+        tools.scores({"90"});
+        for (const char* tool : {"pngquant", "oxipng"}) {
+            tools.script(tool, {{"output", output.path()}});
+        }
+    }
+
+    static std::string text(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+
+    const Bytes large = pngBytes({.compressionLevel = 0});
+    const URL output = prepared("output.png", pngBytes({.compressionLevel = 9}));
+};
+
+TEST_F(CompressionEngineTest, RefusesWhatIsNoPictureFile) {
+    EXPECT_EQ(failure(*URL::parse("https://example.org/a.png")), "请选择本地图片文件");
+    EXPECT_EQ(failure(URL()), "请选择本地图片文件");
+    createDirectories(pictures / "folder.png");
+    EXPECT_EQ(failure(pictures / "folder.png"), "请选择普通图片文件");
+    EXPECT_EQ(failure(pictures / "absent.png"), "请选择普通图片文件");
+    const URL photo = picture("photo.png", large);
+    std::filesystem::create_symlink(photo.path(), (pictures / "link.png").path());
+    EXPECT_EQ(failure(pictures / "link.png"), "请选择普通图片文件");
+    EXPECT_EQ(failure(picture("wrong.jpg", large)), "文件格式与扩展名不一致");
+    EXPECT_EQ(failure(picture("cut.png", Bytes(large.begin(), large.end() - 30))), "图片无法解码");
+    EXPECT_EQ(failure(picture("text.txt", large)), "图片无法解码");
+    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(pictures.listing(), "cut.png folder.png link.png photo.png text.txt wrong.jpg");
+    EXPECT_THAT(tools.runs(), IsEmpty());
+    EXPECT_FALSE(itemExists(store.root()));
+}
+
+TEST_F(CompressionEngineTest, ReplacesTheFileAndCanBringItBack) {
+    const URL photo = picture("photo.png", large);
+    const UUID session = UUID::random();
+    const auto result = engine().compress(photo, session);
+    EXPECT_EQ(result.outcome, CompressionOutcome::replaced);
+    EXPECT_EQ(rawValue(result.outcome), "replaced");
+    EXPECT_EQ(result.url, photo);
+    EXPECT_EQ(result.encoder, "pngquant q90 floyd0.25 s1");
+    EXPECT_EQ(result.qualityScore, 90.0);
+    EXPECT_EQ(result.originalBytes, static_cast<std::int64_t>(large.size()));
+    EXPECT_EQ(result.finalBytes, fileSize(photo));
+    EXPECT_EQ(result.savedBytes(), result.originalBytes - result.finalBytes);
+    EXPECT_EQ(contents(photo), contents(output));
+    EXPECT_EQ(pictures.listing(), "photo.png");
+
+    ASSERT_TRUE(result.undoRecord);
+    EXPECT_EQ(store.readRecords(), std::vector{*result.undoRecord});
+    EXPECT_EQ(result.undoRecord->sessionID, session);
+    EXPECT_EQ(result.undoRecord->state, UndoRecord::State::committed);
+    store.restore(*result.undoRecord);
+    EXPECT_EQ(contents(photo), text(large));
+}
+
+TEST_F(CompressionEngineTest, SkipsAFileThatNothingMakesSmaller) {
+    const URL photo = picture("photo.png", readFile(output, 1 << 20));
+    const auto result = compress(photo);
+    EXPECT_EQ(result.outcome, CompressionOutcome::skipped);
+    EXPECT_EQ(result.finalBytes, result.originalBytes);
+    EXPECT_EQ(result.savedRatio(), 0);
+    EXPECT_FALSE(result.encoder || result.qualityScore || result.undoRecord);
+    EXPECT_EQ(pictures.listing(), "photo.png");
+    EXPECT_FALSE(itemExists(store.root()));
+}
+
+TEST_F(CompressionEngineTest, KeepsTheAttributes) {
+    const URL photo = picture("photo.png", large);
+    const bool hasNote = ::setxattr(photo.c_str(), "user.note", "mine", 4, 0) == 0;
+    const bool hasList = [&] {
+        acl_t list = acl_from_text("u::rw-,g::r--,o::---,u:65534:r--,m::r--");
+        const bool isSet = acl_set_file(photo.c_str(), ACL_TYPE_ACCESS, list) == 0;
+        acl_free(list);
+        return isSet;
+    }();
+    ASSERT_EQ(::chmod(photo.c_str(), 0640), 0);
+    const std::array<timespec, 2> times = {timespec{1'000'000'000, 5}, timespec{1'100'000'000, 123'456'789}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, photo.c_str(), times.data(), 0), 0);
+    compress(photo);
+
+    struct stat status {};
+    ASSERT_EQ(::stat(photo.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1'100'000'000);
+    EXPECT_EQ(status.st_mtim.tv_nsec, 123'456'789);
+    std::array<char, 8> note{};
+    EXPECT_EQ(::getxattr(photo.c_str(), "user.note", note.data(), note.size()), hasNote ? 4 : -1);
+    EXPECT_STREQ(note.data(), hasNote ? "mine" : "");
+    EXPECT_EQ(acl_extended_file(photo.c_str()), hasList ? 1 : 0);
+}
+
+TEST_F(CompressionEngineTest, KeepsWhatAnotherProgramWroteMeanwhile) {
+    const URL photo = picture("photo.png", large);
+    tools.script("oxipng", {{"output", output.path()}, {"append", photo.path(), "edited"}});
+    EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
+    EXPECT_EQ(contents(photo), text(large) + "editededited");
+    EXPECT_EQ(pictures.listing(), "photo.png");
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+    tools.script("oxipng", {{"output", output.path()}, {"remove", photo.path()}});
+    EXPECT_NE(failure(picture("photo.png", large)), "");
+    EXPECT_EQ(pictures.listing(), "");
+}
+
+TEST_F(CompressionEngineTest, TakesAnyFileName) {
+    for (const char* name : {"two words.png", "-o.png", "--.png", "quote'\".png", "line\nbreak.png",
+                             "\xFF\xFE.png", "照片.PNG", "$(x);&.png", "%41.png", ".png.png"}) {
+        const URL photo = picture(name, large);
+        const auto result = compress(photo);
+        EXPECT_EQ(result.outcome, CompressionOutcome::replaced) << name;
+        const std::string given = tools.runs("pngquant").back().back();
+        EXPECT_TRUE(isUTF8(given)) << "a tool may give up on anything else";
+        EXPECT_EQ(given == photo.path(), isUTF8(photo.path())) << name;
+        EXPECT_EQ(store.readRecords().at(0).originalURL(), photo);
+        store.restore(*result.undoRecord);
+        EXPECT_EQ(contents(photo), text(large));
+    }
+}
+
+TEST_F(CompressionEngineTest, LeavesTheFileAloneWhenAToolFailsOrItIsCancelled) {
+    const URL photo = picture("photo.jpg", jpegBytes({.pattern = noise, .quality = 95}));
+    const std::string before = contents(photo);
+    tools.script("cjpegli", {{"error", "no"}, {"status", "1"}});
+    EXPECT_EQ(failure(photo), "压缩组件运行失败：cjpegli（退出码 1）：no");
+    const auto cancellation = Cancellation::make();
+    cancellation.request();
+    EXPECT_THROW(engine(cancellation).compress(photo, UUID::random()), Cancelled);
+    tools.remove("cjpegli");
+    EXPECT_EQ(failure(photo), "缺少压缩组件：cjpegli");
+    EXPECT_EQ(contents(photo), before);
+    EXPECT_EQ(pictures.listing(), "photo.jpg");
+    EXPECT_FALSE(itemExists(store.root()));
+}
+
+TEST_F(CompressionEngineTest, TellsAFolderThatCannotBeWrittenAndAFileThatCannotBeRead) {
+    const URL photo = picture("photo.png", large);
+    const URL secret = picture("secret.png", large);
+    ::chmod(secret.c_str(), 0);
+    ::chmod(pictures.url().c_str(), 0555);
+    const auto report = [&](const URL& url) {
+        return unprivileged([&] {
+            try {
+                compress(url);
+                return std::string("compressed");
+            } catch (const FileSystemError& error) {
+                return std::string(error.what());
+            }
+        });
+    };
+    EXPECT_THAT(report(photo),
+                testing::AllOf(HasSubstr(pictures.url().path()), HasSubstr("Permission denied")));
+    EXPECT_THAT(report(secret), testing::AllOf(HasSubstr(secret.path()), HasSubstr("Permission denied")));
+    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(pictures.listing(), "photo.png secret.png");
+}
+
+} // namespace
+} // namespace tarnwick::test

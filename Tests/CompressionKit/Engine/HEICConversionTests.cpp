@@ -1,0 +1,132 @@
+#include "Engine/HEICConversion.h"
+#include "Foundation/FileOperations.h"
+#include "Support/EngineFixture.h"
+#include "Support/HEIFMaker.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class HEICConversionTest : public EngineFixture {
+protected:
+    /// Runs the body as soon as the PNG is about to get its name; what it returns is the rename's failure.
+    static Fault beforePublishing(std::function<int(const SystemCall&)> body) {
+        return Fault([body = std::move(body)](const SystemCall& call) {
+            return call.name == "renameat2" ? body(call) : 0;
+        });
+    }
+
+    const Bytes heic = heifBytes({});
+    const URL photo = picture("photo.heic", heic);
+    const std::string original{heic.begin(), heic.end()};
+};
+
+TEST_F(HEICConversionTest, PutsAnExactPNGBesideTheFile) {
+    const auto result = compress(photo);
+    EXPECT_EQ(result.outcome, CompressionOutcome::converted);
+    EXPECT_EQ(result.url, pictures / "photo.png");
+    EXPECT_EQ(result.encoder, "HEIC → PNG · 无损 PNG");
+    EXPECT_EQ(result.qualityScore, std::nullopt);
+    EXPECT_EQ(result.originalBytes, fileSize(photo));
+    EXPECT_EQ(result.finalBytes, fileSize(result.url));
+    EXPECT_TRUE(ImageFacts::pixelBandsEqual(photo, result.url));
+    EXPECT_EQ(contents(photo), original);
+    EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
+
+    ASSERT_TRUE(result.undoRecord);
+    EXPECT_EQ(store.readRecords(), std::vector{*result.undoRecord});
+    EXPECT_EQ(result.undoRecord->convertedPath, result.url.path());
+    EXPECT_EQ(result.undoRecord->state, UndoRecord::State::committed);
+    store.restore(*result.undoRecord);
+    EXPECT_EQ(pictures.listing(), "photo.heic");
+    EXPECT_THAT(tools.runs(), IsEmpty());
+}
+
+TEST_F(HEICConversionTest, TurnsThePictureUpright) {
+    for (const int orientation : {2, 6, 8}) {
+        const std::string name = "turned" + std::to_string(orientation);
+        const URL turned =
+            picture(name + ".heic", heifBytes({.transformations = transformationsFor(orientation)}));
+        const ImageFacts stored = ImageFacts::inspect(turned);
+        const ImageFacts facts = ImageFacts::inspect(compress(turned).url);
+        EXPECT_NE(stored.width, stored.height);
+        EXPECT_EQ(facts.width, orientation == 2 ? stored.width : stored.height);
+        EXPECT_EQ(facts.height, orientation == 2 ? stored.height : stored.width);
+        EXPECT_EQ(facts.orientation, 1);
+    }
+}
+
+TEST_F(HEICConversionTest, KeepsTheColoursAndTellsWhenDepthIsLost) {
+    const CodePoints displayP3 = {.primaries = 12, .transfer = 13, .matrix = 0};
+    const auto deep = compress(picture("deep.heic", heifBytes({.bits = 10, .codePoints = displayP3})));
+    EXPECT_EQ(deep.encoder, "HEIC → PNG · 8 位 PNG");
+    EXPECT_EQ(ImageFacts::inspect(deep.url).profileName, "Display P3");
+    const auto alpha =
+        compress(picture("alpha.heic", heifBytes({.pattern = translucentGradient, .alpha = true})));
+    EXPECT_TRUE(ImageFacts::inspect(alpha.url).hasAlpha);
+}
+
+TEST_F(HEICConversionTest, TakesTheFirstFreeName) {
+    const URL other = pictures.file("photo.png", "another picture");
+    EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克1）.png");
+    EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克2）.png");
+    EXPECT_EQ(contents(other), "another picture");
+    EXPECT_EQ(store.readRecords().size(), 2U);
+}
+
+TEST_F(HEICConversionTest, NeverOverwritesANameThatIsTakenAtTheLastMoment) {
+    const Fault fault = beforePublishing([](const SystemCall& call) {
+        if (call.destination.ends_with("photo.png")) {
+            writeFile(URL::file(call.destination), Bytes{'n', 'e', 'w'});
+        }
+        return 0;
+    });
+    const auto result = compress(photo);
+    EXPECT_EQ(result.url, pictures / "photo（塔维克1）.png");
+    EXPECT_EQ(contents(pictures / "photo.png"), "new");
+    EXPECT_EQ(store.readRecords(), std::vector{*result.undoRecord}) << "one record a conversion";
+}
+
+TEST_F(HEICConversionTest, PublishesWhereTheExclusiveRenameIsUnknown) {
+    const Fault fault = beforePublishing([](const SystemCall&) { return EINVAL; });
+    EXPECT_EQ(compress(photo).url, pictures / "photo.png");
+    EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
+}
+
+TEST_F(HEICConversionTest, LeavesNothingWhenItFails) {
+    EXPECT_EQ(failure(picture("many.heic", heifBytes({.pictures = 2}))), "暂不支持包含多张图片的 HEIC 文件");
+    EXPECT_EQ(failure(picture("cut.heic", Bytes(heic.begin(), heic.end() - 10))), "图片无法解码");
+    removeFile(pictures / "many.heic");
+    removeFile(pictures / "cut.heic");
+    {
+        const Fault fault = beforePublishing([&](const SystemCall&) {
+            pictures.file("photo.heic", "edited meanwhile");
+            return ENOSPC;
+        });
+        EXPECT_THAT(failure(photo), HasSubstr("保存 PNG 失败："));
+        EXPECT_EQ(contents(photo), "edited meanwhile");
+    }
+    picture("photo.heic", heic);
+    for (const auto* name : {".json", "photo.png", "decoded.png"}) {
+        const Fault fault([&](const SystemCall& call) {
+            const bool isAsked = call.name == "fsync" || call.name == "rename";
+            const bool isPNG = std::string_view(name) == "photo.png" && isDirectory(URL::file(call.path)) &&
+                               itemExists(pictures / "photo.png");
+            return (isAsked && (call.path.ends_with(name) || call.destination.ends_with(name))) || isPNG ? EIO
+                                                                                                         : 0;
+        });
+        EXPECT_NE(failure(photo), "") << name;
+        EXPECT_EQ(pictures.listing(), "photo.heic") << name;
+        EXPECT_EQ(contents(photo), original);
+        EXPECT_THAT(store.records(), IsEmpty()) << name;
+    }
+}
+
+} // namespace
+} // namespace tarnwick::test

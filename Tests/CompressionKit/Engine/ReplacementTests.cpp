@@ -1,0 +1,147 @@
+#include "Engine/Replacement.h"
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+#include "Support/EngineFixture.h"
+#include "Support/PNGMaker.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+namespace tarnwick::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A compression whose every changing call can be made to fail.
+class ReplacementTest : public EngineFixture {
+protected:
+    ReplacementTest() {
+        tools.scores({"90"});
+        for (const char* tool : {"pngquant", "oxipng"}) {
+            tools.script(tool, {{"output", prepared("out.png", pngBytes({.compressionLevel = 9})).path()}});
+        }
+    }
+
+    std::string original() const { return {large.begin(), large.end()}; }
+    bool isReplaced() const { return contents(photo) != original(); }
+    bool publishes(const SystemCall& call) const {
+        return call.name == "rename" && call.destination == photo.path();
+    }
+
+    const Bytes large = pngBytes({.compressionLevel = 0});
+    const URL photo = picture("photo.png", large);
+};
+
+TEST_F(ReplacementTest, LeavesTheOriginalWhicheverCallFailsOnce) {
+    int failing = 1;
+    for (bool wasReached = true; wasReached && failing < 1000; ++failing) {
+        int number = 0;
+        std::string name;
+        std::string message;
+        {
+            const Fault fault([&](const SystemCall& call) {
+                // Leftovers of the scopes that clean up are no failure of the work.
+                const bool isCleaning =
+                    call.name == "remove_all" || call.name == "rmdir" || call.name == "unlink";
+                if (isCleaning || ++number != failing) {
+                    return 0;
+                }
+                name = call.name + " " + call.path;
+                return call.name == "copy_file_range" || call.name == "write" ? ENOSPC : EIO;
+            });
+            message = failure(photo);
+        }
+        wasReached = !name.empty();
+        const auto records = store.readRecords();
+        if (message.empty()) {
+            // Some calls may fail without harm: another quantizer's setting, or another way to copy.
+            ASSERT_EQ(records.size(), 1U) << name;
+            store.restore(records.front());
+        }
+        ASSERT_FALSE(isReplaced()) << name;
+        ASSERT_EQ(pictures.listing(), "photo.png") << name;
+        ASSERT_THAT(store.readRecords(), IsEmpty()) << name;
+    }
+    EXPECT_GT(failing, 40);
+}
+
+TEST_F(ReplacementTest, LosesNothingWhenTheDiskIsFull) {
+    const Fault fault([](const SystemCall& call) {
+        return call.name == "write" || call.name == "copy_file_range" ? ENOSPC : 0;
+    });
+    EXPECT_THAT(failure(photo), HasSubstr("No space left on device"));
+    EXPECT_FALSE(isReplaced());
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+}
+
+TEST_F(ReplacementTest, NoticesAChangeThatCameWhileTheWinnerWasWritten) {
+    const Fault fault([&](const SystemCall& call) {
+        if (call.name == "fsync" && call.path.find(".tarnwick-") != std::string::npos &&
+            call.path.ends_with(".png")) {
+            pictures.file("photo.png", original() + "edited");
+        }
+        return 0;
+    });
+    EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
+    EXPECT_EQ(contents(photo), original() + "edited");
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+}
+
+TEST_F(ReplacementTest, PutsTheOriginalBackWhenTheRecordCannotBeCommitted) {
+    const Fault fault([&](const SystemCall& call) {
+        const bool isCommit = call.destination.ends_with(".json") && isReplaced();
+        return isCommit ? EROFS : 0;
+    });
+    EXPECT_THAT(failure(photo), HasSubstr("Read-only file system"));
+    EXPECT_FALSE(isReplaced());
+    EXPECT_EQ(pictures.listing(), "photo.png");
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+}
+
+TEST_F(ReplacementTest, NeverPublishesAWinnerThatChangedAfterItWasJudged) {
+    const Fault fault([&](const SystemCall& call) {
+        if (call.name == "fsync" && call.path.find("/.tarnwick-") != std::string::npos &&
+            call.path.ends_with(".png")) {
+            writeFile(URL::file(call.path), pngBytes({.pattern = noise, .compressionLevel = 9}));
+        }
+        return 0;
+    });
+    EXPECT_EQ(failure(photo), "压缩结果未通过验证");
+    EXPECT_FALSE(isReplaced());
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+}
+
+TEST_F(ReplacementTest, LeavesWhatAnotherProgramWroteOverTheResult) {
+    const Fault fault([&](const SystemCall& call) {
+        if (call.name == "fsync" && call.path == pictures.url().path() && isReplaced()) {
+            pictures.file("photo.png", "another program's");
+        }
+        return 0;
+    });
+    EXPECT_NE(failure(photo), "");
+    EXPECT_EQ(contents(photo), "another program's");
+    EXPECT_THAT(store.readRecords(), IsEmpty());
+}
+
+TEST_F(ReplacementTest, KeepsTheBackupWhileTheOriginalCannotBePutBack) {
+    {
+        int published = 0;
+        const Fault fault([&](const SystemCall& call) {
+            published += publishes(call) ? 1 : 0;
+            const bool isPuttingBack = publishes(call) && published == 2;
+            return isPuttingBack || (call.destination.ends_with(".json") && isReplaced()) ? EIO : 0;
+        });
+        EXPECT_NE(failure(photo), "");
+    }
+    EXPECT_TRUE(isReplaced());
+    const auto records = store.readRecords();
+    ASSERT_EQ(records.size(), 1U);
+    store.restore(records.front());
+    EXPECT_FALSE(isReplaced());
+    EXPECT_EQ(pictures.listing(), "photo.png");
+}
+
+} // namespace
+} // namespace tarnwick::test

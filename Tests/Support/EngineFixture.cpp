@@ -1,0 +1,48 @@
+#include "Support/EngineFixture.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+
+namespace tarnwick::test {
+
+Workshop::Workshop(const URL& picture, const FakeTools& tools)
+    : runner(tools.folder()), original{.url = picture,
+                                       .facts = ImageFacts::inspect(picture),
+                                       .bytes = fileSize(picture),
+                                       .hash = hash(picture)} {}
+
+std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(const RecipeContext&)) const {
+    std::vector<std::string> lines;
+    try {
+        for (const Candidate& candidate : recipe(context)) {
+            lines.push_back(candidate.encoder + " " + std::to_string(candidate.bytes));
+        }
+    } catch (const CompressionError& error) {
+        lines.push_back(error.errorDescription());
+    }
+    return lines;
+}
+
+URL EngineFixture::picture(const std::string& name, const Bytes& bytes) const {
+    return pictures.file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+URL EngineFixture::prepared(const std::string& name, const Bytes& bytes) const {
+    return home.file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+CompressionEngine EngineFixture::engine(const Cancellation& cancellation) const {
+    const QualityThresholds thresholds;
+    return {tools.folder(), store, thresholds.general, thresholds.png, thresholds.gif, cancellation};
+}
+
+std::string EngineFixture::failure(const URL& url) const {
+    try {
+        compress(url);
+        return "";
+    } catch (const std::exception& error) {
+        return errorDescription(error);
+    }
+}
+
+} // namespace tarnwick::test
