@@ -1,0 +1,54 @@
+#include "TarnwickCommand/ClearCommand.h"
+
+#include "Foundation/Text.h"
+#include "TarnwickCommand/Arguments.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string>
+
+namespace tarnwick {
+namespace {
+
+/// One line that the user types; empty at the end of the input. Throws Cancelled.
+std::string typedLine(const Cancellation& cancellation) {
+    std::array<pollfd, 2> events = {pollfd{cancellation.descriptor(), POLLIN, 0},
+                                    pollfd{STDIN_FILENO, POLLIN, 0}};
+    while (::poll(events.data(), events.size(), -1) < 0 && errno == EINTR) {
+    }
+    if (cancellation.isRequested()) {
+        throw Cancelled();
+    }
+    // A terminal hands out whole lines.
+    std::array<char, 256> line{};
+    const ssize_t length = ::read(STDIN_FILENO, line.data(), line.size());
+    return std::string(trimmed({line.data(), static_cast<std::size_t>(length > 0 ? length : 0)}));
+}
+
+bool userAgrees(const CommandContext& context) {
+    context.output.write("清除所有记录？\n这会删除所有记录及其原图备份，已压缩的图片将无法恢复原图。\n"
+                         "输入 y 或“是”继续：");
+    const std::string answer = lowercasedASCII(typedLine(context.cancellation));
+    return answer == "y" || answer == "是";
+}
+
+} // namespace
+
+int runClear(const CommandContext& context, bool isConfirmed) {
+    if (!isConfirmed && (::isatty(STDIN_FILENO) != 1 || !context.output.isTerminal())) {
+        printError("这会删除所有记录及其原图备份；没有终端可以询问，请加上 --yes。");
+        return ExitStatus::wrongUsage;
+    }
+    if (!isConfirmed && !userAgrees(context)) {
+        context.output.writeLine("没有清除任何记录。");
+        return ExitStatus::success;
+    }
+    context.output.writeLine(fmt::format("已清除 {} 条记录。", context.undo.removeAll().size()));
+    return ExitStatus::success;
+}
+
+} // namespace tarnwick

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Foundation/URL.h"
+#include "History/UndoStore.h"
+#include "Process/Cancellation.h"
+#include "TarnwickCommand/Output.h"
+
+namespace tarnwick {
+
+/// What every command works with. Everything it refers to outlives the command.
+///
+/// A command returns its ExitStatus. It throws OutputFailed, Cancelled when it was stopped between two items
+/// or within one, and what the library throws when it could do nothing at all.
+struct CommandContext {
+    const Output& output;
+    const UndoStore& undo;
+    const URL& toolDirectory;
+    const Cancellation& cancellation;
+    bool json = false;
+
+    void throwIfCancelled() const {
+        if (cancellation.isRequested()) {
+            throw Cancelled();
+        }
+    }
+};
+
+} // namespace tarnwick

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "TarnwickCommand/Command.h"
+
+#include <string>
+#include <vector>
+
+namespace tarnwick {
+
+/// Compresses the files and what is in the folders, one after another, as one batch of the history.
+int runCompress(const CommandContext& context, const std::vector<std::string>& paths);
+
+} // namespace tarnwick

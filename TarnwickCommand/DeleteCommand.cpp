@@ -1,0 +1,44 @@
+#include "TarnwickCommand/DeleteCommand.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/Text.h"
+#include "TarnwickCommand/Arguments.h"
+#include "TarnwickCommand/RecordLookup.h"
+#include "TarnwickCommand/RowText.h"
+
+namespace tarnwick {
+namespace {
+
+/// Returns the path of the file that the record was of. Throws CompressionError and FileSystemError.
+std::string deleted(const CommandContext& context, const std::string& identifier) {
+    const auto id = UUID::parse(identifier);
+    const auto record = id ? RecordLookup::withID(context.undo, *id) : std::nullopt;
+    if (!record) {
+        throw CompressionError::fileOperation(RecordLookup::unknownRecord);
+    }
+    const TransientLine line(context.output, true,
+                             displayText(record->originalPath) + "  " + std::string(RowText::deleting));
+    context.undo.deleteRecord(*record);
+    return record->originalPath;
+}
+
+} // namespace
+
+int runDelete(const CommandContext& context, const std::vector<std::string>& identifiers) {
+    int status = ExitStatus::success;
+    for (const std::string& identifier : identifiers) {
+        context.throwIfCancelled();
+        try {
+            const std::string path = deleted(context, identifier);
+            context.output.writeLine(displayText(path) + "  已删除记录");
+        } catch (const OutputFailed&) {
+            throw;
+        } catch (const std::exception& error) {
+            printError(displayText(identifier) + "：" + displayText(errorDescription(error)));
+            status = ExitStatus::failure;
+        }
+    }
+    return status;
+}
+
+} // namespace tarnwick

@@ -1,0 +1,67 @@
+#include "TarnwickCommand/TerminalReporter.h"
+
+#include "Foundation/Text.h"
+#include "TarnwickCommand/RowText.h"
+#include "TarnwickCommand/TerminalText.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace tarnwick {
+namespace {
+
+/// From the end of the second live line to the beginning of the first, and everything from there on gone.
+constexpr auto eraseLiveLines = "\r\x1b[1A\x1b[J";
+
+} // namespace
+
+TerminalReporter::TerminalReporter(const Output& output, const std::vector<CollectedFile>& files)
+    : output_(output) {
+    for (const CollectedFile& file : files) {
+        longestName_ = std::max(longestName_, TerminalText::columns(displayText(file.path)));
+    }
+}
+
+std::string TerminalReporter::nameColumn(const CollectedFile& file) const {
+    const std::size_t width = std::min(longestName_, output_.columns() * 2 / 5);
+    return TerminalText::padded(TerminalText::elidedInMiddle(displayText(file.path), width), width) + "  ";
+}
+
+void TerminalReporter::begin(const CollectedFile& file, const BatchProgress& progress) {
+    // A live line that wrapped could not be found again: both stay short of the edge.
+    const std::size_t columns = output_.columns();
+    const std::string row = nameColumn(file) + std::string(RowText::compressing);
+    output_.write(TerminalText::elidedInMiddle(row, columns - 1) + "\n" + progressBar(progress, columns));
+    hasLiveLines_ = true;
+}
+
+std::string TerminalReporter::takeLiveLines() {
+    return std::exchange(hasLiveLines_, false) ? eraseLiveLines : "";
+}
+
+void TerminalReporter::end(const CollectedFile& file, const FileEnding& ending) {
+    output_.write(takeLiveLines() + nameColumn(file) + endingText(ending) + "\n");
+}
+
+void TerminalReporter::finish(const BatchProgress& progress) {
+    output_.write(takeLiveLines() + batchSummary(progress));
+}
+
+std::string progressBar(const BatchProgress& progress, std::size_t columns) {
+    constexpr std::size_t longestBar = 40;
+    constexpr std::size_t shortestBar = 4;
+    const std::string numbers = fmt::format("{}/{} · 已节省 {}", progress.done, progress.total,
+                                            RowText::byteCount(progress.savedBytes));
+    // The brackets, a space, and the last column, which stays free.
+    const std::size_t taken = TerminalText::columns(numbers) + 4;
+    if (progress.total == 0 || columns < taken + shortestBar) {
+        return TerminalText::elidedInMiddle(numbers, columns - 1);
+    }
+    const std::size_t width = std::min(longestBar, columns - taken);
+    const std::size_t filled = width * progress.done / progress.total;
+    return "[" + std::string(filled, '=') + std::string(width - filled, ' ') + "] " + numbers;
+}
+
+} // namespace tarnwick

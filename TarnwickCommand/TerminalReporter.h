@@ -1,0 +1,33 @@
+#pragma once
+
+#include "TarnwickCommand/CompressReporter.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tarnwick {
+
+/// Rows that scroll up, and below them the row of the file being worked on and a progress bar, which are
+/// drawn again in place.
+class TerminalReporter final : public CompressReporter {
+public:
+    TerminalReporter(const Output& output, const std::vector<CollectedFile>& files);
+
+    void begin(const CollectedFile& file, const BatchProgress& progress) override;
+    void end(const CollectedFile& file, const FileEnding& ending) override;
+    void finish(const BatchProgress& progress) override;
+
+private:
+    std::string nameColumn(const CollectedFile& file) const;
+    std::string takeLiveLines();
+
+    const Output& output_;
+    std::size_t longestName_ = 0;
+    bool hasLiveLines_ = false;
+};
+
+/// "[====    ] 1/2 · 已节省 3.4 MB" in fewer than `columns` columns; the numbers alone when there is no room.
+std::string progressBar(const BatchProgress& progress, std::size_t columns);
+
+} // namespace tarnwick

@@ -1,0 +1,113 @@
+#include "TarnwickCommand/Arguments.h"
+#include "TarnwickCommand/RunCommand.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tarnwick {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+Invocation invocation(const Words& words) {
+    const auto parsed = parseArguments(words);
+    const auto* reply = std::get_if<Reply>(&parsed);
+    EXPECT_EQ(reply, nullptr) << reply->text;
+    return reply == nullptr ? std::get<Invocation>(parsed) : Invocation();
+}
+
+TEST(Arguments, OptionsStandBeforeAndAfterTheSubcommand) {
+    const Invocation before = invocation({"--tools", "T", "--store=a=b", "compress", "--json", "x"});
+    EXPECT_EQ(before.toolDirectory, "T");
+    EXPECT_EQ(before.store, "a=b");
+    EXPECT_TRUE(before.json);
+    const Invocation after =
+        invocation({"restore", "x", "--store", "history", "y", "--tools", "T", "--tools", "U"});
+    EXPECT_EQ(after.command, Invocation::Command::restore);
+    EXPECT_EQ(after.store, "history");
+    EXPECT_EQ(after.toolDirectory, "U");
+    EXPECT_THAT(after.operands, ElementsAre("x", "y"));
+    EXPECT_TRUE(invocation({"clear", "--yes"}).isConfirmed);
+}
+
+TEST(Arguments, NamesOfFilesAreNeverTakenForSyntax) {
+    EXPECT_THAT(
+        invocation({"compress", "[2024]", "[a,b]", "++", "%%", "{}", "-", "compress", "\xFF", "\x1fx"})
+            .operands,
+        ElementsAre("[2024]", "[a,b]", "++", "%%", "{}", "-", "compress", "\xFF", "\x1fx"));
+    EXPECT_THAT(invocation({"compress", "a", "--", "-b.png", "--json", "--", "[x]"}).operands,
+                ElementsAre("a", "-b.png", "--json", "--", "[x]"));
+}
+
+TEST(Arguments, EveryMisuseIsNamedInChineseWithStatus2) {
+    const std::pair<Words, const char*> cases[] = {
+        {{}, "缺少子命令"},
+        {{"bogus"}, "未知的子命令：bogus"},
+        {{"--", "compress", "a"}, "未知的子命令：compress"},
+        {{"--bogus"}, "未知选项：--bogus"},
+        {{"compress", "--bogus=\x1b[1m", "a"}, "未知选项：--bogus"},
+        {{"compress", "-x\x1b[1m"}, "未知选项：-x\uFFFD[1m"},
+        {{"delete", "--json", "x"}, "未知选项：--json"},
+        {{"compress"}, "缺少参数：路径"},
+        {{"inspect", "--json"}, "缺少参数：文件"},
+        {{"restore"}, "缺少参数：记录或路径"},
+        {{"delete"}, "缺少参数：记录"},
+        {{"history", "extra"}, "多余的参数：extra"},
+        {{"maintain", "compress"}, "多余的参数：compress"},
+        {{"compress", "a", "--tools"}, "选项 --tools 缺少值"},
+        {{"compress", "--store", "--json", "a"}, "选项 --store 缺少值"},
+        {{"compress", "--tools=", "a"}, "选项 --tools 缺少值"},
+        {{"compress", "--json=false", "a"}, "选项 --json 不带值"},
+        {{"clear", "--yes=no"}, "选项 --yes 不带值"},
+        {{"--help=x"}, "选项 --help 不带值"},
+        {{"--version=x"}, "选项 --version 不带值"},
+    };
+    for (const auto& [words, message] : cases) {
+        const auto parsed = parseArguments(words);
+        const auto* reply = std::get_if<Reply>(&parsed);
+        ASSERT_NE(reply, nullptr) << message;
+        EXPECT_EQ(reply->text, std::string("tarnwick：") + message + "\n用 tarnwick --help 查看用法。\n");
+        EXPECT_EQ(reply->status, ExitStatus::wrongUsage);
+    }
+}
+
+TEST(Arguments, HelpListsEverythingAndLeavesNoWordOfTheParser) {
+    for (const Words& words : {Words{"--help"},
+                               {"compress", "-h"},
+                               {"inspect", "--help"},
+                               {"history", "--help"},
+                               {"restore", "--help"},
+                               {"delete", "--help"},
+                               {"clear", "--help"},
+                               {"maintain", "--help"}}) {
+        const auto parsed = parseArguments(words);
+        const auto& text = std::get<Reply>(parsed).text;
+        EXPECT_THAT(text, HasSubstr("用法: tarnwick"));
+        EXPECT_THAT(text, HasSubstr("-h,--help"));
+        EXPECT_THAT(text, Not(testing::ContainsRegex(
+                              "Usage|Options|OPTIONS|Positionals|Subcommands|REQUIRED|TEXT|Print")));
+    }
+    const auto parsed = parseArguments({"--help"});
+    for (const char* word : {"compress", "inspect", "history", "restore", "delete", "clear", "maintain",
+                             "--tools 目录", "--store 目录", "--version"}) {
+        EXPECT_THAT(std::get<Reply>(parsed).text, HasSubstr(word));
+    }
+}
+
+TEST(Arguments, TheExecutableAnswersOnTheRightStreamWithTheRightStatus) {
+    const auto version = test::runCommand({"compress", "--version"});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_THAT(version.output, testing::MatchesRegex("tarnwick [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    const auto misuse = test::runCommand({"bogus"});
+    EXPECT_EQ(misuse.status, 2);
+    EXPECT_EQ(misuse.output, "");
+    EXPECT_THAT(misuse.errors, HasSubstr("未知的子命令：bogus"));
+}
+
+} // namespace
+} // namespace tarnwick

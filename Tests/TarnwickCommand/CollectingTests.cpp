@@ -1,0 +1,108 @@
+#include "Support/TemporaryFolder.h"
+#include "Support/Unprivileged.h"
+#include "TarnwickCommand/Collecting.h"
+#include "TarnwickCommand/Locations.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tarnwick {
+namespace {
+
+class Collecting : public testing::Test {
+protected:
+    URL file(const std::string& name) const {
+        createDirectories((folder / name).deletingLastPathComponent());
+        return folder.file(name, "x");
+    }
+
+    void link(const std::string& target, const std::string& name) const {
+        ASSERT_EQ(::symlink(target.c_str(), (folder / name).c_str()), 0);
+    }
+
+    /// The paths found, relative to the folder and joined by spaces; failures in brackets with their error.
+    std::string collected(const std::vector<std::string>& names) const {
+        std::vector<std::string> paths(names);
+        for (std::string& path : paths) {
+            path.insert(0, folder.url().path() + "/");
+        }
+        std::string text;
+        for (const CollectedFile& found : collectFiles(paths, {})) {
+            const std::string name = found.path.substr(folder.url().path().size() + 1);
+            text += (text.empty() ? "" : " ") + (found.error ? "[" + name + ": " + *found.error + "]" : name);
+        }
+        return text;
+    }
+
+    test::TemporaryFolder folder;
+};
+
+TEST_F(Collecting, WalksFoldersInTheOrderOfNamesAndPassesOverWhatIsHiddenLinkedOrNoPicture) {
+    for (const char* name :
+         {"b.PNG", "a/z.jpeg", "a/d/e.gif", "c.heif", ".h.png", ".d/x.png", "t.txt", "png"}) {
+        file(name);
+    }
+    link("b.PNG", "link.png");
+    link("a", "folderlink");
+    ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
+    EXPECT_EQ(collected({"."}), "./a/d/e.gif ./a/z.jpeg ./b.PNG ./c.heif");
+    EXPECT_EQ(collected({"a/"}), "a/d/e.gif a/z.jpeg");
+    EXPECT_EQ(collected({".d", ".h.png"}), ".d/x.png .h.png") << "named outright";
+}
+
+TEST_F(Collecting, TakesAFileOnceHoweverItIsReached) {
+    file("a/x.png");
+    file("a/y.png");
+    link("a", "l");
+    EXPECT_EQ(collected({"a/y.png", "l/y.png", "a/../a/x.png", "a", "l/x.png"}), "a/y.png a/../a/x.png");
+    const auto found = collectFiles({(folder / "l/x.png").path()}, {});
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].url, folder / "a/x.png") << "the engine and the history get the file's own place";
+}
+
+TEST_F(Collecting, NamesWhatCannotBeTakenAndGoesOn) {
+    file("a.png");
+    file("t.txt");
+    link("a.png", "link.png");
+    link("nowhere", "dangling");
+    EXPECT_EQ(collected({"t.txt", "link.png", "dangling", "a.png"}),
+              "[t.txt: 目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。] link.png dangling a.png")
+        << "links are the engine's to refuse";
+    const auto missing = collectFiles({(folder / "none.png").path(), ""}, {});
+    ASSERT_EQ(missing.size(), 2U);
+    EXPECT_NE(missing[0].error->find("none.png"), std::string::npos);
+    EXPECT_TRUE(missing[1].error);
+}
+
+TEST_F(Collecting, TellsOfFoldersThatCannotBeReadOrEntered) {
+    file("a/x.png");
+    file("closed/y.png");
+    file("listed/z.png");
+    for (const char* name : {".", "a"}) {
+        ASSERT_EQ(::chmod((folder / name).c_str(), 0755), 0);
+    }
+    ASSERT_EQ(::chmod((folder / "closed").c_str(), 0000), 0);
+    ASSERT_EQ(::chmod((folder / "listed").c_str(), 0444), 0);
+    const std::string text = test::unprivileged([&] { return collected({"."}); });
+    EXPECT_EQ(text.find("./a/x.png [./closed: 无法读取文件夹"), 0U) << text;
+    EXPECT_NE(text.find("[./listed/z.png: 无法读取文件信息"), std::string::npos) << text;
+}
+
+TEST_F(Collecting, StopsWhenAskedTo) {
+    file("a.png");
+    const Cancellation cancellation = Cancellation::make();
+    cancellation.request();
+    EXPECT_THROW(collectFiles({folder.url().path()}, cancellation), Cancelled);
+}
+
+TEST_F(Collecting, FindsTheToolsInTheBundleElseInTheSourceTree) {
+    const URL executable = folder / "Tarnwick.app/Contents/Linux/tarnwick";
+    EXPECT_EQ(defaultToolDirectory(executable), URL::file("Vendor/Bin"));
+    createDirectories(folder / "Tarnwick.app/Contents/Resources");
+    EXPECT_EQ(defaultToolDirectory(executable), folder / "Tarnwick.app/Contents/Resources/Tools");
+    EXPECT_EQ(defaultToolDirectory(URL()), URL::file("Vendor/Bin"));
+}
+
+} // namespace
+} // namespace tarnwick

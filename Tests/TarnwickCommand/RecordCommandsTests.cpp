@@ -1,0 +1,164 @@
+#include "Support/HistoryFixture.h"
+#include "TarnwickCommand/RecordLookup.h"
+#include "TarnwickCommand/RunCommand.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+namespace tarnwick {
+namespace {
+
+using test::contents;
+using testing::HasSubstr;
+
+class RecordCommands : public test::HistoryFixture {
+protected:
+    test::CommandEnd run(std::vector<std::string> words) const {
+        words.insert(words.end(), {"--store", store.root().path()});
+        return test::runCommand(words);
+    }
+};
+
+TEST_F(RecordCommands, HistoryTellsEveryRecordTheNewestFirst) {
+    EXPECT_EQ(run({"history"}).output, "没有压缩记录。\n");
+    const UndoRecord old = aged(replaced(picture("old.png", 1)), UndoStore::backupRetention + 60);
+    UndoRecord young = replaced(picture("young.png", 2));
+    young.convertedPath = (folder / "x\xFF.png").path();
+    young.createdAt = Date(1e9);
+    store.commit(young);
+
+    const auto lines = run({"history", "--json"}).json();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0]["id"], young.id.text());
+    EXPECT_EQ(lines[0]["createdAt"], "2032-09-09T01:46:40Z");
+    EXPECT_EQ(lines[0]["originalPath"], (folder / "young.png").path());
+    EXPECT_EQ(lines[0]["convertedPath"], (folder / "x\xFF.png").absoluteString());
+    EXPECT_EQ(lines[0]["originalBytes"], young.originalBytes);
+    EXPECT_EQ(lines[0]["state"], "committed");
+    EXPECT_EQ(lines[0]["backupAvailable"], true);
+    EXPECT_EQ(lines[0]["backupAvailableUntil"], "2032-09-09T05:46:40Z");
+    EXPECT_EQ(lines[1]["id"], old.id.text());
+    EXPECT_EQ(lines[1]["backupAvailable"], false) << "its time is over, though it still stands there";
+    EXPECT_FALSE(lines[1].contains("convertedPath"));
+
+    const std::string table = run({"history"}).output;
+    EXPECT_THAT(
+        table, testing::ContainsRegex("young\\.png.*可恢复至.*" + young.id.text() + "\n.*old\\.png.*已清理"));
+}
+
+TEST_F(RecordCommands, RestoreFindsRecordsByIdentifierAndByFileThroughLinks) {
+    createDirectories(folder / "real");
+    ASSERT_EQ(::symlink("real", (folder / "link").c_str()), 0);
+    const URL a = picture("real/a.png", 1);
+    const URL b = picture("real/b.png", 2);
+    const std::string originalA = contents(a);
+    const std::string originalB = contents(b);
+    const UndoRecord first = replaced(a);
+    replaced(b);
+
+    const auto end = run({"restore", "--json", first.id.text(), (folder / "none.png").path(),
+                          (folder / "link/../link/b.png").path(), first.id.text()});
+    const auto lines = end.json();
+    EXPECT_EQ(end.status, 1);
+    ASSERT_EQ(lines.size(), 4U);
+    const JSON restored = {{"path", a.path()}, {"outcome", "restored"}, {"record", first.id.text()}};
+    EXPECT_EQ(lines[0], restored);
+    const JSON unknown = {{"path", (folder / "none.png").path()},
+                          {"outcome", "failed"},
+                          {"error", "没有找到这个文件的压缩记录"}};
+    EXPECT_EQ(lines[1], unknown);
+    EXPECT_EQ(lines[2]["outcome"], "restored");
+    EXPECT_EQ(lines[3]["error"], "没有这条压缩记录");
+    EXPECT_EQ(contents(a), originalA);
+    EXPECT_EQ(contents(b), originalB);
+    EXPECT_TRUE(store.records().empty());
+}
+
+TEST_F(RecordCommands, RestoreTakesTheNewestRecordAndRefusesAChangedFile) {
+    const URL a = picture("a.png", 1);
+    const UndoRecord older = aged(replaced(a), 60);
+    const std::string between = contents(a);
+    replaced(a);
+    const auto end = run({"restore", a.path()});
+    EXPECT_EQ(end.status, 0);
+    EXPECT_EQ(end.output, a.path() + "  已恢复原图\n");
+    EXPECT_EQ(contents(a), between);
+
+    folder.file("a.png", "the user's own");
+    const auto refused = run({"restore", a.path()});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.errors, HasSubstr("文件已被修改，无法直接恢复"));
+    EXPECT_EQ(contents(a), "the user's own");
+    EXPECT_EQ(store.records(), std::vector{older});
+}
+
+TEST_F(RecordCommands, AFileNamedLikeARecordIsTheFile) {
+    const UndoRecord record = replaced(picture("a.png", 1));
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.url().path());
+    folder.file(record.id.text(), "x");
+    EXPECT_THAT(run({"restore", record.id.text()}).errors, HasSubstr(RecordLookup::unknownFile));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(store.records(), std::vector{record});
+}
+
+TEST_F(RecordCommands, AConvertedFileLeadsToItsRecord) {
+    UndoRecord record = replaced(picture("a.png", 1));
+    record.convertedPath = (folder / "made.png").path();
+    store.commit(record);
+    EXPECT_EQ(RecordLookup::newestOf(store, folder / "made.png"), record);
+    EXPECT_EQ(RecordLookup::newestOf(store, folder / "./a.png"), record);
+    EXPECT_EQ(RecordLookup::newestOf(store, folder / "b.png"), std::nullopt);
+}
+
+TEST_F(RecordCommands, DeleteAndClearRemoveRecordsWithTheirBackups) {
+    const UndoRecord gone = replaced(picture("a.png", 1));
+    const UndoRecord kept = replaced(picture("b.png", 2));
+    const auto end = run({"delete", "no-record", gone.id.text(), gone.id.text()});
+    EXPECT_EQ(end.status, 1);
+    EXPECT_EQ(end.errors,
+              "tarnwick：no-record：没有这条压缩记录\ntarnwick：" + gone.id.text() + "：没有这条压缩记录\n");
+    EXPECT_FALSE(store.hasBackup(gone));
+    EXPECT_EQ(store.records(), std::vector{kept});
+
+    const auto unasked = run({"clear"});
+    EXPECT_EQ(unasked.status, 2);
+    EXPECT_THAT(unasked.errors, HasSubstr("--yes"));
+    EXPECT_EQ(store.records(), std::vector{kept});
+    EXPECT_EQ(run({"clear", "--yes"}).output, "已清除 1 条记录。\n");
+    EXPECT_FALSE(store.hasBackup(kept));
+    EXPECT_TRUE(store.records().empty());
+}
+
+TEST_F(RecordCommands, ClearingIsAskedForOnATerminalAndOnlyAYesWillDo) {
+    const UndoRecord record = replaced(picture("a.png", 1));
+    const auto clear = [&](std::string_view answer) {
+        return test::runOnTerminal({"clear", "--store", store.root().path()}, "继续：", answer);
+    };
+    for (const auto* answer : {"n\n", "\n", "\x04"}) {
+        const auto declined = clear(answer);
+        EXPECT_EQ(declined.status, 0);
+        EXPECT_THAT(declined.output, HasSubstr("已压缩的图片将无法恢复原图。"));
+        EXPECT_THAT(declined.output, HasSubstr("没有清除任何记录。"));
+    }
+    const auto stopped = clear("\x03");
+    EXPECT_EQ(stopped.status, 130);
+    EXPECT_THAT(stopped.output, HasSubstr("已停止。"));
+    EXPECT_EQ(store.records(), std::vector{record});
+    EXPECT_EQ(clear("是\n").status, 0);
+    EXPECT_TRUE(store.records().empty());
+}
+
+TEST_F(RecordCommands, MaintainRemovesOnlyBackupsThatAreTooOld) {
+    const UndoRecord old = aged(replaced(picture("a.png", 1)), UndoStore::backupRetention + 1);
+    const UndoRecord young = replaced(picture("b.png", 2));
+    EXPECT_EQ(run({"maintain"}).output, "已清理 1 个原图备份。\n");
+    EXPECT_FALSE(store.hasBackup(old));
+    EXPECT_TRUE(store.hasBackup(young));
+    EXPECT_EQ(run({"maintain"}).output, "已清理 0 个原图备份。\n");
+}
+
+} // namespace
+} // namespace tarnwick
