@@ -3,8 +3,10 @@
 #include "Support/JPEGMaker.h"
 #include "Support/PNGMaker.h"
 
-#include <cstdio>
 #include <exception>
+#include <iostream>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -14,7 +16,7 @@ using namespace tarnwick::test;
 /// Puts numbered pictures into a folder.
 class Seeds {
 public:
-    explicit Seeds(const URL& folder) : folder_(folder) {}
+    explicit Seeds(URL folder) : folder_(std::move(folder)) {}
 
     void add(const Bytes& picture) {
         writeFile(folder_.appending("seed-" + std::to_string(count_++)), picture);
@@ -102,7 +104,7 @@ void addHEIFs(Seeds& seeds) {
 
 int main(int count, char** arguments) {
     if (count != 2) {
-        std::fputs("usage: PictureSeeds FOLDER\n", stderr);
+        std::cerr << "usage: PictureSeeds FOLDER\n";
         return 2;
     }
     try {
@@ -112,7 +114,7 @@ int main(int count, char** arguments) {
         addGIFs(seeds);
         addHEIFs(seeds);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+        std::cerr << error.what() << '\n';
         return 1;
     }
     return 0;
