@@ -5,14 +5,12 @@
 #include "Engine/Recipes.h"
 #include "Engine/Replacement.h"
 #include "Engine/ResultValidation.h"
-#include "Engine/ToolArguments.h"
 #include "Engine/ToolPaths.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace tarnwick {
@@ -46,31 +44,6 @@ std::vector<Candidate> candidates(const RecipeContext& context) {
 }
 
 } // namespace
-
-void requireUnchanged(const Original& original) {
-    if (hash(original.url) != original.hash) {
-        throw CompressionError::changedDuringCompression();
-    }
-}
-
-void RecipeContext::requireTools(std::initializer_list<const char*> names) const {
-    for (const char* name : names) {
-        if (!tools.has(name)) {
-            throw CompressionError::toolMissing(name);
-        }
-    }
-}
-
-void RecipeContext::run(const char* tool, const std::vector<std::string>& arguments) const {
-    tools.run(tool, arguments, toolTimeout);
-}
-
-const Candidate* smallest(const std::vector<Candidate>& candidates) {
-    const auto least =
-        std::min_element(candidates.begin(), candidates.end(),
-                         [](const Candidate& a, const Candidate& b) { return a.bytes < b.bytes; });
-    return least == candidates.end() ? nullptr : &*least;
-}
 
 CompressionEngine::CompressionEngine(const URL& toolDirectory, UndoStore undo, double qualityThreshold,
                                      double pngQualityThreshold, double gifQualityThreshold,

@@ -127,4 +127,10 @@ std::string lowercasedASCII(std::string_view text) {
     return lowered;
 }
 
+bool startsWith(std::span<const std::uint8_t> bytes, std::string_view text) {
+    return bytes.size() >= text.size() &&
+           std::equal(text.begin(), text.end(), bytes.begin(),
+                      [](char c, std::uint8_t byte) { return static_cast<std::uint8_t>(c) == byte; });
+}
+
 } // namespace tarnwick

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -24,5 +26,8 @@ std::string_view trimmed(std::string_view text);
 
 /// `text` with A to Z in lower case; all other bytes stay.
 std::string lowercasedASCII(std::string_view text);
+
+/// Whether a file's bytes begin with those of `text`.
+bool startsWith(std::span<const std::uint8_t> bytes, std::string_view text);
 
 } // namespace tarnwick

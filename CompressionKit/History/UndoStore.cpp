@@ -56,10 +56,11 @@ std::string hashOfSoundBackup(const URL& backup, const UndoRecord& record) {
 URL copyBackup(const URL& backup, const URL& original, const std::string& originalHash) {
     URL copy = original.deletingLastPathComponent().appending(".tarnwick-restore-" + UUID::random().text());
     copyFile(backup, copy);
+    ScopedFile unverified(copy);
     if (hash(copy) != originalHash) {
-        removeFile(copy);
         throw CompressionError::validationFailed();
     }
+    unverified.release();
     return copy;
 }
 

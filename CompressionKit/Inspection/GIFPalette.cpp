@@ -4,6 +4,7 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
+#include "Foundation/Text.h"
 #include "ImageIO/BitmapContext.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
@@ -68,16 +69,10 @@ std::uint32_t bigEndian32(Span bytes) {
            bytes[3];
 }
 
-bool holds(Span bytes, std::string_view text) {
-    return std::equal(text.begin(), text.end(), bytes.begin(),
-                      bytes.begin() + static_cast<std::ptrdiff_t>(text.size()),
-                      [](char c, std::uint8_t byte) { return static_cast<std::uint8_t>(c) == byte; });
-}
-
 /// The payload of the PNG's PLTE chunk.
 Span findPalette(Span png) {
     constexpr std::size_t chunkOverhead = 12;
-    if (png.size() < pngSignature.size() || !holds(png, pngSignature)) {
+    if (!startsWith(png, pngSignature)) {
         throw CompressionError::invalidImage();
     }
     for (Span rest = png.subspan(pngSignature.size()); rest.size() >= chunkOverhead;) {
@@ -85,7 +80,7 @@ Span findPalette(Span png) {
         if (length > rest.size() - chunkOverhead) {
             break;
         }
-        if (holds(rest.subspan(4), "PLTE")) {
+        if (startsWith(rest.subspan(4), "PLTE")) {
             return rest.subspan(8, length);
         }
         rest = rest.subspan(chunkOverhead + length);

@@ -3,10 +3,10 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
+#include "Foundation/Text.h"
 #include "ImageIO/ImageSource.h"
 #include "Inspection/JPEGMarkers.h"
 
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <string_view>
@@ -21,12 +21,6 @@ constexpr std::size_t searchedBytes = 1'048'576;
 constexpr std::size_t maximumFileBytes = std::size_t{1} << 31U;
 constexpr std::string_view exifHeader = "Exif\0\0"sv;
 constexpr std::string_view multiPictureHeader = "MPF\0"sv;
-
-bool startsWith(Span bytes, std::string_view text) {
-    return bytes.size() >= text.size() &&
-           std::equal(text.begin(), text.end(), bytes.begin(),
-                      [](char c, std::uint8_t byte) { return static_cast<std::uint8_t>(c) == byte; });
-}
 
 /// A TIFF structure's numbers, in its own byte order. Reads must lie within the bytes.
 class TIFFNumbers {

@@ -1,0 +1,14 @@
+#include "Engine/Original.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+
+namespace tarnwick {
+
+void requireUnchanged(const Original& original) {
+    if (hash(original.url) != original.hash) {
+        throw CompressionError::changedDuringCompression();
+    }
+}
+
+} // namespace tarnwick
