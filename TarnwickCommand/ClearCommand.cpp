@@ -1,14 +1,13 @@
 #include "TarnwickCommand/ClearCommand.h"
 
 #include "Foundation/Text.h"
+#include "Process/Event.h"
 #include "TarnwickCommand/Arguments.h"
 
 #include <fmt/format.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <string>
 
 namespace tarnwick {
@@ -16,10 +15,7 @@ namespace {
 
 /// One line that the user types; empty at the end of the input. Throws Cancelled.
 std::string typedLine(const Cancellation& cancellation) {
-    std::array<pollfd, 2> events = {pollfd{cancellation.descriptor(), POLLIN, 0},
-                                    pollfd{STDIN_FILENO, POLLIN, 0}};
-    while (::poll(events.data(), events.size(), -1) < 0 && errno == EINTR) {
-    }
+    waitUntilReadable(STDIN_FILENO, cancellation.descriptor());
     if (cancellation.isRequested()) {
         throw Cancelled();
     }

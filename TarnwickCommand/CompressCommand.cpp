@@ -5,58 +5,74 @@
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/Collecting.h"
 #include "TarnwickCommand/CompressReporter.h"
+#include "TarnwickCommand/QueuedWork.h"
+
+#include <exception>
+#include <optional>
 
 namespace tarnwick {
 namespace {
 
-CompressionEngine engineFor(const CommandContext& context) {
+CompressionEngine engineFor(const CommandContext& context, const Cancellation& cancellation) {
     constexpr QualityThresholds thresholds;
     return {context.toolDirectory, context.undo,   thresholds.general,
-            thresholds.png,        thresholds.gif, context.cancellation};
+            thresholds.png,        thresholds.gif, cancellation};
 }
 
 class Batch {
 public:
     Batch(const CommandContext& context, std::vector<CollectedFile> files)
-        : context_(context), files_(std::move(files)), engine_(engineFor(context)),
+        : files_(std::move(files)), work_(context.cancellation),
+          engine_(engineFor(context, work_.cancellation())),
           reporter_(makeCompressReporter(context.output, context.json, files_)) {
         progress_.total = files_.size();
     }
 
     int run() {
-        try {
-            for (const CollectedFile& file : files_) {
-                context_.throwIfCancelled();
-                const FileEnding ending = file.error ? FileEnding{.error = *file.error} : compressed(file);
-                progress_.count(ending);
-                reporter_->end(file, ending);
-            }
-        } catch (const Cancelled&) {
-            reporter_->finish(progress_);
-            throw;
+        for (const CollectedFile& file : files_) {
+            file.error ? end(file, {.error = *file.error}) : add(file);
         }
+        work_.run();
         reporter_->finish(progress_);
+        if (work_.cancellation().isRequested()) {
+            throw Cancelled();
+        }
         return progress_.failed == 0 ? ExitStatus::success : ExitStatus::failure;
     }
 
 private:
-    FileEnding compressed(const CollectedFile& file) {
-        reporter_->begin(file, progress_);
+    void add(const CollectedFile& file) {
+        auto begins = [this, &file] { work_.post([this, &file] { reporter_->begin(file, progress_); }); };
+        auto compress = [this, &file] { return std::optional(engine_.compress(file.url, session_)); };
+        work_.add(file.url, begins, compress,
+                  [this, &file](const std::exception_ptr& error, std::optional<CompressionResult> result) {
+                      if (!error) {
+                          end(file, {.result = std::move(result)});
+                      } else if (!isStopped(error)) {
+                          end(file, {.error = descriptionOf(error)});
+                      }
+                  });
+    }
+
+    void end(const CollectedFile& file, const FileEnding& ending) {
+        progress_.count(ending);
+        reporter_->end(file, ending, progress_);
+    }
+
+    static std::string descriptionOf(const std::exception_ptr& error) {
         try {
-            return {.result = engine_.compress(file.url, session_)};
-        } catch (const Cancelled&) {
-            throw;
-        } catch (const std::exception& error) {
-            return {.error = errorDescription(error)};
+            std::rethrow_exception(error);
+        } catch (const std::exception& exception) {
+            return errorDescription(exception);
         }
     }
 
-    const CommandContext& context_;
-    std::vector<CollectedFile> files_;
-    CompressionEngine engine_;
-    std::unique_ptr<CompressReporter> reporter_;
+    const std::vector<CollectedFile> files_;
+    QueuedWork work_;
+    const CompressionEngine engine_;
+    const std::unique_ptr<CompressReporter> reporter_;
     BatchProgress progress_;
-    UUID session_ = UUID::random();
+    const UUID session_ = UUID::random();
 };
 
 } // namespace

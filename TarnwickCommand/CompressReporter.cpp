@@ -1,9 +1,9 @@
 #include "TarnwickCommand/CompressReporter.h"
 
+#include "Engine/RowText.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"
-#include "TarnwickCommand/RowText.h"
 #include "TarnwickCommand/TerminalReporter.h"
 
 #include <fmt/format.h>
@@ -34,7 +34,8 @@ public:
     explicit JSONReporter(const Output& output) : output_(output) {}
 
     void begin(const CollectedFile& /*file*/, const BatchProgress& /*progress*/) override {}
-    void end(const CollectedFile& file, const FileEnding& ending) override {
+    void end(const CollectedFile& file, const FileEnding& ending,
+             const BatchProgress& /*progress*/) override {
         JSON object = {{"path", GivenPath::portableText(file.path)}};
         object.update(ending.result ? jsonOf(*ending.result)
                                     : JSON{{"outcome", "failed"}, {"error", ending.error}});
@@ -51,7 +52,8 @@ public:
     explicit PlainReporter(const Output& output) : output_(output) {}
 
     void begin(const CollectedFile& /*file*/, const BatchProgress& /*progress*/) override {}
-    void end(const CollectedFile& file, const FileEnding& ending) override {
+    void end(const CollectedFile& file, const FileEnding& ending,
+             const BatchProgress& /*progress*/) override {
         output_.writeLine(displayText(file.path) + "  " + endingText(ending));
     }
     void finish(const BatchProgress& progress) override { output_.write(batchSummary(progress)); }

@@ -33,7 +33,8 @@ struct BatchProgress {
     void count(const FileEnding& ending);
 };
 
-/// Tells of a batch on standard output. All functions throw OutputFailed.
+/// Tells of a batch on standard output; several files may be at work at once. All functions throw
+/// OutputFailed.
 class CompressReporter {
 public:
     virtual ~CompressReporter() = default;
@@ -43,8 +44,8 @@ public:
 
     /// Work on the file begins.
     virtual void begin(const CollectedFile& file, const BatchProgress& progress) = 0;
-    /// The file is done; begin() was called for it unless it was never worked on.
-    virtual void end(const CollectedFile& file, const FileEnding& ending) = 0;
+    /// The file is done, and counted in `progress`; begin() was called for it unless it was never worked on.
+    virtual void end(const CollectedFile& file, const FileEnding& ending, const BatchProgress& progress) = 0;
     /// The batch is over, perhaps before its end.
     virtual void finish(const BatchProgress& progress) = 0;
 };

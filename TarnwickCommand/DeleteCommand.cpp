@@ -1,10 +1,11 @@
 #include "TarnwickCommand/DeleteCommand.h"
 
+#include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/Arguments.h"
+#include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"
-#include "TarnwickCommand/RowText.h"
 
 namespace tarnwick {
 namespace {
@@ -18,7 +19,7 @@ std::string deleted(const CommandContext& context, const std::string& identifier
     }
     const TransientLine line(context.output, true,
                              displayText(record->originalPath) + "  " + std::string(RowText::deleting));
-    context.undo.deleteRecord(*record);
+    runQueued(context.cancellation, record->originalURL(), [&] { context.undo.deleteRecord(*record); });
     return record->originalPath;
 }
 
@@ -32,6 +33,8 @@ int runDelete(const CommandContext& context, const std::vector<std::string>& ide
             const std::string path = deleted(context, identifier);
             context.output.writeLine(displayText(path) + "  已删除记录");
         } catch (const OutputFailed&) {
+            throw;
+        } catch (const Cancelled&) {
             throw;
         } catch (const std::exception& error) {
             printError(displayText(identifier) + "：" + displayText(errorDescription(error)));

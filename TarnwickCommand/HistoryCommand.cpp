@@ -1,11 +1,11 @@
 #include "TarnwickCommand/HistoryCommand.h"
 
+#include "Engine/RowText.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/DateText.h"
 #include "TarnwickCommand/JSONLine.h"
 #include "TarnwickCommand/RecordLookup.h"
-#include "TarnwickCommand/RowText.h"
 #include "TarnwickCommand/TerminalText.h"
 
 #include <nlohmann/json.hpp>

@@ -1,13 +1,14 @@
 #include "TarnwickCommand/RestoreCommand.h"
 
+#include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"
+#include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"
-#include "TarnwickCommand/RowText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -52,8 +53,10 @@ Ending restored(const CommandContext& context, const std::string& argument) {
         const UndoRecord record = recordFor(context.undo, argument, ending);
         const TransientLine line(context.output, !context.json,
                                  displayText(record.originalPath) + "  " + std::string(RowText::restoring));
-        context.undo.restore(record);
+        runQueued(context.cancellation, record.originalURL(), [&] { context.undo.restore(record); });
     } catch (const OutputFailed&) {
+        throw;
+    } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
         ending.error = errorDescription(error);

@@ -1,7 +1,7 @@
 #include "TarnwickCommand/TerminalReporter.h"
 
+#include "Engine/RowText.h"
 #include "Foundation/Text.h"
-#include "TarnwickCommand/RowText.h"
 #include "TarnwickCommand/TerminalText.h"
 
 #include <fmt/format.h>
@@ -29,20 +29,32 @@ std::string TerminalReporter::nameColumn(const CollectedFile& file) const {
     return TerminalText::padded(TerminalText::elidedInMiddle(displayText(file.path), width), width) + "  ";
 }
 
-void TerminalReporter::begin(const CollectedFile& file, const BatchProgress& progress) {
-    // A live line that wrapped could not be found again: both stay short of the edge.
-    const std::size_t columns = output_.columns();
-    const std::string row = nameColumn(file) + std::string(RowText::compressing);
-    output_.write(TerminalText::elidedInMiddle(row, columns - 1) + "\n" + progressBar(progress, columns));
-    hasLiveLines_ = true;
-}
-
 std::string TerminalReporter::takeLiveLines() {
     return std::exchange(hasLiveLines_, false) ? eraseLiveLines : "";
 }
 
-void TerminalReporter::end(const CollectedFile& file, const FileEnding& ending) {
-    output_.write(takeLiveLines() + nameColumn(file) + endingText(ending) + "\n");
+std::string TerminalReporter::liveLines(const BatchProgress& progress) {
+    if (active_.empty()) {
+        return {};
+    }
+    hasLiveLines_ = true;
+    // A live line that wrapped could not be found again: both stay short of the edge.
+    const std::size_t columns = output_.columns();
+    const std::string row = nameColumn(*active_.front()) + std::string(RowText::compressing);
+    return TerminalText::elidedInMiddle(row, columns - 1) + "\n" + progressBar(progress, columns);
+}
+
+void TerminalReporter::begin(const CollectedFile& file, const BatchProgress& progress) {
+    active_.push_back(&file);
+    const std::string erasure = takeLiveLines();
+    output_.write(erasure + liveLines(progress));
+}
+
+void TerminalReporter::end(const CollectedFile& file, const FileEnding& ending,
+                           const BatchProgress& progress) {
+    std::erase(active_, &file);
+    const std::string row = takeLiveLines() + nameColumn(file) + endingText(ending) + "\n";
+    output_.write(row + liveLines(progress));
 }
 
 void TerminalReporter::finish(const BatchProgress& progress) {

@@ -1,11 +1,15 @@
 #include "Engine/Recipes.h"
+#include "Engine/SideBySide.h"
 #include "Engine/ToolArguments.h"
+#include "Engine/ToolMemory.h"
 #include "Foundation/Directory.h"
 #include "Inspection/GIFPalette.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <limits>
 
 namespace tarnwick {
@@ -17,95 +21,107 @@ constexpr int reducedLossyLevel = 4;
 constexpr std::array<int, 3> sharedColors = {128, 192, 255};
 constexpr std::array<int, 2> sharedLossyLevels = {0, 4};
 
-class GIFRecipe {
-public:
-    explicit GIFRecipe(const RecipeContext& context) : context_(context) {}
+using Candidates = std::vector<Candidate>;
 
-    std::vector<Candidate> candidates() {
-        tryLossless();
-        for (const int level : lossyLevels) {
-            tryLossy(level);
-        }
-        tryReducedPalette();
-        if (context_.tools.has(Tool::pngquant) && !isAlreadySmall()) {
-            trySharedPalettes();
-        }
-        return std::move(candidates_);
-    }
+URL file(const RecipeContext& context, const std::string& name) {
+    return context.workDirectory.appending(name);
+}
 
-private:
-    URL file(const std::string& name) const { return context_.workDirectory.appending(name); }
+Candidates tryOutput(const RecipeContext& context, const ToolArguments::List& arguments, const URL& output,
+                     const std::string& label, bool isLossy) {
+    context.run(Tool::gifsicle, arguments);
+    auto candidate = context.validation.validated(output, label, {.isLossy = isLossy});
+    return candidate ? Candidates{std::move(*candidate)} : Candidates{};
+}
 
-    void tryOutput(const ToolArguments::List& arguments, const URL& output, const std::string& label,
-                   bool isLossy) {
-        context_.run(Tool::gifsicle, arguments);
-        if (auto candidate = context_.validation.validated(output, label, {.isLossy = isLossy})) {
-            candidates_.push_back(std::move(*candidate));
-        }
-    }
+Candidates tryLossless(const RecipeContext& context) {
+    const URL output = file(context, "optimized.gif");
+    return tryOutput(context, ToolArguments::gifsicleLossless(context.input, output), output, "Gifsicle -O3",
+                     false);
+}
 
-    void tryLossless() {
-        const URL output = file("optimized.gif");
-        tryOutput(ToolArguments::gifsicleLossless(context_.input, output), output, "Gifsicle -O3", false);
-    }
+RecipeStep lossy(int level) {
+    return [level](const RecipeContext& context) {
+        const URL output = file(context, fmt::format("lossy-{}.gif", level));
+        return tryOutput(context, ToolArguments::gifsicleLossy(level, context.input, output), output,
+                         fmt::format("Gifsicle lossy{}", level), true);
+    };
+}
 
-    void tryLossy(int level) {
-        const URL output = file(fmt::format("lossy-{}.gif", level));
-        tryOutput(ToolArguments::gifsicleLossy(level, context_.input, output), output,
-                  fmt::format("Gifsicle lossy{}", level), true);
-    }
+Candidates tryReducedPalette(const RecipeContext& context) {
+    const URL output = file(context, "palette.gif");
+    return tryOutput(context,
+                     ToolArguments::gifsicleColors(reducedColors, reducedLossyLevel, context.input, output),
+                     output, fmt::format("Gifsicle {} colors", reducedColors), true);
+}
 
-    void tryReducedPalette() {
-        const URL output = file("palette.gif");
-        tryOutput(ToolArguments::gifsicleColors(reducedColors, reducedLossyLevel, context_.input, output),
-                  output, fmt::format("Gifsicle {} colors", reducedColors), true);
-    }
+Candidates firstPasses(const RecipeContext& context) {
+    std::vector<RecipeStep> steps = {tryLossless};
+    std::transform(lossyLevels.begin(), lossyLevels.end(), std::back_inserter(steps), lossy);
+    steps.emplace_back(tryReducedPalette);
+    return joined(sideBySide(context, steps));
+}
 
-    /// Whether a candidate is below nine tenths of the original, so that finding palettes is not worth its
-    /// time.
-    bool isAlreadySmall() const {
-        const Candidate* best = smallest(candidates_);
-        const std::int64_t bytes = context_.original.bytes;
-        // A size whose ninefold does not fit is beyond any real file; nothing counts as small beside it.
-        const bool overflows = bytes > std::numeric_limits<std::int64_t>::max() / 9;
-        return best != nullptr && !overflows && best->bytes < 9 * bytes / 10;
-    }
+/// Whether a candidate is below nine tenths of the original, so that finding palettes is not worth its time.
+bool isAlreadySmall(const RecipeContext& context, const Candidates& candidates) {
+    const Candidate* best = smallest(candidates);
+    const std::int64_t bytes = context.original.bytes;
+    // A size whose ninefold does not fit is beyond any real file; nothing counts as small beside it.
+    const bool overflows = bytes > std::numeric_limits<std::int64_t>::max() / 9;
+    return best != nullptr && !overflows && best->bytes < 9 * bytes / 10;
+}
 
-    void trySharedPalettes() {
-        const URL sheet = file("gif-contact.png");
-        GIFPalette::writeContactSheet(context_.validation.gifReferenceFrames(), sheet);
-        for (const int colors : sharedColors) {
-            const URL palette = file(fmt::format("gif-map-{}.png", colors));
-            const URL map = file(fmt::format("gif-map-{}.gif", colors));
-            context_.run(Tool::pngquant, ToolArguments::pngquantPalette(colors, sheet, palette));
-            GIFPalette::writeColorMap(palette, map);
-            for (const int level : sharedLossyLevels) {
-                trySharedPalette(colors, level, map);
-            }
-        }
-    }
-
-    /// The levels of one palette write files of one name, so each level has a folder of its own.
-    void trySharedPalette(int colors, int level, const URL& map) {
-        const URL folder = file(fmt::format("lossy{}", level));
+/// The levels of one palette write files of one name, so each level has a folder of its own.
+RecipeStep sharedPalette(int colors, int level, const URL& map) {
+    return [=](const RecipeContext& context) {
+        const URL folder = file(context, fmt::format("lossy{}", level));
         createDirectories(folder);
         const URL output = folder.appending(fmt::format("shared-{}.gif", colors));
         std::string label = fmt::format("pngquant GIF {} colors", colors);
         if (level > 0) {
             label += fmt::format(" + Gifsicle lossy{}", level);
         }
-        tryOutput(ToolArguments::gifsicleColorMap(map, level, context_.input, output), output, label, true);
-    }
+        return tryOutput(context, ToolArguments::gifsicleColorMap(map, level, context.input, output), output,
+                         label, true);
+    };
+}
 
-    const RecipeContext& context_;
-    std::vector<Candidate> candidates_;
-};
+/// Finds a palette of so many colours for the whole sheet, and tries it at all levels.
+RecipeStep sharedPalettes(int colors, const URL& sheet) {
+    return [=](const RecipeContext& context) {
+        const URL palette = file(context, fmt::format("gif-map-{}.png", colors));
+        const URL map = file(context, fmt::format("gif-map-{}.gif", colors));
+        const ImageFacts& facts = context.original.facts;
+        context.run(Tool::pngquant, ToolArguments::pngquantPalette(colors, sheet, palette),
+                    toolMemory(Tool::pngquant, GIFPalette::mostTiles * facts.width * facts.height));
+        GIFPalette::writeColorMap(palette, map);
+        std::vector<RecipeStep> steps;
+        for (const int level : sharedLossyLevels) {
+            steps.push_back(sharedPalette(colors, level, map));
+        }
+        return joined(sideBySide(context, steps));
+    };
+}
+
+Candidates paletteSearch(const RecipeContext& context) {
+    const URL sheet = file(context, "gif-contact.png");
+    GIFPalette::writeContactSheet(context.validation.gifReferenceFrames(), sheet);
+    std::vector<RecipeStep> steps;
+    for (const int colors : sharedColors) {
+        steps.push_back(sharedPalettes(colors, sheet));
+    }
+    return joined(sideBySide(context, steps));
+}
 
 } // namespace
 
 std::vector<Candidate> gifCandidates(const RecipeContext& context) {
     context.requireTools({Tool::gifsicle, Tool::ssimulacra2});
-    return GIFRecipe(context).candidates();
+    Candidates candidates = firstPasses(context);
+    if (context.tools.has(Tool::pngquant) && !isAlreadySmall(context, candidates)) {
+        candidates = joined({std::move(candidates), paletteSearch(context)});
+    }
+    return candidates;
 }
 
 } // namespace tarnwick

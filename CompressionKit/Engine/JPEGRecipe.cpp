@@ -1,4 +1,5 @@
 #include "Engine/Recipes.h"
+#include "Engine/SideBySide.h"
 #include "Engine/ToolArguments.h"
 #include "Foundation/Directory.h"
 #include "Inspection/JPEGMetadata.h"
@@ -68,8 +69,8 @@ private:
 };
 
 /// The chroma modes try the same qualities, so each has a folder of its own for its files.
-void searchMode(const RecipeContext& context, std::string_view mode, double minimumScore,
-                std::vector<Candidate>& candidates) {
+std::vector<Candidate> searchMode(const RecipeContext& context, std::string_view mode, double minimumScore) {
+    std::vector<Candidate> candidates;
     const URL folder = context.workDirectory.appending(mode);
     createDirectories(folder);
     QualitySearch search(minimumScore);
@@ -88,6 +89,11 @@ void searchMode(const RecipeContext& context, std::string_view mode, double mini
             search.rejected();
         }
     }
+    return candidates;
+}
+
+RecipeStep searching(std::string_view mode, double minimumScore) {
+    return [=](const RecipeContext& context) { return searchMode(context, mode, minimumScore); };
 }
 
 } // namespace
@@ -95,12 +101,11 @@ void searchMode(const RecipeContext& context, std::string_view mode, double mini
 std::vector<Candidate> jpegCandidates(const RecipeContext& context) {
     context.requireTools({Tool::cjpegli, Tool::ssimulacra2});
     const Demand demand = demandOf(context);
-    std::vector<Candidate> candidates;
-    searchMode(context, "420", demand.minimumScore, candidates);
+    std::vector<RecipeStep> modes = {searching("420", demand.minimumScore)};
     if (demand.allows444) {
-        searchMode(context, "444", demand.minimumScore, candidates);
+        modes.push_back(searching("444", demand.minimumScore));
     }
-    return candidates;
+    return joined(sideBySide(context, modes));
 }
 
 } // namespace tarnwick

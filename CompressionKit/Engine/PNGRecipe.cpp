@@ -1,4 +1,5 @@
 #include "Engine/Recipes.h"
+#include "Engine/SideBySide.h"
 #include "Engine/ToolArguments.h"
 #include "Foundation/CompressionError.h"
 
@@ -16,7 +17,7 @@ constexpr std::array<QuantizeSetting, 4> settings = {{
     {100, "1.0", 1},
     {100, "0.0", 1},
 }};
-/// From here on a setting is only a last resort, when none before it gave a candidate.
+/// From here on a setting is only a last resort, for when none before it gave a candidate.
 constexpr std::size_t firstLastResort = 2;
 constexpr int lossyOptimizationLevel = 4;
 constexpr int losslessOptimizationLevel = 2;
@@ -24,59 +25,71 @@ constexpr int losslessOptimizationLevel = 2;
 /// pngquant turns what it quantizes into sRGB.
 constexpr ResultValidation::Options quantizedOptions = {.isLossy = true, .allowsSRGBConversion = true};
 
+using Candidates = std::vector<Candidate>;
+
+Candidates listOf(std::optional<Candidate> candidate) {
+    return candidate ? Candidates{std::move(*candidate)} : Candidates{};
+}
+
 /// A setting that fails, or whose output cannot be judged, loses only its candidate: a picture that pngquant
 /// cannot treat still gets its lossless pass.
-std::optional<Candidate> quantized(const RecipeContext& context, std::size_t variant) {
+Candidates quantized(const RecipeContext& context, std::size_t variant) {
     const QuantizeSetting& setting = settings.at(variant);
     const URL output = context.workDirectory.appending(fmt::format("quant-{}.png", variant));
     try {
         context.run(Tool::pngquant, ToolArguments::pngquant(setting, context.input, output));
-        return context.validation.validated(output, setting.label(), quantizedOptions);
+        return listOf(context.validation.validated(output, setting.label(), quantizedOptions));
     } catch (const CompressionError&) {
-        return std::nullopt;
+        return {};
     }
 }
 
-std::vector<Candidate> quantizedCandidates(const RecipeContext& context) {
-    std::vector<Candidate> accepted;
-    for (std::size_t variant = 0; variant < settings.size(); ++variant) {
-        if (variant == firstLastResort && !accepted.empty()) {
-            break;
-        }
-        if (auto candidate = quantized(context, variant)) {
-            accepted.push_back(std::move(*candidate));
-        }
-    }
-    return accepted;
+RecipeStep quantizing(std::size_t variant) {
+    return [variant](const RecipeContext& context) { return quantized(context, variant); };
 }
 
 /// The quantized winner after oxipng, when that made it smaller still.
-Candidate optimized(const RecipeContext& context, const Candidate& winner) {
+Candidates optimized(const RecipeContext& context, const Candidate& winner) {
     const URL output = context.workDirectory.appending("palette-opt.png");
     context.run(Tool::oxipng, ToolArguments::oxipng(lossyOptimizationLevel, winner.url, output));
     auto candidate = context.validation.validated(output, winner.encoder + " + OxiPNG", quantizedOptions);
-    return candidate && candidate->bytes < winner.bytes ? *candidate : winner;
+    return {candidate && candidate->bytes < winner.bytes ? *candidate : winner};
 }
 
-std::optional<Candidate> lossless(const RecipeContext& context) {
+Candidates lossless(const RecipeContext& context) {
     const URL output = context.workDirectory.appending("lossless.png");
     context.run(Tool::oxipng, ToolArguments::oxipng(losslessOptimizationLevel, context.input, output));
-    return context.validation.validated(output, "OxiPNG", {});
+    return listOf(context.validation.validated(output, "OxiPNG", {}));
+}
+
+/// The optimized winner of the quantized candidates, and the lossless pass beside it.
+Candidates withWinner(const RecipeContext& context, const Candidates& accepted) {
+    const Candidate& winner = *smallest(accepted);
+    return joined(sideBySide(
+        context, {[&winner](const RecipeContext& step) { return optimized(step, winner); }, lossless}));
+}
+
+/// The settings of last resort, and the lossless pass beside them.
+Candidates withLastResort(const RecipeContext& context) {
+    auto results =
+        sideBySide(context, {quantizing(firstLastResort), quantizing(firstLastResort + 1), lossless});
+    Candidates last = std::move(results.back());
+    results.pop_back();
+    const Candidates accepted = joined(std::move(results));
+    if (const Candidate* winner = smallest(accepted)) {
+        last.insert(last.begin(), optimized(context, *winner).front());
+    }
+    return last;
 }
 
 } // namespace
 
 std::vector<Candidate> pngCandidates(const RecipeContext& context) {
     context.requireTools({Tool::pngquant, Tool::oxipng, Tool::ssimulacra2});
-    const std::vector<Candidate> accepted = quantizedCandidates(context);
-    std::vector<Candidate> candidates;
-    if (const Candidate* winner = smallest(accepted)) {
-        candidates.push_back(optimized(context, *winner));
-    }
-    if (auto candidate = lossless(context)) {
-        candidates.push_back(std::move(*candidate));
-    }
-    return candidates;
+    // The lossless pass comes with the second round: there it fills the processors that the steps which need
+    // a winner, one after another, leave idle.
+    const Candidates accepted = joined(sideBySide(context, {quantizing(0), quantizing(1)}));
+    return accepted.empty() ? withLastResort(context) : withWinner(context, accepted);
 }
 
 } // namespace tarnwick

@@ -1,6 +1,7 @@
 #include "Engine/Recipes.h"
 
 #include "Engine/ToolArguments.h"
+#include "Engine/ToolMemory.h"
 #include "Foundation/CompressionError.h"
 
 #include <algorithm>
@@ -15,8 +16,23 @@ void RecipeContext::requireTools(std::initializer_list<const char*> names) const
     }
 }
 
+RecipeContext RecipeContext::cancelledBy(const Cancellation& cancellation) const {
+    const ToolRunner runner = tools.cancelledBy(cancellation);
+    return {.tools = runner,
+            .thresholds = thresholds,
+            .original = original,
+            .input = input,
+            .workDirectory = workDirectory,
+            .validation = validation.runningWith(runner)};
+}
+
 void RecipeContext::run(const char* tool, const std::vector<std::string>& arguments) const {
-    tools.run(tool, arguments, toolTimeout);
+    run(tool, arguments, toolMemory(tool, original.facts));
+}
+
+void RecipeContext::run(const char* tool, const std::vector<std::string>& arguments,
+                        std::int64_t memory) const {
+    tools.run(tool, arguments, toolTimeout, memory);
 }
 
 const Candidate* smallest(const std::vector<Candidate>& candidates) {

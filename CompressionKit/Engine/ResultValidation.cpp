@@ -1,6 +1,7 @@
 #include "Engine/ResultValidation.h"
 
 #include "Engine/ToolArguments.h"
+#include "Engine/ToolMemory.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileOperations.h"
@@ -12,11 +13,17 @@
 #include <cmath>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace tarnwick {
 namespace {
 
 constexpr double bestFrameScore = 100;
+
+/// Both were exported by the same hand, so that equal pixels make equal bytes.
+bool isSameFrame(const URL& reference, const URL& candidate) {
+    return fileSize(reference) == fileSize(candidate) && hash(reference) == hash(candidate);
+}
 
 double parseScore(const std::string& output) {
     const std::string_view text = trimmed(output);
@@ -51,18 +58,25 @@ bool hasNewHoles(const URL& reference, const URL& candidate) {
 
 } // namespace
 
-ResultValidation::ResultValidation(const ToolRunner& tools, const QualityThresholds& thresholds,
+ResultValidation::ResultValidation(ToolRunner tools, const QualityThresholds& thresholds,
                                    const Original& original, const URL& workDirectory)
-    : tools_(tools), thresholds_(thresholds), original_(original), workDirectory_(workDirectory) {}
+    : tools_(std::move(tools)), thresholds_(thresholds), original_(&original),
+      gifReference_(std::make_shared<GIFReference>(original, workDirectory.appending("gif-reference"))) {}
+
+ResultValidation ResultValidation::runningWith(ToolRunner tools) const {
+    ResultValidation copy = *this;
+    copy.tools_ = std::move(tools);
+    return copy;
+}
 
 std::optional<Candidate> ResultValidation::validated(const URL& output, const std::string& encoder,
                                                      const Options& options) const {
     const std::int64_t bytes = fileSize(output);
-    if (bytes < 1 || (!options.acceptLarger && bytes >= fileSize(original_.url))) {
+    if (bytes < 1 || (!options.acceptLarger && bytes >= fileSize(original_->url))) {
         return std::nullopt;
     }
     const ImageFacts facts = ImageFacts::inspect(output);
-    if (!original_.facts.compatible(facts, options.allowsSRGBConversion)) {
+    if (!original_->facts.compatible(facts, options.allowsSRGBConversion)) {
         throw CompressionError::fileOperation("压缩结果的尺寸、方向、帧信息或色彩配置与原图不一致");
     }
     const Verdict verdict = judge(output, facts, options);
@@ -78,7 +92,7 @@ std::optional<Candidate> ResultValidation::validated(const URL& output, const st
 
 ResultValidation::Verdict ResultValidation::judge(const URL& output, const ImageFacts& facts,
                                                   const Options& options) const {
-    switch (original_.facts.kind) {
+    switch (original_->facts.kind) {
     case ImageKind::gif:
         return judgeGIF(output, options.isLossy);
     case ImageKind::png:
@@ -92,7 +106,7 @@ ResultValidation::Verdict ResultValidation::judge(const URL& output, const Image
 
 ResultValidation::Verdict ResultValidation::judgeGIF(const URL& output, bool isLossy) const {
     if (!isLossy) {
-        return {.isAccepted = ImageFacts::gifFramesEqual(original_.url, output)};
+        return {.isAccepted = ImageFacts::gifFramesEqual(original_->url, output)};
     }
     const auto score = gifQualityScore(output);
     return {.isAccepted = score.has_value(), .score = score};
@@ -100,11 +114,11 @@ ResultValidation::Verdict ResultValidation::judgeGIF(const URL& output, bool isL
 
 ResultValidation::Verdict ResultValidation::judgePNG(const URL& output, const ImageFacts& facts,
                                                      const Options& options) const {
-    const bool hasAlpha = original_.facts.hasAlpha || facts.hasAlpha;
+    const bool hasAlpha = original_->facts.hasAlpha || facts.hasAlpha;
     if (!options.isLossy) {
-        return {.isAccepted = !hasAlpha || ImageFacts::pixelBandsEqual(original_.url, output)};
+        return {.isAccepted = !hasAlpha || ImageFacts::pixelBandsEqual(original_->url, output)};
     }
-    if (hasAlpha && !ImageFacts::quantizedAlphaWithin(original_.url, output)) {
+    if (hasAlpha && !ImageFacts::quantizedAlphaWithin(original_->url, output)) {
         return {};
     }
     return judgeByScore(output, thresholds_.png, options);
@@ -112,44 +126,43 @@ ResultValidation::Verdict ResultValidation::judgePNG(const URL& output, const Im
 
 ResultValidation::Verdict ResultValidation::judgeByScore(const URL& output, double kindThreshold,
                                                          const Options& options) const {
-    const double value = score(original_.url, output);
+    const double value = score(original_->url, output);
     return {.isAccepted = options.minimumScore.value_or(kindThreshold) <= value, .score = value};
 }
 
 double ResultValidation::score(const URL& reference, const URL& candidate) const {
-    return parseScore(
-        tools_.run(Tool::ssimulacra2, ToolArguments::ssimulacra2(reference, candidate), toolTimeout));
+    return parseScore(tools_.run(Tool::ssimulacra2, ToolArguments::ssimulacra2(reference, candidate),
+                                 toolTimeout, toolMemory(Tool::ssimulacra2, original_->facts)));
 }
 
 std::vector<URL> ResultValidation::gifReferenceFrames() const {
-    const URL folder = workDirectory_.appending("gif-reference");
-    std::vector<URL> expected;
-    for (std::int64_t i = 0; i < original_.facts.frameCount; ++i) {
-        expected.push_back(folder.appending("frame-" + std::to_string(i) + ".png"));
-    }
-    const bool isComplete = std::all_of(expected.begin(), expected.end(), isRegularFile);
-    return isComplete ? expected : ImageFacts::exportGIFFrames(original_.url, folder);
+    return gifReference_->frames();
 }
 
 std::optional<double> ResultValidation::gifQualityScore(const URL& candidate) const {
     const std::vector<URL> references = gifReferenceFrames();
     const CandidateFrames frames(candidate);
     const auto count = static_cast<std::int64_t>(frames.files().size());
-    if (frames.files().size() != references.size() || count != original_.facts.frameCount) {
+    if (frames.files().size() != references.size() || count != original_->facts.frameCount) {
         return std::nullopt;
     }
     double worst = bestFrameScore;
     for (std::size_t i = 0; i < references.size(); ++i) {
-        if (hasNewHoles(references[i], frames.files()[i])) {
+        const auto value = frameScore(references[i], frames.files()[i]);
+        if (!value || *value < thresholds_.gif) {
             return std::nullopt;
         }
-        const double frameScore = score(references[i], frames.files()[i]);
-        if (frameScore < thresholds_.gif) {
-            return std::nullopt;
-        }
-        worst = std::min(worst, frameScore);
+        worst = std::min(worst, *value);
     }
     return worst;
+}
+
+/// None when the candidate's frame has holes that the reference has not.
+std::optional<double> ResultValidation::frameScore(const URL& reference, const URL& candidate) const {
+    if (isSameFrame(reference, candidate)) {
+        return bestFrameScore;
+    }
+    return hasNewHoles(reference, candidate) ? std::nullopt : std::optional(score(reference, candidate));
 }
 
 } // namespace tarnwick

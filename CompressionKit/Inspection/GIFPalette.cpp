@@ -20,7 +20,6 @@ using namespace std::string_view_literals;
 using GIFPalette::ContactSheetLayout;
 using Span = std::span<const std::uint8_t>;
 
-constexpr std::int64_t maximumTiles = 8;
 constexpr std::int64_t maximumColumns = 4;
 constexpr double longestTileSide = 640;
 constexpr std::size_t maximumFileBytes = std::size_t{1} << 28U;
@@ -111,7 +110,7 @@ ContactSheetLayout ContactSheetLayout::make(std::int64_t frameCount, std::int64_
     const auto scaled = [scale](std::int64_t side) {
         return std::max(static_cast<std::int64_t>(scale * static_cast<double>(side)), std::int64_t{1});
     };
-    const std::int64_t picked = std::min(frameCount, maximumTiles);
+    const std::int64_t picked = std::min(frameCount, mostTiles);
     ContactSheetLayout layout;
     layout.tileWidth = scaled(width);
     layout.tileHeight = scaled(height);

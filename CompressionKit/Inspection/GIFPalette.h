@@ -8,6 +8,9 @@
 /// The two files by which one palette is found for a whole animation and handed to the GIF encoder.
 namespace tarnwick::GIFPalette {
 
+/// How many frames a sheet shows at most.
+constexpr std::int64_t mostTiles = 8;
+
 /// How sample frames stand on the sheet. Sizes in pixels.
 struct ContactSheetLayout {
     std::int64_t tileWidth = 0;
@@ -21,8 +24,8 @@ struct ContactSheetLayout {
     static ContactSheetLayout make(std::int64_t frameCount, std::int64_t width, std::int64_t height);
 };
 
-/// Lays up to eight of the frames (picture files) side by side into one PNG, the first row at the bottom.
-/// Throws CompressionError::invalidImage, or FileSystemError on a full disk; nothing is left at the
+/// Lays up to `mostTiles` of the frames (picture files) side by side into one PNG, the first row at the
+/// bottom. Throws CompressionError::invalidImage, or FileSystemError on a full disk; nothing is left at the
 /// destination then.
 void writeContactSheet(const std::vector<URL>& frames, const URL& destination);
 

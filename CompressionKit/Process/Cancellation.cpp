@@ -1,39 +1,68 @@
 #include "Process/Cancellation.h"
 
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
+#include "Process/Event.h"
+
+#include <sys/epoll.h>
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 namespace tarnwick {
+namespace {
+
+/// A descriptor that is readable when one of the two is.
+FileDescriptor either(int first, int second) {
+    FileDescriptor set(::epoll_create1(EPOLL_CLOEXEC));
+    for (const int member : {first, second}) {
+        epoll_event event = {};
+        event.events = EPOLLIN;
+        if (::epoll_ctl(set.get(), EPOLL_CTL_ADD, member, &event) != 0) {
+            throw std::system_error(errno, std::generic_category(), "epoll");
+        }
+    }
+    return set;
+}
+
+} // namespace
+
+struct Cancellation::State {
+    Event own;
+    Cancellation parent = {};
+    FileDescriptor ownOrParent = {};
+
+    int descriptor() const noexcept { return ownOrParent ? ownOrParent.get() : own.descriptor(); }
+};
 
 Cancellation Cancellation::make() {
-    FileDescriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!event) {
-        throw std::system_error(errno, std::generic_category(), "eventfd");
+    Cancellation cancellation;
+    cancellation.state_ = std::make_shared<const State>();
+    return cancellation;
+}
+
+Cancellation Cancellation::linked() const {
+    auto state = std::make_shared<State>();
+    if (state_) {
+        state->parent = *this;
+        state->ownOrParent = either(state->own.descriptor(), descriptor());
     }
     Cancellation cancellation;
-    cancellation.event_ = std::make_shared<const FileDescriptor>(std::move(event));
+    cancellation.state_ = std::move(state);
     return cancellation;
 }
 
 void Cancellation::request() const noexcept {
-    const int interruptedCode = errno;
-    constexpr eventfd_t one = 1;
-    // It fails only when the counter is full, that is when the request stands already.
-    [[maybe_unused]] const int result = event_ ? ::eventfd_write(event_->get(), one) : 0;
-    errno = interruptedCode;
+    if (state_) {
+        state_->own.set();
+    }
 }
 
 bool Cancellation::isRequested() const noexcept {
-    pollfd event = {descriptor(), POLLIN, 0};
-    return event_ && ::poll(&event, 1, 0) == 1;
+    return isReadable(descriptor());
 }
 
 int Cancellation::descriptor() const noexcept {
-    return event_ ? event_->get() : -1;
+    return state_ ? state_->descriptor() : -1;
 }
 
 const char* Cancelled::what() const noexcept {

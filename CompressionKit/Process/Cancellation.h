@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Foundation/FileDescriptor.h"
-
 #include <exception>
 #include <memory>
 
@@ -13,6 +11,8 @@ public:
     Cancellation() = default;
     /// Throws std::system_error when the process has no descriptor left.
     static Cancellation make();
+    /// One that can be requested by itself, and is when this one is. Throws as make().
+    Cancellation linked() const;
 
     /// Asks all holders to stop; for good. Safe in a signal handler and from any thread.
     void request() const noexcept;
@@ -21,7 +21,8 @@ public:
     int descriptor() const noexcept;
 
 private:
-    std::shared_ptr<const FileDescriptor> event_;
+    struct State;
+    std::shared_ptr<const State> state_;
 };
 
 /// Thrown by work that stopped because it was asked to. Not a failure of the file at hand, so it is no

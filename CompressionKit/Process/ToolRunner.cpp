@@ -52,21 +52,27 @@ private:
 
 } // namespace
 
-ToolRunner::ToolRunner(URL directory, Cancellation cancellation)
-    : directory_(std::move(directory)), cancellation_(std::move(cancellation)) {}
+ToolRunner::ToolRunner(URL directory, Cancellation cancellation, ToolBudget& budget)
+    : directory_(std::move(directory)), cancellation_(std::move(cancellation)), budget_(&budget) {}
+
+ToolRunner ToolRunner::cancelledBy(Cancellation cancellation) const {
+    return ToolRunner(directory_, std::move(cancellation), *budget_);
+}
 
 bool ToolRunner::has(const std::string& tool) const {
     return ::access(directory_.appending(tool).c_str(), X_OK) == 0;
 }
 
 std::string ToolRunner::run(const std::string& tool, const std::vector<std::string>& arguments,
-                            double timeout) const {
+                            double timeout, std::int64_t memory) const {
     if (!has(tool)) {
         throw CompressionError::toolMissing(tool);
     }
     if (cancellation_.isRequested()) {
         throw Cancelled();
     }
+    // Before the child, so that the child is gone when its share is given back.
+    const ToolBudget::Share share = budget_->take(memory, cancellation_);
     const ToolLog log;
     ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors());
     const auto wake = child.wait(std::chrono::duration<double>(timeout), cancellation_);

@@ -2,7 +2,9 @@
 
 #include "Foundation/URL.h"
 #include "Process/Cancellation.h"
+#include "Process/ToolBudget.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,24 +14,33 @@ namespace tarnwick {
 /// and several runs may proceed at once.
 class ToolRunner {
 public:
-    /// `cancellation` ends running tools, and lets no further one start.
-    explicit ToolRunner(URL directory, Cancellation cancellation = {});
+    /// `cancellation` ends running tools, and lets no further one start. `budget`, by default the process's
+    /// own, must outlive all copies.
+    explicit ToolRunner(URL directory, Cancellation cancellation = {},
+                        ToolBudget& budget = ToolBudget::shared());
+
+    /// The same tools and budget with another cancellation.
+    ToolRunner cancelledBy(Cancellation cancellation) const;
+    const Cancellation& cancellation() const noexcept { return cancellation_; }
 
     /// Whether the file of that name in the folder is executable.
     bool has(const std::string& tool) const;
 
-    /// Runs the tool with exactly these arguments and blocks until it has ended, at most `timeout` seconds
-    /// and then a second of grace. Returns the first MiB of its standard output as UTF-8 (ill-formed bytes
+    /// Runs the tool with exactly these arguments and blocks until it has ended: until the budget has a place
+    /// for it and the `memory` bytes that it is expected to need, and then at most `timeout` seconds and a
+    /// second of grace. Returns the first MiB of its standard output as UTF-8 (ill-formed bytes
     /// replaced). Throws CompressionError::toolMissing; toolFailed for a time-out, a status other than 0 or a
     /// signal (told as its number), with the beginning of its standard error; fileOperation when its log
     /// files cannot be made; FileSystemError when it cannot be launched; Cancelled.
-    std::string run(const std::string& tool, const std::vector<std::string>& arguments, double timeout) const;
+    std::string run(const std::string& tool, const std::vector<std::string>& arguments, double timeout,
+                    std::int64_t memory = 0) const;
 
     const URL& directory() const noexcept { return directory_; }
 
 private:
     URL directory_;
     Cancellation cancellation_;
+    ToolBudget* budget_;
 };
 
 } // namespace tarnwick

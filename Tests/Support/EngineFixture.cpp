@@ -3,13 +3,19 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
 
+#include <limits>
+
 namespace tarnwick::test {
 
-Workshop::Workshop(const URL& picture, const FakeTools& tools)
-    : runner(tools.folder()), original{.url = picture,
-                                       .facts = ImageFacts::inspect(picture),
-                                       .bytes = fileSize(picture),
-                                       .hash = hash(picture)} {}
+Workshop::Workshop(const URL& picture, const FakeTools& tools, int processors)
+    : budget([processors] {
+          return ToolBudget::Capacity{.processors = processors,
+                                      .memory = std::numeric_limits<std::int64_t>::max()};
+      }),
+      runner(tools.folder(), {}, budget), original{.url = picture,
+                                                   .facts = ImageFacts::inspect(picture),
+                                                   .bytes = fileSize(picture),
+                                                   .hash = hash(picture)} {}
 
 std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(const RecipeContext&)) const {
     std::vector<std::string> lines;

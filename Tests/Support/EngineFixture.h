@@ -29,7 +29,8 @@ private:
 
 /// What a recipe or a validation needs, around one original.
 struct Workshop {
-    explicit Workshop(const URL& picture, const FakeTools& tools);
+    /// `processors` bounds how many tools run at a time.
+    explicit Workshop(const URL& picture, const FakeTools& tools, int processors = 8);
     Workshop(const Workshop&) = delete;
     Workshop& operator=(const Workshop&) = delete;
 
@@ -38,6 +39,7 @@ struct Workshop {
 
     TemporaryFolder folder;
     URL work = folder.url();
+    ToolBudget budget;
     ToolRunner runner;
     QualityThresholds thresholds;
     Original original;

@@ -1,5 +1,6 @@
 // Stands in for each of the external tools. Its name decides which one; what it does is told by
-// "<name>.script" beside it, or "<name>.script.<N>" for its N-th run. A line is a command and its words,
+// "<name>.script" beside it, "<name>.script.<N>" for its N-th run, or "<name>.scriptfor.<word>" for a run of
+// which an argument contains the word. A line is a command and its words,
 // percent-encoded. Every run is appended to "runs.log" there, in the same form.
 
 #include "Support/EscapedWords.h"
@@ -89,7 +90,20 @@ private:
         return number;
     }
 
+    bool isGiven(const std::string& word) const {
+        return std::any_of(arguments_.begin(), arguments_.end(), [&](const std::string& argument) {
+            return argument.find(word) != std::string::npos;
+        });
+    }
+
     std::string scriptOfRun(int number) const {
+        const std::string prefix = name_ + ".scriptfor.";
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
+            const std::string file = entry.path().filename();
+            if (file.rfind(prefix, 0) == 0 && isGiven(unescaped(file.substr(prefix.size())))) {
+                return contents(entry.path());
+            }
+        }
         const fs::path all = folder_ / (name_ + ".script");
         const fs::path one = all.native() + "." + std::to_string(number);
         return contents(fs::exists(one) ? one : all);
@@ -149,6 +163,10 @@ private:
             hang();
         } else if (command == "ignore-term") {
             static_cast<void>(std::signal(SIGTERM, SIG_IGN));
+        } else if (command == "wait-for") {
+            while (!fs::exists(words.at(1))) {
+                ::usleep(1'000);
+            }
         } else if (command == "spawn-child") {
             spawnChild(words.at(1));
         } else {

@@ -19,6 +19,14 @@ std::string encoded(const FakeTools::Script& script) {
     return text;
 }
 
+/// Escapes what may not stand in a file's name either.
+std::string fileName(std::string word) {
+    for (std::size_t at = 0; (at = word.find('/', at)) != std::string::npos;) {
+        word.replace(at, 1, "%2F");
+    }
+    return word;
+}
+
 } // namespace
 
 FakeTools::FakeTools() {
@@ -33,6 +41,10 @@ void FakeTools::remove(const std::string& tool) const {
 
 void FakeTools::script(const std::string& tool, const Script& script) const {
     folder_.file(tool + ".script", encoded(script));
+}
+
+void FakeTools::scriptFor(const std::string& word, const std::string& tool, const Script& script) const {
+    folder_.file(tool + ".scriptfor." + fileName(escaped(word)), encoded(script));
 }
 
 void FakeTools::scriptRun(int run, const std::string& tool, const Script& script) const {

@@ -21,6 +21,9 @@ public:
     void remove(const std::string& tool) const;
     /// What the tool does at every run that has no script of its own.
     void script(const std::string& tool, const Script& script) const;
+    /// What it does at the runs of which an argument contains `word`: the way to script runs side by side,
+    /// which come in any order.
+    void scriptFor(const std::string& word, const std::string& tool, const Script& script) const;
     /// What it does at its run of this number, from 1 on.
     void scriptRun(int run, const std::string& tool, const Script& script) const;
     /// The scorer's answers from its next run on, one a run; the last one stands for all further runs too.

@@ -1,3 +1,5 @@
+#include "Scheduling/CompressionQueue.h"
+#include "Scheduling/ExecutionPermit.h"
 #include "Support/PNGMaker.h"
 #include "TarnwickCommand/RunCommand.h"
 
@@ -6,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <thread>
 
 namespace tarnwick {
@@ -88,6 +91,26 @@ TEST_F(Interruption, JSONStaysJSON) {
     EXPECT_EQ(end.status, 130);
     EXPECT_EQ(end.output, "");
     expectNothingLeft(tool, before);
+}
+
+TEST_F(Interruption, ASignalEndsTheWaitForAFileThatAnotherProcessWorksOn) {
+    ::setenv("XDG_DATA_HOME", folder.url().c_str(), 1);
+    {
+        const ExecutionPermit permit(folder / "Tarnwick/CompressionLocks",
+                                     CompressionQueue::fileIdentity(picture),
+                                     CompressionQueue::maximumConcurrentTasks);
+        const test::RunningCommand run(command("--json"));
+        std::this_thread::sleep_for(300ms);
+        EXPECT_FALSE(itemExists(tools.appending("pngquant.pid")))
+            << "the file is not this process's to work on";
+        run.kill(SIGINT);
+        EXPECT_EQ(run.wait().status, 130);
+    }
+    const test::RunningCommand run(command("--json"));
+    waitForTool();
+    run.kill(SIGINT);
+    EXPECT_EQ(run.wait().status, 130);
+    ::unsetenv("XDG_DATA_HOME");
 }
 
 TEST_F(Interruption, ASignalIgnoredFromTheStartStaysIgnored) {

@@ -61,16 +61,34 @@ TEST(TerminalReporter, DrawsLiveLinesThatFitAndTakesThemAwayBeforeTheFinalRow) {
 
     const FileEnding ending = {.error = "坏\x1b[31m了\n"};
     progress.count(ending);
-    reporter.end(files[0], ending);
+    reporter.end(files[0], ending, progress);
     const std::string drawn = test::contents(folder / "screen");
     EXPECT_THAT(drawn, HasSubstr(bar + "\r\x1b[1A\x1b[Jaaa"));
     EXPECT_THAT(drawn, HasSubstr("压缩失败：坏\uFFFD[31m了\uFFFD\n"));
 
-    reporter.end(files[1], {.error = "没有开始"});
+    reporter.end(files[1], {.error = "没有开始"}, progress);
     reporter.finish(progress);
     const std::string rest = test::contents(folder / "screen").substr(drawn.size());
     EXPECT_THAT(rest, testing::StartsWith("b.png ")) << "no live lines, nothing to take away";
     EXPECT_THAT(rest, testing::EndsWith("1/2 个文件：压缩 0，未变 0，失败 1；共节省 0 B\n"));
+}
+
+TEST(TerminalReporter, KeepsTheOldestOfSeveralFilesLive) {
+    const test::TemporaryFolder folder;
+    const std::vector<CollectedFile> files = {{"a.png", {}}, {"b.png", {}}};
+    const FileDescriptor file = createNewFile(folder / "screen", 0600);
+    const Output output(file.get());
+    BatchProgress progress = {.total = 2};
+    TerminalReporter reporter(output, files);
+    reporter.begin(files[0], progress);
+    reporter.begin(files[1], progress);
+    progress.count({.error = "坏了"});
+    reporter.end(files[0], {.error = "坏了"}, progress);
+    const std::string erased = "\r\x1b[1A\x1b[J";
+    const std::string bar = progressBar({.total = 2}, 80);
+    EXPECT_EQ(test::contents(folder / "screen"),
+              "a.png  正在压缩…\n" + bar + erased + "a.png  正在压缩…\n" + bar + erased +
+                  "a.png  压缩失败：坏了\nb.png  正在压缩…\n" + progressBar(progress, 80));
 }
 
 } // namespace

@@ -9,13 +9,17 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <map>
+
 namespace tarnwick::test {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::SizeIs;
+using testing::UnorderedElementsAre;
 using Words = std::vector<std::string>;
 
 Words join(const Words& a, const Words& b) {
@@ -31,9 +35,9 @@ std::string text(std::size_t bytes) {
 class PNGRecipeTest : public EngineFixture {
 protected:
     PNGRecipeTest() { tools.scores({"80"}); }
-    void put(const std::string& tool, int run, const Bytes& bytes) const {
-        tools.scriptRun(run, tool,
-                        {{"output", prepared(tool + text(static_cast<std::size_t>(run)), bytes).path()}});
+    /// What the tool makes of the run that writes `output`.
+    void put(const std::string& tool, const std::string& output, const Bytes& bytes) const {
+        tools.scriptFor(output, tool, {{"output", prepared(tool + output, bytes).path()}});
     }
     /// A picture of the original's pixels and of a size that grows with `padding`.
     static Bytes sized(std::size_t padding) {
@@ -41,36 +45,34 @@ protected:
     }
 
     const URL original = picture("a.png", pngBytes({.compressionLevel = 0}));
-    const Words failingSettings = {"pngquant", "pngquant", "pngquant", "pngquant"};
 };
 
 TEST_F(PNGRecipeTest, OptimizesTheSmallestQuantizedOneAndTriesLossless) {
-    put("pngquant", 1, sized(50));
-    put("pngquant", 2, sized(40));
-    put("oxipng", 1, sized(30));
-    put("oxipng", 2, sized(60));
+    put("pngquant", "quant-0.png", sized(50));
+    put("pngquant", "quant-1.png", sized(40));
+    put("oxipng", "palette-opt.png", sized(30));
+    put("oxipng", "lossless.png", sized(60));
     const Workshop workshop(original, tools);
     EXPECT_THAT(workshop.outcome(pngCandidates),
                 ElementsAre("pngquant q90 floyd1.0 s4 + OxiPNG " + text(sized(30).size()),
                             "OxiPNG " + text(sized(60).size())));
-    EXPECT_THAT(tools.order(), ElementsAre("pngquant", "ssimulacra2", "pngquant", "ssimulacra2", "oxipng",
-                                           "ssimulacra2", "oxipng"));
     const auto work = [&](const char* name) { return workshop.folder / name; };
-    EXPECT_EQ(tools.runs("pngquant")[0],
-              ToolArguments::pngquant({90, "0.25", 1}, original, work("quant-0.png")));
-    EXPECT_EQ(tools.runs("pngquant")[1],
-              ToolArguments::pngquant({90, "1.0", 4}, original, work("quant-1.png")));
-    EXPECT_EQ(tools.runs("oxipng")[0],
-              ToolArguments::oxipng(4, work("quant-1.png"), work("palette-opt.png")));
-    EXPECT_EQ(tools.runs("oxipng")[1], ToolArguments::oxipng(2, original, work("lossless.png")));
+    EXPECT_THAT(tools.runs("pngquant"),
+                UnorderedElementsAre(ToolArguments::pngquant({90, "0.25", 1}, original, work("quant-0.png")),
+                                     ToolArguments::pngquant({90, "1.0", 4}, original, work("quant-1.png"))));
+    EXPECT_THAT(tools.runs("oxipng"),
+                UnorderedElementsAre(ToolArguments::oxipng(4, work("quant-1.png"), work("palette-opt.png")),
+                                     ToolArguments::oxipng(2, original, work("lossless.png"))));
+    EXPECT_THAT(tools.runs("ssimulacra2"), SizeIs(3));
 }
 
 TEST_F(PNGRecipeTest, KeepsTheFirstOfOneSizeAndWhatOptimizingCannotBetter) {
-    for (const int run : {1, 2}) {
-        put("pngquant", run, sized(50));
+    for (const char* output : {"quant-0.png", "quant-1.png"}) {
+        put("pngquant", output, sized(50));
     }
-    put("oxipng", 1, sized(50));
-    put("oxipng", 2, sized(50));
+    for (const char* output : {"palette-opt.png", "lossless.png"}) {
+        put("oxipng", output, sized(50));
+    }
     const Workshop workshop(original, tools);
     const auto candidates = pngCandidates(workshop.context);
     ASSERT_THAT(candidates, SizeIs(2));
@@ -83,15 +85,31 @@ TEST_F(PNGRecipeTest, TakesTheLastResortOnlyWhenNothingPassedAndASettingThatFail
     tools.script("pngquant", {{"error", "cannot"}, {"status", "99"}});
     tools.script("oxipng", {{"output", prepared("lossless", sized(9)).path()}});
     // An output of another size, one that is cut, and a score that is none lose only their candidates too.
-    put("pngquant", 2, pngBytes({.width = 3, .height = 3}));
-    put("pngquant", 3, Bytes(original.path().begin(), original.path().end()));
+    put("pngquant", "quant-1.png", pngBytes({.width = 3, .height = 3}));
+    put("pngquant", "quant-2.png", Bytes(original.path().begin(), original.path().end()));
     const Workshop workshop(original, tools);
     EXPECT_THAT(workshop.outcome(pngCandidates), ElementsAre("OxiPNG " + text(sized(9).size())));
-    EXPECT_THAT(tools.order(), ElementsAreArray(join(failingSettings, {"oxipng"})));
-    EXPECT_EQ(tools.runs("pngquant")[2],
-              ToolArguments::pngquant({100, "1.0", 1}, original, workshop.folder / "quant-2.png"));
-    EXPECT_EQ(tools.runs("pngquant")[3],
-              ToolArguments::pngquant({100, "0.0", 1}, original, workshop.folder / "quant-3.png"));
+    const auto runs = tools.runs("pngquant");
+    ASSERT_THAT(runs, SizeIs(4));
+    EXPECT_THAT((std::vector{runs[2], runs[3]}),
+                UnorderedElementsAre(
+                    ToolArguments::pngquant({100, "1.0", 1}, original, workshop.folder / "quant-2.png"),
+                    ToolArguments::pngquant({100, "0.0", 1}, original, workshop.folder / "quant-3.png")));
+    EXPECT_THAT(tools.runs("oxipng"), SizeIs(1));
+}
+
+TEST_F(PNGRecipeTest, OptimizesTheWinnerOfTheLastResort) {
+    for (const char* output : {"quant-0.png", "quant-1.png"}) {
+        tools.scriptFor(output, "pngquant", {{"status", "99"}});
+    }
+    put("pngquant", "quant-2.png", sized(50));
+    put("pngquant", "quant-3.png", sized(40));
+    put("oxipng", "palette-opt.png", sized(30));
+    put("oxipng", "lossless.png", sized(60));
+    const Workshop workshop(original, tools);
+    EXPECT_THAT(workshop.outcome(pngCandidates),
+                ElementsAre("pngquant q100 floyd0.0 s1 + OxiPNG " + text(sized(30).size()),
+                            "OxiPNG " + text(sized(60).size())));
 }
 
 TEST_F(PNGRecipeTest, FailsForMissingToolsAndForOxiPNG) {
@@ -169,15 +187,23 @@ TEST_F(JPEGRecipeTest, SearchesTheLowestQualityThatIsGoodEnough) {
 }
 
 TEST_F(JPEGRecipeTest, AsksMoreOfAFineOriginalAndTriesBothChromaModes) {
-    tools.scores({"85.9", "86.2", "86.5"});
+    for (const auto& [output, score] : std::map<std::string, std::string>{
+             {"420/jpegli-72", "85.9"}, {"420/jpegli-84", "86.2"}, {"444/jpegli-72", "86.5"}}) {
+        tools.scriptFor(output, "ssimulacra2", {{"print", score}});
+    }
     const URL original = picture("a.jpg", fine());
     const Workshop workshop(original, tools);
     const std::string bytes = text(jpegBytes({.quality = 10}).size());
     EXPECT_THAT(workshop.outcome(jpegCandidates),
                 ElementsAre("Jpegli q84 420 " + bytes, "Jpegli q72 444 " + bytes));
-    EXPECT_THAT(tried(), ElementsAre("72/420", "84/420", "72/444"));
-    EXPECT_EQ(tools.runs("cjpegli")[0][1], (workshop.folder / "420/jpegli-72.jpg").path());
-    EXPECT_EQ(tools.runs("cjpegli")[2][1], (workshop.folder / "444/jpegli-72.jpg").path());
+    EXPECT_THAT(tried(), UnorderedElementsAre("72/420", "84/420", "72/444"));
+    Words outputs;
+    for (const auto& arguments : tools.runs("cjpegli")) {
+        outputs.push_back(arguments.at(1));
+    }
+    EXPECT_THAT(outputs, UnorderedElementsAre((workshop.folder / "420/jpegli-72.jpg").path(),
+                                              (workshop.folder / "420/jpegli-84.jpg").path(),
+                                              (workshop.folder / "444/jpegli-72.jpg").path()));
 }
 
 TEST_F(JPEGRecipeTest, AsksLessOfAFineOriginalThatHoldsFurtherPictures) {
@@ -265,11 +291,11 @@ TEST_F(GIFRecipeTest, StopsBeforeSharedPalettesOnceBelowNineTenths) {
     EXPECT_THAT(workshop.outcome(gifCandidates), ElementsAreArray(withSize(ownPasses, bytes * 9 / 10 - 1)));
     const auto work = [&](const char* name) { return workshop.folder / name; };
     EXPECT_THAT(tools.runs("gifsicle"),
-                ElementsAre(ToolArguments::gifsicleLossless(original, work("optimized.gif")),
-                            ToolArguments::gifsicleLossy(12, original, work("lossy-12.gif")),
-                            ToolArguments::gifsicleLossy(8, original, work("lossy-8.gif")),
-                            ToolArguments::gifsicleLossy(4, original, work("lossy-4.gif")),
-                            ToolArguments::gifsicleColors(128, 4, original, work("palette.gif"))));
+                UnorderedElementsAre(ToolArguments::gifsicleLossless(original, work("optimized.gif")),
+                                     ToolArguments::gifsicleLossy(12, original, work("lossy-12.gif")),
+                                     ToolArguments::gifsicleLossy(8, original, work("lossy-8.gif")),
+                                     ToolArguments::gifsicleLossy(4, original, work("lossy-4.gif")),
+                                     ToolArguments::gifsicleColors(128, 4, original, work("palette.gif"))));
 }
 
 TEST_F(GIFRecipeTest, TriesSharedPalettesFromNineTenthsOn) {
@@ -278,12 +304,46 @@ TEST_F(GIFRecipeTest, TriesSharedPalettesFromNineTenthsOn) {
     EXPECT_THAT(workshop.outcome(gifCandidates),
                 ElementsAreArray(withSize(join(ownPasses, sharedPasses), bytes * 9 / 10)));
     const auto work = [&](const char* name) { return workshop.folder / name; };
-    EXPECT_EQ(tools.runs("pngquant")[1],
-              ToolArguments::pngquantPalette(192, work("gif-contact.png"), work("gif-map-192.png")));
-    EXPECT_EQ(tools.runs("gifsicle")[7], ToolArguments::gifsicleColorMap(work("gif-map-192.gif"), 0, original,
-                                                                         work("lossy0/shared-192.gif")));
-    EXPECT_EQ(tools.runs("gifsicle")[8], ToolArguments::gifsicleColorMap(work("gif-map-192.gif"), 4, original,
-                                                                         work("lossy4/shared-192.gif")));
+    EXPECT_THAT(tools.runs("pngquant"), Contains(ToolArguments::pngquantPalette(192, work("gif-contact.png"),
+                                                                                work("gif-map-192.png"))));
+    EXPECT_THAT(tools.runs("gifsicle"),
+                Contains(ToolArguments::gifsicleColorMap(work("gif-map-192.gif"), 0, original,
+                                                         work("lossy0/shared-192.gif"))));
+    EXPECT_THAT(tools.runs("gifsicle"),
+                Contains(ToolArguments::gifsicleColorMap(work("gif-map-192.gif"), 4, original,
+                                                         work("lossy4/shared-192.gif"))));
+}
+
+TEST_F(GIFRecipeTest, RunsItsPassesAtOnceAndOneByOneWithTheSameEnd) {
+    gifsicleMakes(sized(bytes * 9 / 10));
+    const Words expected = withSize(join(ownPasses, sharedPasses), bytes * 9 / 10);
+    EXPECT_THAT(Workshop(original, tools, 1).outcome(gifCandidates), ElementsAreArray(expected));
+
+    // Each of two passes waits until the other one runs.
+    const auto meet = [&](const char* output, const char* own, const char* other) {
+        tools.scriptFor(output, "gifsicle",
+                        {{"append", (home / own).path(), "x"},
+                         {"wait-for", (home / other).path()},
+                         {"output", prepared("out.gif", sized(bytes * 9 / 10)).path()}});
+    };
+    meet("optimized.gif", "a", "b");
+    meet("palette.gif", "b", "a");
+    meet("lossy4/shared-128.gif", "c", "d");
+    meet("lossy0/shared-255.gif", "d", "c");
+    EXPECT_THAT(Workshop(original, tools).outcome(gifCandidates), ElementsAreArray(expected));
+}
+
+TEST_F(GIFRecipeTest, TellsTheFirstFailureInTheOrderOfThePassesAndEndsTheRest) {
+    gifsicleMakes(sized(bytes));
+    tools.scriptFor("lossy-12.gif", "gifsicle",
+                    {{"wait-for", (home / "failed").path()}, {"error", "first"}, {"status", "1"}});
+    tools.scriptFor("lossy-8.gif", "gifsicle", {{"hang"}});
+    tools.scriptFor("lossy-4.gif", "gifsicle",
+                    {{"append", (home / "failed").path(), "x"}, {"error", "second"}, {"status", "1"}});
+    tools.scriptFor("palette.gif", "gifsicle", {{"hang"}});
+    const Workshop workshop(original, tools);
+    EXPECT_THAT(workshop.outcome(gifCandidates),
+                ElementsAre("压缩组件运行失败：gifsicle（退出码 1）：first"));
 }
 
 TEST_F(GIFRecipeTest, DoesWithoutPngquantButNotWithoutTheOthers) {

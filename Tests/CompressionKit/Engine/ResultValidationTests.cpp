@@ -150,16 +150,23 @@ TEST_F(ResultValidationTest, WantsTheVeryFramesOfALosslessAnimation) {
 }
 
 TEST_F(ResultValidationTest, ScoresAnAnimationByItsWorstFrame) {
-    const Workshop workshop(picture("a.gif", gifBytes(animation(4, 200))), tools);
-    const Bytes output = gifBytes(animation(4));
+    const Workshop workshop(picture("a.gif", gifBytes(animation(5, 200))), tools);
+    GIFOptions changed = animation(5);
+    for (std::size_t i = 1; i < changed.frames.size(); ++i) {
+        changed.frames[i].pattern = indexedTexture(16, static_cast<std::int64_t>(20 + i));
+    }
+    const Bytes output = gifBytes(changed);
     tools.scores({"90", "95", "69.9", "80"});
     EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "no");
-    EXPECT_EQ(scorerRuns(), 3U) << "no frame after the first that fails";
+    EXPECT_EQ(scorerRuns(), 3U) << "neither the first frame, which is the original's, nor the last";
     const auto reference = FileVersion::of(workshop.folder / "gif-reference/frame-0.png");
     tools.scores({"90", "95", "70", "80"});
     EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "yes 70.000000");
     tools.scores({"101.5"});
     EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "yes 100.000000");
+    tools.scores({"0"});
+    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(animation(5)), lossy), "yes 100.000000")
+        << "the same frames";
     EXPECT_EQ(FileVersion::of(workshop.folder / "gif-reference/frame-0.png"), reference) << "made once";
     EXPECT_EQ(workshop.folder.listing(), "b.gif gif-reference") << "frames of candidates are gone";
 }

@@ -1,4 +1,4 @@
-#include "TarnwickCommand/RowText.h"
+#include "Engine/RowText.h"
 
 #include <fmt/format.h>
 

@@ -1,5 +1,4 @@
-#include "TarnwickCommand/DateText.h"
-#include "TarnwickCommand/RowText.h"
+#include "Engine/RowText.h"
 
 #include <gtest/gtest.h>
 
@@ -61,13 +60,6 @@ TEST(RowText, RowsTellWhatBecameOfAFile) {
     result.outcome = CompressionOutcome::skipped;
     EXPECT_EQ(RowText::finished(result), "未找到更小且质量合格的结果");
     EXPECT_EQ(RowText::badge(result), std::nullopt);
-}
-
-TEST(DateText, DatesAreUTCAndNeverLeaveTheCalendar) {
-    EXPECT_EQ(DateText::iso8601(Date(0)), "2001-01-01T00:00:00Z");
-    EXPECT_EQ(DateText::iso8601(Date(-0.5)), "2000-12-31T23:59:59Z");
-    EXPECT_EQ(DateText::iso8601(Date(1e300)).substr(0, 5), "9999-");
-    EXPECT_EQ(DateText::iso8601(Date(-1e300)).substr(0, 5), "0001-");
 }
 
 } // namespace

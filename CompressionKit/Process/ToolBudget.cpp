@@ -1,0 +1,93 @@
+#include "Process/ToolBudget.h"
+
+#include "Process/Event.h"
+#include "Process/MachineLimits.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tarnwick {
+namespace {
+
+/// The rest is for this process itself and for what else runs on the machine.
+constexpr std::int64_t memoryFraction = 2;
+
+} // namespace
+
+/// One that waits until `granted` is set, which happens under the lock.
+struct ToolBudget::Request {
+    std::int64_t memory;
+    Event granted = {};
+};
+
+ToolBudget::Share::Share(Share&& other) noexcept
+    : budget_(std::exchange(other.budget_, nullptr)), memory_(other.memory_) {}
+
+ToolBudget::Share::~Share() {
+    if (budget_ != nullptr) {
+        budget_->giveBack(memory_);
+    }
+}
+
+ToolBudget::ToolBudget(std::function<Capacity()> capacity) : readCapacity_(std::move(capacity)) {}
+
+ToolBudget& ToolBudget::shared() {
+    // Never destroyed: a job may still run while the process ends.
+    static ToolBudget& budget = *new ToolBudget([] {
+        return Capacity{.processors = MachineLimits::processors(),
+                        .memory = MachineLimits::availableMemory() / memoryFraction};
+    });
+    return budget;
+}
+
+ToolBudget::Share ToolBudget::take(std::int64_t memory, const Cancellation& cancellation) {
+    Request request{.memory = memory};
+    {
+        const std::lock_guard lock(mutex_);
+        waiting_.push_back(&request);
+        grant();
+    }
+    waitUntilReadable(request.granted.descriptor(), cancellation.descriptor());
+    const std::lock_guard lock(mutex_);
+    if (!request.granted.isSet()) {
+        leave(request);
+        throw Cancelled();
+    }
+    return {*this, memory};
+}
+
+bool ToolBudget::fits(std::int64_t memory) const {
+    return running_ == 0 || (running_ < capacity_.processors && memory <= capacity_.memory - memoryInUse_);
+}
+
+/// Gives the first that wait their shares, as far as the budget goes.
+void ToolBudget::grant() {
+    while (!waiting_.empty()) {
+        if (running_ == 0) {
+            capacity_ = readCapacity_();
+        }
+        Request& first = *waiting_.front();
+        if (!fits(first.memory)) {
+            return;
+        }
+        ++running_;
+        memoryInUse_ += first.memory;
+        waiting_.pop_front();
+        first.granted.set();
+    }
+}
+
+void ToolBudget::leave(const Request& request) {
+    waiting_.erase(std::find(waiting_.begin(), waiting_.end(), &request));
+    // It may have been what the others waited behind.
+    grant();
+}
+
+void ToolBudget::giveBack(std::int64_t memory) {
+    const std::lock_guard lock(mutex_);
+    --running_;
+    memoryInUse_ -= memory;
+    grant();
+}
+
+} // namespace tarnwick
