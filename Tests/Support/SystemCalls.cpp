@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <filesystem>
+#include <mutex>
 #include <stdexcept>
 #include <system_error>
 
@@ -21,6 +22,7 @@ namespace tarnwick::test {
 namespace {
 
 std::atomic<SystemCallObserver*> current = nullptr;
+std::mutex oneAtATime;
 thread_local bool isObserving = false;
 
 class Observing {
@@ -46,6 +48,7 @@ auto observed(const SystemCall& call, CarryOut carryOut, Fail fail, Succeeded su
         return carryOut();
     }
     const Observing guard;
+    const std::lock_guard lock(oneAtATime);
     if (const int code = observer->before(call); code != 0) {
         return fail(code);
     }

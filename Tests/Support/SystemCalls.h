@@ -13,7 +13,7 @@ struct SystemCall {
     std::string destination;
 };
 
-/// Sees such calls. Those that it makes itself pass unseen.
+/// Sees such calls, those of several threads one after another. Those that it makes itself pass unseen.
 class SystemCallObserver {
 public:
     virtual ~SystemCallObserver() = default;
