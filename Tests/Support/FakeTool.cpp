@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +21,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -68,20 +70,24 @@ public:
     }
 
 private:
-    /// Logs this run with one write, so that tools at work together do not mix their lines. Returns its
-    /// number.
+    /// With one write, so that tools at work together do not mix their lines.
+    static void appendLine(const fs::path& path, std::string line) {
+        line += "\n";
+        const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+        if (file < 0 || ::write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
+            throw std::runtime_error("cannot log");
+        }
+        ::close(file);
+    }
+
+    /// Logs this run. Returns its number.
     int logRun() const {
         std::string line = escaped(name_);
         for (const std::string& argument : arguments_) {
             line += " " + escaped(argument);
         }
-        line += "\n";
         const fs::path log = folder_ / "runs.log";
-        const int file = ::open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-        if (file < 0 || ::write(file, line.data(), line.size()) != static_cast<ssize_t>(line.size())) {
-            throw std::runtime_error("cannot log");
-        }
-        ::close(file);
+        appendLine(log, line);
         std::istringstream lines(contents(log));
         int number = 0;
         for (std::string logged; std::getline(lines, logged);) {
@@ -146,6 +152,10 @@ private:
             write(outputPath(), words.at(1), std::ios::trunc);
         } else if (command == "append") {
             write(words.at(1), words.at(2), std::ios::app);
+        } else if (command == "trace") {
+            // The event, who started this run, and the file that it reads whatever it is called.
+            const std::string input = fs::canonical(inputPath()).native();
+            appendLine(words.at(1), words.at(2) + " " + std::to_string(::getppid()) + " " + escaped(input));
         } else if (command == "remove") {
             fs::remove_all(words.at(1));
         } else {
@@ -165,8 +175,10 @@ private:
             static_cast<void>(std::signal(SIGTERM, SIG_IGN));
         } else if (command == "wait-for") {
             while (!fs::exists(words.at(1))) {
-                ::usleep(1'000);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
+        } else if (command == "pause") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(words.at(1))));
         } else if (command == "spawn-child") {
             spawnChild(words.at(1));
         } else {
