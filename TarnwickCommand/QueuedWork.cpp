@@ -33,10 +33,15 @@ QueuedWork::~QueuedWork() {
 }
 
 void QueuedWork::run() {
+    if (pending_ == 0) {
+        request_.cancel();
+    }
     std::exception_ptr first;
-    while (pending_ > 0) {
+    // Until the context is out of work, not only of handlers: the queue's thread still holds on to the
+    // context for a moment after it handed a handler over.
+    for (std::size_t ran = 1; ran > 0;) {
         try {
-            context_.run_one();
+            ran = context_.run_one();
         } catch (...) {
             first = first ? first : std::current_exception();
             stop();
@@ -44,6 +49,12 @@ void QueuedWork::run() {
     }
     if (first) {
         std::rethrow_exception(first);
+    }
+}
+
+void QueuedWork::countDown() {
+    if (--pending_ == 0) {
+        request_.cancel();
     }
 }
 

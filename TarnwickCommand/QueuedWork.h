@@ -35,7 +35,7 @@ public:
     void add(const URL& url, std::function<void()> onStart, Operation operation, Handler handler) {
         ++pending_;
         auto ended = [this, handler = std::move(handler)](auto&&... outcome) mutable {
-            --pending_;
+            countDown();
             handler(std::forward<decltype(outcome)>(outcome)...);
         };
         CompressionQueue::shared().run(url, std::move(onStart), std::move(operation),
@@ -48,11 +48,12 @@ public:
         asio::post(context_, std::move(function));
     }
 
-    /// Blocks until everything that was added has ended. The first exception of a handler stops the rest, and
-    /// is thrown at the end.
+    /// Blocks until everything that was added has ended. To be called once. The first exception of a handler
+    /// stops the rest, and is thrown at the end.
     void run();
 
 private:
+    void countDown();
     void stop();
 
     const Cancellation cancellation_;
