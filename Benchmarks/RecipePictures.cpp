@@ -101,18 +101,18 @@ int makeAll(const URL& source, const URL& folder) {
         addGrain(picture);
         return picture;
     };
-    write(file("photo.png"), photograph(3000, 2000, 1.35, 0));
-    Bitmap drawing = view(photo, 3000, 2000, 1.35);
+    write(file("photo.png"), photograph(2400, 1600, 1.08, 0));
+    Bitmap drawing = view(photo, 2400, 1600, 1.08);
     posterize(drawing);
     write(file("drawing.png"), drawing);
     write(file("jpeg-12mp.png"), photograph(4000, 3000, 2, 0));
     write(file("jpeg-24mp.png"), photograph(6000, 4000, 2.7, 0));
-    writeAnimation(file("animation.gif"), photo, 40, 480, 360);
+    writeAnimation(file("animation.gif"), photo, 40, 360, 270);
     for (int i = 0; i < 10; ++i) {
         const std::string number = std::to_string(i);
-        write(file("batch-" + number + ".png"), photograph(640 + 60 * i, 480 + 40 * i, 0.6, 30 * i));
-        write(file("batch-jpeg-" + number + ".png"), photograph(1200 + 100 * i, 900 + 70 * i, 1, 60 * i));
-        writeAnimation(file("batch-" + number + ".gif"), photo, 4 + i / 2, 200, 150);
+        write(file("batch-" + number + ".png"), photograph(480 + 40 * i, 360 + 30 * i, 0.5, 30 * i));
+        write(file("batch-jpeg-" + number + ".png"), photograph(800 + 80 * i, 600 + 60 * i, 0.9, 60 * i));
+        writeAnimation(file("batch-" + number + ".gif"), photo, 4 + i / 2, 160, 120);
     }
     return 0;
 }

@@ -77,7 +77,8 @@ int runTool(const std::vector<std::string>& words) {
                        FileDescriptor(::dup(STDERR_FILENO)));
     child.wait(std::chrono::hours(1));
     const int status = child.reap();
-    appendLine(variable("TIMED_TOOL_LOG"), fmt::format("{:.6f} {:.6f}", start, now()));
+    appendLine(variable("TIMED_TOOL_LOG"),
+               fmt::format("{:.6f} {:.6f} {}", start, now(), tool.lastPathComponent()));
     appendLine(variable("TIMED_TOOL_SCRIPT"), line);
     return status;
 }

@@ -18,18 +18,18 @@ public:
         }
     }
 
-    /// The last step runs on the calling thread.
+    /// The threads begin in the order of the steps, and so, by and large, come their first tools: what the
+    /// others wait for is named first.
     void perform() {
         std::vector<std::jthread> threads;
         try {
-            for (std::size_t i = 0; i + 1 < steps_.size(); ++i) {
+            for (std::size_t i = 0; i < steps_.size(); ++i) {
                 threads.emplace_back([this, i] { performStep(i); });
             }
         } catch (...) {
             cancelFrom(0);
             throw;
         }
-        performStep(steps_.size() - 1);
     }
 
     std::vector<std::vector<Candidate>> results() {

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <limits>
 #include <system_error>
 
@@ -71,12 +72,26 @@ int prepareGroupAndSignals(SpawnAttributes& attributes) {
     return code != 0 ? code : posix_spawnattr_setflags(attributes.get(), static_cast<short>(flags));
 }
 
-pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, const FileDescriptor& output,
-            const FileDescriptor& errors) {
-    std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
-    std::transform(arguments.begin(), arguments.end(), std::back_inserter(vector),
-                   [](const std::string& argument) { return const_cast<char*>(argument.c_str()); });
+void append(std::vector<char*>& vector, const std::vector<std::string>& words) {
+    std::transform(words.begin(), words.end(), std::back_inserter(vector),
+                   [](const std::string& word) { return const_cast<char*>(word.c_str()); });
     vector.push_back(nullptr);
+}
+
+bool isSet(const std::string& variable) {
+    return std::getenv(variable.substr(0, variable.find('=')).c_str()) != nullptr;
+}
+
+pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, const FileDescriptor& output,
+            const FileDescriptor& errors, std::vector<std::string> variables) {
+    std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
+    append(vector, arguments);
+    std::vector<char*> environment;
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        environment.push_back(*variable);
+    }
+    std::erase_if(variables, isSet);
+    append(environment, variables);
 
     SpawnActions actions;
     SpawnAttributes attributes;
@@ -85,7 +100,7 @@ pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, co
     code = code != 0 ? code : prepareGroupAndSignals(attributes);
     code = code != 0 ? code
                      : ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), vector.data(),
-                                     environ);
+                                     environment.data());
     if (code != 0) {
         throw FileSystemError(launchAttempt, executable, code);
     }
@@ -107,8 +122,9 @@ int remainingMilliseconds(Clock::time_point start, Seconds timeout) {
 } // namespace
 
 ChildProcess::ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
-                           const FileDescriptor& output, const FileDescriptor& errors)
-    : pid_(spawn(executable, arguments, output, errors)), pidfd_(openProcess(pid_)) {
+                           const FileDescriptor& output, const FileDescriptor& errors,
+                           const std::vector<std::string>& variables)
+    : pid_(spawn(executable, arguments, output, errors, variables)), pidfd_(openProcess(pid_)) {
     if (!pidfd_) {
         const int code = errno;
         ::kill(-pid_, SIGKILL);

@@ -15,10 +15,12 @@ namespace tarnwick {
 /// A running program in a process group of its own, without standard input. It never outlives this object.
 class ChildProcess {
 public:
-    /// Starts `executable` with `arguments` (an argument vector, never a shell), the environment as it is,
-    /// and the two descriptors as its output streams. Throws FileSystemError.
+    /// Starts `executable` with `arguments` (an argument vector, never a shell), the two descriptors as its
+    /// output streams, and this process's environment. Of `variables` ("NAME=value"), those are added whose
+    /// names the environment does not have. Throws FileSystemError.
     ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
-                 const FileDescriptor& output, const FileDescriptor& errors);
+                 const FileDescriptor& output, const FileDescriptor& errors,
+                 const std::vector<std::string>& variables = {});
     /// Kills the group and reaps the child when it still runs.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;

@@ -21,6 +21,10 @@ constexpr std::size_t maximumOutputBytes = 1'048'576;
 constexpr std::size_t quotedErrorCharacters = 180;
 constexpr std::chrono::duration<double> terminationGrace{1.0};
 
+/// OpenMP's threads spin for a while when they wait for one another. Beside another tool they would take the
+/// very processor that they wait for: two runs of pngquant at once took longer than one after another.
+const std::vector<std::string> environment = {"OMP_WAIT_POLICY=passive"};
+
 /// The two output streams of one run, in a private folder. Files, not pipes: a chatty tool can never block on
 /// them.
 class ToolLog {
@@ -74,7 +78,7 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     // Before the child, so that the child is gone when its share is given back.
     const ToolBudget::Share share = budget_->take(memory, cancellation_);
     const ToolLog log;
-    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors());
+    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(), environment);
     const auto wake = child.wait(std::chrono::duration<double>(timeout), cancellation_);
     if (wake != ChildProcess::Wake::exited) {
         child.stop(terminationGrace);

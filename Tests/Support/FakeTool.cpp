@@ -207,6 +207,9 @@ private:
             stream << std::string(std::stoul(words.at(2)), words.at(3).at(0)) << std::flush;
         } else if (command == "report-input") {
             std::cout << std::string(std::istreambuf_iterator<char>(std::cin), {});
+        } else if (command == "report-variable") {
+            const char* value = std::getenv(words.at(1).c_str());
+            std::cout << (value == nullptr ? "unset" : value) << "\n";
         } else if (command == "report-descriptors") {
             reportDescriptors();
         } else if (command == "report-signals") {

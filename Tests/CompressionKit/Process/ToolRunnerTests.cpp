@@ -207,6 +207,14 @@ TEST_F(ToolRunnerTest, CancellationEndsARunningToolAndLetsNoneStart) {
     Cancellation().request();
 }
 
+TEST_F(ToolRunnerTest, ToolsInheritTheEnvironmentAndWaitWithoutSpinning) {
+    tools_.script("oxipng", {{"report-variable", "OMP_WAIT_POLICY"}, {"report-variable", "TMPDIR"}});
+    EXPECT_EQ(run(), "passive\n" + temporary_.url().path() + "\n");
+    ::setenv("OMP_WAIT_POLICY", "active", 1);
+    EXPECT_EQ(run(), "active\n" + temporary_.url().path() + "\n") << "the user's own choice";
+    ::unsetenv("OMP_WAIT_POLICY");
+}
+
 TEST_F(ToolRunnerTest, RunsSideBySide) {
     tools_.script("oxipng", {{"print", "one"}});
     tools_.script("pngquant", {{"print", "two"}});
