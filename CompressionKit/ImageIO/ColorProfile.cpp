@@ -1,6 +1,7 @@
 #include "ImageIO/ColorProfile.h"
 
 #include "Foundation/SHA256.h"
+#include "ImageIO/HighDynamicRange.h"
 #include "ImageIO/ICCMaker.h"
 #include "ImageIO/ICCProfile.h"
 
@@ -239,6 +240,18 @@ bool ColorProfile::isSRGB() const noexcept {
 
 std::vector<std::uint8_t> ColorProfile::iccForRGB() const {
     return icc_;
+}
+
+std::vector<std::uint8_t> ColorProfile::iccForDisplay() const {
+    if (!codePoints_ || !icc_.empty()) {
+        return icc_;
+    }
+    const auto* const chromaticities = find(knownPrimaries, effectivePrimaries(codePoints_->primaries));
+    const auto curve = standardRangeCurve(codePoints_->transfer);
+    if (chromaticities == nullptr || curve.empty()) {
+        return {};
+    }
+    return makeICC(*chromaticities, curve, name_);
 }
 
 } // namespace tarnwick

@@ -52,6 +52,9 @@ public:
     /// made for the space; empty for sRGB without an embedded profile, for spaces that only code points can
     /// describe, and for a profile that is not for RGB pixels.
     std::vector<std::uint8_t> iccForRGB() const;
+    /// The same to show the pixels on an ordinary screen: spaces of high dynamic range (PQ and HLG) get a
+    /// curve that keeps the shadows and middle tones and brings the highlights down to white.
+    std::vector<std::uint8_t> iccForDisplay() const;
     /// The code points that were stated, if any.
     const std::optional<CodePoints>& codePoints() const noexcept { return codePoints_; }
 

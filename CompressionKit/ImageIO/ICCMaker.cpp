@@ -51,6 +51,15 @@ std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, const Tr
     return makeICC(context.get(), chromaticities, *built, *makeDescription(context.get(), name));
 }
 
+std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, std::span<const float> curve,
+                                  const std::string& name) {
+    const ContextHandle context = makeContext();
+    const CurveHandle built(cmsBuildTabulatedToneCurveFloat(
+        context.get(), static_cast<cmsUInt32Number>(curve.size()), curve.data()));
+    requireMemory(built != nullptr);
+    return makeICC(context.get(), chromaticities, *built, *makeDescription(context.get(), name));
+}
+
 std::vector<std::uint8_t> makeICC(cmsContext context, const Chromaticities& c, const cmsToneCurve& curve,
                                   const cmsMLU& description) {
     if (!isPlausible(c)) {

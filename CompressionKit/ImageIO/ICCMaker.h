@@ -4,6 +4,7 @@
 #include "ImageIO/LittleCMS.h"
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,10 @@ struct TransferCurve {
 /// A profile for RGB pixels of this space, described by its name in ASCII: the same bytes at any time. Empty
 /// when no space can have such primaries; a file may state any.
 std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, const TransferCurve& curve,
+                                  const std::string& name);
+
+/// The same with a curve given by its values, from that of black to that of white.
+std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, std::span<const float> curve,
                                   const std::string& name);
 
 /// The same of what Little CMS holds already, described by `description`, in the context of both.

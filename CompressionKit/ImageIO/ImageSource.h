@@ -67,6 +67,13 @@ public:
     virtual void readRows(std::span<std::uint8_t> rows) = 0;
 };
 
+/// A pass over images that the decoder itself makes smaller.
+struct ReducedFrames {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    std::unique_ptr<FrameReader> reader;
+};
+
 /// An opened picture file. Immutable; several passes may run at once.
 class ImageSource {
 public:
@@ -82,6 +89,10 @@ public:
     const ImageInfo& info() const noexcept { return info_; }
     /// Starts a pass. Throws CompressionError::invalidImage or FileSystemError.
     virtual std::unique_ptr<FrameReader> frames() const = 0;
+    /// Starts a pass for a picture of this size, which must be at least 1 and at most the picture's own: as
+    /// far as the decoder saves time by it, the images are reduced, but never below this size. As frames()
+    /// otherwise; by default nothing is reduced.
+    virtual ReducedFrames reducedFrames(std::int64_t width, std::int64_t height) const;
 
 protected:
     explicit ImageSource(URL url, const ImageLimits& limits);

@@ -27,6 +27,12 @@ constexpr int maximumScans = 500;
 constexpr int exifMarker = JPEG_APP0 + 1;
 constexpr int iccMarker = JPEG_APP0 + 2;
 constexpr unsigned maximumSegmentBytes = 0xFFFF;
+/// Small, so that the bound on what stands before the first scan is met closely.
+constexpr std::size_t headerChunkBytes = 4096;
+/// Where fewer bytes are at hand than an MCU can take, some 3 KB, the library decodes it in a slower way.
+constexpr std::size_t pixelChunkBytes = std::size_t{1} << 16U;
+/// The side of a block, which can be decoded to any smaller one.
+constexpr std::int64_t fullScale = 8;
 
 /// libjpeg's state for reading one file.
 class JPEGHandle {
@@ -39,6 +45,8 @@ public:
 
     /// Reads up to the first scan. False when that fails.
     bool readHeader();
+    /// To be called before the pixels are decoded.
+    void enlargeInput() { pixelInput_ = std::make_unique_for_overwrite<JOCTET[]>(pixelChunkBytes); }
 
 private:
     struct State : jpeg_decompress_struct {
@@ -58,23 +66,26 @@ private:
     ErrorJump errors_;
     jpeg_error_mgr errorManager_ = {};
     jpeg_progress_mgr progressManager_ = {};
-    boolean (*fillFromFile_)(j_decompress_ptr) = nullptr;
+    std::FILE* file_;
+    std::array<JOCTET, headerChunkBytes> headerInput_;
+    std::unique_ptr<JOCTET[]> pixelInput_;
     std::int64_t bytesLeft_;
     State state_ = {};
 };
 
-JPEGHandle::JPEGHandle(std::FILE* file, const ImageLimits& limits) : bytesLeft_(limits.maximumMetadataBytes) {
+JPEGHandle::JPEGHandle(std::FILE* file, const ImageLimits& limits)
+    : file_(file), bytesLeft_(limits.maximumMetadataBytes) {
     state_.err = jpeg_std_error(&errorManager_);
     state_.client_data = this;
     errorManager_.error_exit = onError;
     errorManager_.emit_message = onMessage;
     errorManager_.output_message = onOutput;
     progressManager_.progress_monitor = onProgress;
-    errors_.run([this, file] {
+    errors_.run([this] {
         jpeg_create_decompress(&state_);
         state_.progress = &progressManager_;
-        jpeg_stdio_src(&state_, file);
-        fillFromFile_ = std::exchange(state_.src->fill_input_buffer, fillInput);
+        jpeg_stdio_src(&state_, file_);
+        state_.src->fill_input_buffer = fillInput;
     });
 }
 
@@ -107,12 +118,16 @@ void JPEGHandle::onProgress(j_common_ptr state) {
 /// Bounds what stands before the first scan, which the library keeps in memory as far as it is asked to.
 boolean JPEGHandle::fillInput(j_decompress_ptr state) {
     auto& self = of(state);
-    if (self.bytesLeft_ < 0) {
+    const std::span<JOCTET> chunk = self.pixelInput_ ? std::span(self.pixelInput_.get(), pixelChunkBytes)
+                                                     : std::span<JOCTET>(self.headerInput_);
+    const std::size_t count = std::fread(chunk.data(), 1, chunk.size(), self.file_);
+    if (self.bytesLeft_ < 0 || count == 0) {
         self.errors_.leave();
     }
-    const boolean filled = self.fillFromFile_(state);
-    self.bytesLeft_ -= static_cast<std::int64_t>(state->src->bytes_in_buffer);
-    return filled;
+    self.bytesLeft_ -= static_cast<std::int64_t>(count);
+    state->src->next_input_byte = chunk.data();
+    state->src->bytes_in_buffer = count;
+    return TRUE;
 }
 
 bool isInk(J_COLOR_SPACE space) {
@@ -170,9 +185,15 @@ void convertInks(std::span<std::uint8_t> row, bool inverted) {
     }
 }
 
+/// As the library rounds.
+std::int64_t scaled(std::int64_t length, std::int64_t scale) {
+    return (length * scale + fullScale - 1) / fullScale;
+}
+
 class JPEGFrameReader final : public StillFrameReader {
 public:
-    JPEGFrameReader(const URL& url, const ImageInfo& expected, const ImageLimits& limits);
+    JPEGFrameReader(const URL& url, const ImageInfo& expected, const ImageLimits& limits,
+                    std::int64_t scale = fullScale);
 
 private:
     void decode(std::span<std::uint8_t> rows) override;
@@ -182,11 +203,14 @@ private:
 
     InputFile file_;
     JPEGHandle handle_;
+    unsigned scale_;
     bool started_ = false;
 };
 
-JPEGFrameReader::JPEGFrameReader(const URL& url, const ImageInfo& expected, const ImageLimits& limits)
-    : StillFrameReader(expected.width, expected.height), file_(url), handle_(file_.get(), limits) {
+JPEGFrameReader::JPEGFrameReader(const URL& url, const ImageInfo& expected, const ImageLimits& limits,
+                                 std::int64_t scale)
+    : StillFrameReader(scaled(expected.width, scale), scaled(expected.height, scale)), file_(url),
+      handle_(file_.get(), limits), scale_(static_cast<unsigned>(scale)) {
     if (!handle_.readHeader()) {
         file_.throwUnreadable();
     }
@@ -198,12 +222,18 @@ JPEGFrameReader::JPEGFrameReader(const URL& url, const ImageInfo& expected, cons
 }
 
 void JPEGFrameReader::start() {
-    handle_.errors().run([state = handle_.get()] {
+    handle_.enlargeInput();
+    handle_.errors().run([state = handle_.get(), scale = scale_] {
+        state->scale_num = scale;
+        state->scale_denom = fullScale;
         state->out_color_space = isInk(state->jpeg_color_space) ? JCS_CMYK : JCS_EXT_RGBA;
         state->dct_method = JDCT_ISLOW;
         state->do_fancy_upsampling = TRUE;
         jpeg_start_decompress(state);
     });
+    if (std::size_t{handle_->output_width} * 4 != rowBytes()) {
+        throw CompressionError::invalidImage();
+    }
     requireAllComponents();
     started_ = true;
 }
@@ -261,6 +291,16 @@ JPEGSource::JPEGSource(const URL& url, const ImageLimits& limits) : ImageSource(
 
 std::unique_ptr<FrameReader> JPEGSource::frames() const {
     return std::make_unique<JPEGFrameReader>(url(), info_, limits());
+}
+
+ReducedFrames JPEGSource::reducedFrames(std::int64_t width, std::int64_t height) const {
+    std::int64_t scale = 1;
+    while (scale < fullScale &&
+           (scaled(info_.width, scale) < width || scaled(info_.height, scale) < height)) {
+        ++scale;
+    }
+    return {scaled(info_.width, scale), scaled(info_.height, scale),
+            std::make_unique<JPEGFrameReader>(url(), info_, limits(), scale)};
 }
 
 } // namespace tarnwick

@@ -46,7 +46,7 @@ void CompressionQueue::stop() {
     asio::post(actor_, [this] { startReadyJobs(); });
 }
 
-void CompressionQueue::submit(const URL& url, std::unique_ptr<CompressionJob> work) {
+void CompressionQueue::submit(const URL& url, std::unique_ptr<BackgroundJob> work) {
     // The identity is asked for on the actor: a slow file system must not hold up the caller.
     asio::post(actor_, [this, url, work = std::move(work)]() mutable {
         pending_.push_back({fileIdentity(url), std::move(work)});
@@ -102,7 +102,7 @@ std::exception_ptr CompressionQueue::perform(const Job& job) const {
 }
 
 // Not on the actor itself: a handler may run within this call, and must not hold up the actor.
-void CompressionQueue::complete(std::unique_ptr<CompressionJob> work, std::exception_ptr error) {
+void CompressionQueue::complete(std::unique_ptr<BackgroundJob> work, std::exception_ptr error) {
     asio::post(worker_, [work = std::move(work), error = std::move(error)]() mutable {
         work->complete(std::move(error));
     });

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Foundation/BackgroundJob.h"
 #include "Foundation/URL.h"
-#include "Scheduling/CompressionJob.h"
 
 #include <asio/async_result.hpp>
 #include <asio/strand.hpp>
@@ -54,14 +54,20 @@ public:
     /// A job cannot be cancelled by itself; stop() ends all that wait.
     template <typename Operation, typename CompletionToken>
     auto run(const URL& url, std::function<void()> onStart, Operation operation, CompletionToken&& token) {
-        auto initiate = [this](auto&& handler, const URL& file, std::function<void()> start, Operation work) {
-            using Work = TypedCompressionJob<Operation, std::decay_t<decltype(handler)>>;
-            submit(file,
-                   std::make_unique<Work>(std::move(start), std::move(work),
-                                          std::forward<decltype(handler)>(handler), worker_.get_executor()));
+        auto work = [onStart = std::move(onStart), operation = std::move(operation)]() mutable {
+            if (onStart) {
+                onStart();
+            }
+            return operation();
         };
-        return asio::async_initiate<CompletionToken, typename JobOutcomeOf<Operation>::Signature>(
-            std::move(initiate), token, url, std::move(onStart), std::move(operation));
+        using Work = decltype(work);
+        auto initiate = [this](auto&& handler, const URL& file, Work given) {
+            using Task = TypedBackgroundJob<Work, std::decay_t<decltype(handler)>, Executor>;
+            submit(file, std::make_unique<Task>(std::move(given), std::forward<decltype(handler)>(handler),
+                                                worker_.get_executor()));
+        };
+        return asio::async_initiate<CompletionToken, typename JobOutcomeOf<Work>::Signature>(
+            std::move(initiate), token, url, std::move(work));
     }
     template <typename Operation, typename CompletionToken>
     auto run(const URL& url, Operation operation, CompletionToken&& token) {
@@ -74,19 +80,21 @@ public:
     void stop();
 
 private:
+    using Executor = asio::thread_pool::executor_type;
+
     struct Job {
         std::string key;
-        std::unique_ptr<CompressionJob> work;
+        std::unique_ptr<BackgroundJob> work;
     };
 
     static URL defaultDirectory();
 
-    void submit(const URL& url, std::unique_ptr<CompressionJob> work);
+    void submit(const URL& url, std::unique_ptr<BackgroundJob> work);
     void startReadyJobs();
     void abandonPendingJobs();
     void start(Job job);
     std::exception_ptr perform(const Job& job) const;
-    void complete(std::unique_ptr<CompressionJob> work, std::exception_ptr error);
+    void complete(std::unique_ptr<BackgroundJob> work, std::exception_ptr error);
 
     const int limit_;
     const URL coordinationDirectory_;
@@ -94,7 +102,7 @@ private:
     // A thread for each job that runs. The actor needs none of its own: it has something to do only when a
     // job comes, which may wait while all threads are taken, or when one ends and leaves its thread.
     asio::thread_pool worker_;
-    asio::strand<asio::thread_pool::executor_type> actor_;
+    asio::strand<Executor> actor_;
     // Touched by the actor only.
     std::deque<Job> pending_;
     std::set<std::string> activeKeys_;

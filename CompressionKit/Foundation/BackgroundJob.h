@@ -4,24 +4,22 @@
 #include <asio/bind_executor.hpp>
 #include <asio/dispatch.hpp>
 #include <asio/executor_work_guard.hpp>
-#include <asio/thread_pool.hpp>
 
 #include <concepts>
 #include <exception>
-#include <functional>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
 namespace tarnwick {
 
-/// A job of a CompressionQueue, whatever its result.
-class CompressionJob {
+/// Work for a thread of a queue, whatever its result.
+class BackgroundJob {
 public:
-    CompressionJob() = default;
-    CompressionJob(const CompressionJob&) = delete;
-    CompressionJob& operator=(const CompressionJob&) = delete;
-    virtual ~CompressionJob() = default;
+    BackgroundJob() = default;
+    BackgroundJob(const BackgroundJob&) = delete;
+    BackgroundJob& operator=(const BackgroundJob&) = delete;
+    virtual ~BackgroundJob() = default;
 
     /// Does the work on the calling thread and keeps its result; throws what the work throws.
     virtual void perform() = 0;
@@ -69,24 +67,18 @@ public:
 template <typename Operation>
 using JobOutcomeOf = JobOutcome<std::decay_t<std::invoke_result_t<Operation&>>>;
 
-/// The job whose completion handler is `Handler`. What the job was given is gone before the handler runs.
-template <typename Operation, typename Handler>
-class TypedCompressionJob final : public CompressionJob {
+/// The job whose completion handler is `Handler`. What the job was given is gone before the handler runs: on
+/// the executor associated with it, else on `fallback`.
+template <typename Operation, typename Handler, typename Fallback>
+class TypedBackgroundJob final : public BackgroundJob {
 public:
-    TypedCompressionJob(std::function<void()> onStart, Operation operation, Handler handler,
-                        const asio::thread_pool::executor_type& fallback)
-        : onStart_(std::move(onStart)), operation_(std::move(operation)), handler_(std::move(handler)),
+    TypedBackgroundJob(Operation operation, Handler handler, const Fallback& fallback)
+        : operation_(std::move(operation)), handler_(std::move(handler)),
           work_(asio::make_work_guard(handler_, fallback)) {}
 
-    void perform() override {
-        if (onStart_) {
-            onStart_();
-        }
-        outcome_.capture(*operation_);
-    }
+    void perform() override { outcome_.capture(*operation_); }
 
     void complete(std::exception_ptr error) override {
-        onStart_ = nullptr;
         operation_.reset();
         // Held until the dispatch is over, and not by the handler: once the handler ran, its context may run
         // out of work and be destroyed, and this thread would still be in it.
@@ -98,9 +90,8 @@ public:
     }
 
 private:
-    using Executor = asio::associated_executor_t<Handler, asio::thread_pool::executor_type>;
+    using Executor = asio::associated_executor_t<Handler, Fallback>;
 
-    std::function<void()> onStart_;
     std::optional<Operation> operation_;
     Handler handler_;
     asio::executor_work_guard<Executor> work_;

@@ -1,0 +1,105 @@
+#include "ImageIO/DisplayDecoder.h"
+
+#include "Foundation/CompressionError.h"
+#include "ImageIO/Orientation.h"
+#include "ImageIO/RowShrinker.h"
+#include "ImageIO/SRGBConversion.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::int64_t bytesPerPixel = 4;
+constexpr std::int64_t bandPixels = std::int64_t{1} << 18;
+
+using Rows = std::vector<std::uint8_t>;
+
+void requireImage(bool condition) {
+    if (!condition) {
+        throw CompressionError::invalidImage();
+    }
+}
+
+std::size_t byteCount(PixelSize size) {
+    return static_cast<std::size_t>(size.width * size.height * bytesPerPixel);
+}
+
+/// `length` × `numerator` ÷ `denominator`, rounded, but no side vanishes.
+std::int64_t scaled(std::int64_t length, std::int64_t numerator, std::int64_t denominator) {
+    return std::max<std::int64_t>((length * numerator + denominator / 2) / denominator, 1);
+}
+
+PixelSize fitted(PixelSize size, std::int64_t maximum) {
+    const std::int64_t longer = std::max(size.width, size.height);
+    return longer <= maximum
+               ? size
+               : PixelSize{scaled(size.width, maximum, longer), scaled(size.height, maximum, longer)};
+}
+
+/// Takes memory as the rows come, not as the header promises.
+Rows readWhole(FrameReader& reader, PixelSize size, const SRGBConversion& conversion) {
+    Rows rows;
+    rows.reserve(byteCount(size));
+    const std::int64_t bandRows = std::max<std::int64_t>(bandPixels / size.width, 1);
+    for (std::int64_t y = 0; y < size.height; y += bandRows) {
+        const std::size_t start = rows.size();
+        rows.resize(start + byteCount({size.width, std::min(bandRows, size.height - y)}));
+        const std::span<std::uint8_t> band = std::span(rows).subspan(start);
+        reader.readRows(band);
+        conversion.convert(band);
+        premultiply(band);
+    }
+    return rows;
+}
+
+/// Converts what is left of the picture: averages of many pixels, whose space matters little.
+Rows readShrunk(FrameReader& reader, PixelSize from, PixelSize to, const SRGBConversion& conversion) {
+    Rows rows;
+    rows.reserve(byteCount(to));
+    RowShrinker shrinker(from, to);
+    Rows row(byteCount({from.width, 1}));
+    for (std::int64_t y = 0; y < from.height; ++y) {
+        reader.readRows(row);
+        shrinker.add(row, rows);
+    }
+    conversion.convert(rows);
+    premultiply(rows);
+    return rows;
+}
+
+Bitmap shown(PixelSize size, Rows rows, int orientation) {
+    if (orientation == 1) {
+        return {size.width, size.height, std::move(rows)};
+    }
+    const PixelSize turned = swapsSides(orientation) ? PixelSize{size.height, size.width} : size;
+    return {turned.width, turned.height, oriented(rows, size.width, size.height, orientation)};
+}
+
+} // namespace
+
+Bitmap decodeForDisplay(const URL& url, std::optional<std::int64_t> maximumPixelSize,
+                        const ImageLimits& limits) {
+    const auto source = ImageSource::open(url, limits);
+    const ImageInfo& info = source->info();
+    const PixelSize full = {info.width, info.height};
+    const std::int64_t maximum = maximumPixelSize.value_or(std::max(full.width, full.height));
+    requireImage(maximum >= 1);
+    const PixelSize size = fitted(full, maximum);
+    requireImage(limits.allow(size.width, size.height, true));
+
+    const ReducedFrames frames = source->reducedFrames(size.width, size.height);
+    requireImage(frames.reader->next());
+    const PixelSize given = {frames.width, frames.height};
+    const SRGBConversion conversion(info.profile);
+    Rows rows = given == size ? readWhole(*frames.reader, size, conversion)
+                              : readShrunk(*frames.reader, given, size, conversion);
+    return shown(size, std::move(rows), info.orientation.value_or(1));
+}
+
+} // namespace tarnwick

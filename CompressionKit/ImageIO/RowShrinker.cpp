@@ -1,0 +1,95 @@
+#include "ImageIO/RowShrinker.h"
+
+#include <cstddef>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::size_t bytesPerPixel = 4;
+
+std::uint8_t average(std::uint64_t sum, std::uint64_t weight) {
+    return weight == 0 ? std::uint8_t{0} : static_cast<std::uint8_t>((sum + weight / 2) / weight);
+}
+
+} // namespace
+
+RowShrinker::Sums RowShrinker::sumOf(std::span<const std::uint8_t> pixels) noexcept {
+    Sums sums;
+    for (std::size_t at = 0; at < pixels.size(); at += bytesPerPixel) {
+        const std::uint32_t alpha = pixels[at + 3];
+        sums.red += pixels[at] * alpha;
+        sums.green += pixels[at + 1] * alpha;
+        sums.blue += pixels[at + 2] * alpha;
+        sums.alpha += alpha;
+    }
+    return sums;
+}
+
+void RowShrinker::Sums::add(const Sums& other, std::uint64_t weight) noexcept {
+    red += other.red * weight;
+    green += other.green * weight;
+    blue += other.blue * weight;
+    alpha += other.alpha * weight;
+}
+
+RowShrinker::RowShrinker(PixelSize from, PixelSize to)
+    : from_(from), to_(to), across_(static_cast<std::size_t>(to.width)), area_(across_.size()),
+      lacking_(static_cast<std::uint64_t>(from.height)) {}
+
+void RowShrinker::add(std::span<const std::uint8_t> row, std::vector<std::uint8_t>& shrunk) {
+    sumAcross(row);
+    const auto units = static_cast<std::uint64_t>(to_.height);
+    if (units < lacking_) {
+        sumDown(units);
+        lacking_ -= units;
+        return;
+    }
+    const std::uint64_t rest = units - lacking_;
+    sumDown(lacking_);
+    appendAverages(shrunk);
+    sumDown(rest);
+    lacking_ = static_cast<std::uint64_t>(from_.height) - rest;
+}
+
+void RowShrinker::sumAcross(std::span<const std::uint8_t> row) {
+    const auto units = static_cast<std::uint64_t>(to_.width);
+    const auto width = static_cast<std::uint64_t>(from_.width);
+    const std::uint8_t* pixel = row.data();
+    std::uint64_t carried = 0;
+    Sums next;
+    for (Sums& sums : across_) {
+        sums = next;
+        const std::uint64_t lacking = width - carried;
+        const std::uint64_t whole = lacking / units;
+        const std::uint64_t part = lacking % units;
+        sums.add(sumOf(std::span(pixel, whole * bytesPerPixel)), units);
+        pixel += whole * bytesPerPixel;
+        carried = 0;
+        next = {};
+        if (part > 0) {
+            const Sums shared = sumOf(std::span(pixel, bytesPerPixel));
+            sums.add(shared, part);
+            pixel += bytesPerPixel;
+            carried = units - part;
+            next.add(shared, carried);
+        }
+    }
+}
+
+void RowShrinker::sumDown(std::uint64_t weight) noexcept {
+    for (std::size_t x = 0; x < area_.size(); ++x) {
+        area_[x].add(across_[x], weight);
+    }
+}
+
+void RowShrinker::appendAverages(std::vector<std::uint8_t>& shrunk) {
+    const auto pixelWeight =
+        static_cast<std::uint64_t>(from_.width) * static_cast<std::uint64_t>(from_.height);
+    for (Sums& sums : area_) {
+        shrunk.insert(shrunk.end(), {average(sums.red, sums.alpha), average(sums.green, sums.alpha),
+                                     average(sums.blue, sums.alpha), average(sums.alpha, pixelWeight)});
+        sums = {};
+    }
+}
+
+} // namespace tarnwick

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tarnwick {
+
+struct PixelSize {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+
+    friend bool operator==(const PixelSize&, const PixelSize&) = default;
+};
+
+/// Makes a picture smaller while its rows come, holding no more of it than one row of the result. Every pixel
+/// of the result is the average over the area that it covers, in which colours count by their alpha.
+class RowShrinker {
+public:
+    /// `to` must be at least 1 and at most `from`, both ways.
+    RowShrinker(PixelSize from, PixelSize to);
+
+    /// Takes the next row and appends the row of the result that it ends, if any. Both are straight RGBA, 8
+    /// bits a component.
+    void add(std::span<const std::uint8_t> row, std::vector<std::uint8_t>& shrunk);
+
+private:
+    /// Sums over an area. A pixel covers as many units as the result has pixels, so that every weight is a
+    /// whole number; the sums of 2^47 pixels still fit.
+    struct Sums {
+        std::uint64_t red = 0;
+        std::uint64_t green = 0;
+        std::uint64_t blue = 0;
+        std::uint64_t alpha = 0;
+
+        void add(const Sums& other, std::uint64_t weight) noexcept;
+    };
+
+    static Sums sumOf(std::span<const std::uint8_t> pixels) noexcept;
+    void sumAcross(std::span<const std::uint8_t> row);
+    void sumDown(std::uint64_t weight) noexcept;
+    void appendAverages(std::vector<std::uint8_t>& shrunk);
+
+    PixelSize from_;
+    PixelSize to_;
+    /// Of the current row, and of the current row of the result.
+    std::vector<Sums> across_;
+    std::vector<Sums> area_;
+    /// What the current row of the result still lacks.
+    std::uint64_t lacking_;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,60 @@
+#include "Inspection/ImageRendering.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
+#include "ImageIO/DisplayDecoder.h"
+
+#include <new>
+
+namespace tarnwick {
+namespace {
+
+bool differs(const std::optional<std::string>& recorded, const std::string& found) {
+    return recorded && *recorded != found;
+}
+
+} // namespace
+
+DisplayImage ImageRendering::decode(const URL& url, std::optional<std::int64_t> maximumPixelSize) {
+    if (!url.isFileURL()) {
+        throw CompressionError::invalidImage();
+    }
+    try {
+        return std::make_shared<const Bitmap>(decodeForDisplay(url, maximumPixelSize));
+    } catch (const FileSystemError&) {
+        throw CompressionError::invalidImage();
+    } catch (const std::bad_alloc&) {
+        throw CompressionError::invalidImage();
+    }
+}
+
+DisplayImage ImageRendering::comparisonImage(const URL& url) {
+    if (!url.isFileURL()) {
+        throw CompressionError::fileOperation("请选择本地图片文件");
+    }
+    return decode(url, std::nullopt);
+}
+
+DisplayImage ImageRendering::thumbnail(const URL& url, std::int64_t maximumPixelSize) {
+    return decode(url, maximumPixelSize);
+}
+
+ComparisonImages ImageRendering::readBoth(const URL& original, const URL& compressed,
+                                          const std::optional<std::string>& originalHash,
+                                          const std::optional<std::string>& replacementHash) {
+    const std::string hashOfOriginal = hash(original);
+    const std::string hashOfCompressed = hash(compressed);
+    if (differs(originalHash, hashOfOriginal) || differs(replacementHash, hashOfCompressed)) {
+        throw CompressionError::fileOperation("图片文件已被修改，无法对比");
+    }
+    ComparisonImages images;
+    images.original = comparisonImage(original);
+    images.compressed = comparisonImage(compressed);
+    if (hash(original) != hashOfOriginal || hash(compressed) != hashOfCompressed) {
+        throw CompressionError::fileOperation("图片文件在载入过程中被修改，请重新打开对比");
+    }
+    return images;
+}
+
+} // namespace tarnwick
