@@ -19,7 +19,7 @@ std::string deleted(const CommandContext& context, const std::string& identifier
     }
     const TransientLine line(context.output, true,
                              displayText(record->originalPath) + "  " + std::string(RowText::deleting));
-    runQueued(context.cancellation, record->originalURL(), [&] { context.undo.deleteRecord(*record); });
+    runQueued(context.cancellation, record->replacementURL(), [&] { context.undo.deleteRecord(*record); });
     return record->originalPath;
 }
 

@@ -53,7 +53,7 @@ Ending restored(const CommandContext& context, const std::string& argument) {
         const UndoRecord record = recordFor(context.undo, argument, ending);
         const TransientLine line(context.output, !context.json,
                                  displayText(record.originalPath) + "  " + std::string(RowText::restoring));
-        runQueued(context.cancellation, record.originalURL(), [&] { context.undo.restore(record); });
+        runQueued(context.cancellation, record.replacementURL(), [&] { context.undo.restore(record); });
     } catch (const OutputFailed&) {
         throw;
     } catch (const Cancelled&) {

@@ -96,9 +96,8 @@ RecipeStep sharedPalettes(int colors, const URL& sheet) {
                     toolMemory(Tool::pngquant, GIFPalette::mostTiles * facts.width * facts.height));
         GIFPalette::writeColorMap(palette, map);
         std::vector<RecipeStep> steps;
-        for (const int level : sharedLossyLevels) {
-            steps.push_back(sharedPalette(colors, level, map));
-        }
+        std::transform(sharedLossyLevels.begin(), sharedLossyLevels.end(), std::back_inserter(steps),
+                       [&](int level) { return sharedPalette(colors, level, map); });
         return joined(sideBySide(context, steps));
     };
 }
@@ -107,9 +106,8 @@ Candidates paletteSearch(const RecipeContext& context) {
     const URL sheet = file(context, "gif-contact.png");
     GIFPalette::writeContactSheet(context.validation.gifReferenceFrames(), sheet);
     std::vector<RecipeStep> steps;
-    for (const int colors : sharedColors) {
-        steps.push_back(sharedPalettes(colors, sheet));
-    }
+    std::transform(sharedColors.begin(), sharedColors.end(), std::back_inserter(steps),
+                   [&](int colors) { return sharedPalettes(colors, sheet); });
     return joined(sideBySide(context, steps));
 }
 

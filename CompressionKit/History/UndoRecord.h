@@ -37,6 +37,8 @@ struct UndoRecord {
     std::optional<std::string> convertedPath;
 
     URL originalURL() const { return URL::file(originalPath); }
+    /// The file that the compression left: the one in the original's place, or the converted one.
+    URL replacementURL() const { return URL::file(convertedPath.value_or(originalPath)); }
 
     /// As a compact JSON object; paths as portablePathText() writes them.
     Bytes encoded() const;

@@ -65,14 +65,14 @@ void ReadingQueue::work(const std::stop_token& stop) {
 ReadingQueue::Job ReadingQueue::next(const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
     jobCame_.wait(lock, stop, [this] { return !isIdle(); });
-    for (auto jobs = waiting_.rbegin(); jobs != waiting_.rend(); ++jobs) {
-        if (!jobs->empty()) {
-            Job job = std::move(jobs->front());
-            jobs->pop_front();
-            return job;
-        }
+    const auto urgent =
+        std::find_if(waiting_.rbegin(), waiting_.rend(), [](const auto& jobs) { return !jobs.empty(); });
+    if (urgent == waiting_.rend()) {
+        return nullptr;
     }
-    return nullptr;
+    Job job = std::move(urgent->front());
+    urgent->pop_front();
+    return job;
 }
 
 bool ReadingQueue::isIdle() const noexcept {
