@@ -59,13 +59,13 @@ Rows readWhole(FrameReader& reader, PixelSize size, const SRGBConversion& conver
 }
 
 /// Converts what is left of the picture: averages of many pixels, whose space matters little.
-Rows readShrunk(FrameReader& reader, PixelSize from, PixelSize to, const SRGBConversion& conversion) {
+Rows readShrunk(const ReducedFrames& frames, PixelSize from, PixelSize to, const SRGBConversion& conversion) {
     Rows rows;
     rows.reserve(byteCount(to));
-    RowShrinker shrinker(from, to);
-    Rows row(byteCount({from.width, 1}));
-    for (std::int64_t y = 0; y < from.height; ++y) {
-        reader.readRows(row);
+    RowShrinker shrinker(from, to, frames.eighths);
+    Rows row(byteCount({frames.width, 1}));
+    for (std::int64_t y = 0; y < frames.height; ++y) {
+        frames.reader->readRows(row);
         shrinker.add(row, rows);
     }
     conversion.convert(rows);
@@ -95,10 +95,10 @@ Bitmap decodeForDisplay(const URL& url, std::optional<std::int64_t> maximumPixel
 
     const ReducedFrames frames = source->reducedFrames(size.width, size.height);
     requireImage(frames.reader->next());
-    const PixelSize given = {frames.width, frames.height};
+    const bool isWhole = PixelSize{frames.width, frames.height} == size;
     const SRGBConversion conversion(info.profile);
-    Rows rows = given == size ? readWhole(*frames.reader, size, conversion)
-                              : readShrunk(*frames.reader, given, size, conversion);
+    Rows rows =
+        isWhole ? readWhole(*frames.reader, size, conversion) : readShrunk(frames, full, size, conversion);
     return shown(size, std::move(rows), info.orientation.value_or(1));
 }
 

@@ -102,7 +102,7 @@ bool ImageLimits::allow(std::int64_t width, std::int64_t height, bool buffered) 
 ImageSource::ImageSource(URL url, const ImageLimits& limits) : url_(std::move(url)), limits_(limits) {}
 
 ReducedFrames ImageSource::reducedFrames(std::int64_t /*width*/, std::int64_t /*height*/) const {
-    return {info_.width, info_.height, frames()};
+    return {.width = info_.width, .height = info_.height, .reader = frames()};
 }
 
 std::optional<std::string> containerType(const URL& url) {

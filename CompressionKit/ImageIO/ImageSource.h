@@ -67,10 +67,12 @@ public:
     virtual void readRows(std::span<std::uint8_t> rows) = 0;
 };
 
-/// A pass over images that the decoder itself makes smaller.
+/// A pass over images that the decoder itself makes smaller: to so many eighths of their size, rounded up, so
+/// that the last pixels may stand for less of the picture than the others.
 struct ReducedFrames {
     std::int64_t width = 0;
     std::int64_t height = 0;
+    std::int64_t eighths = 8;
     std::unique_ptr<FrameReader> reader;
 };
 
@@ -90,8 +92,8 @@ public:
     /// Starts a pass. Throws CompressionError::invalidImage or FileSystemError.
     virtual std::unique_ptr<FrameReader> frames() const = 0;
     /// Starts a pass for a picture of this size, which must be at least 1 and at most the picture's own: as
-    /// far as the decoder saves time by it, the images are reduced, but never below this size. As frames()
-    /// otherwise; by default nothing is reduced.
+    /// far as the decoder saves time by it, the images are reduced, but never below this size, not even
+    /// before rounding. As frames() otherwise; by default nothing is reduced.
     virtual ReducedFrames reducedFrames(std::int64_t width, std::int64_t height) const;
 
 protected:

@@ -296,10 +296,10 @@ std::unique_ptr<FrameReader> JPEGSource::frames() const {
 ReducedFrames JPEGSource::reducedFrames(std::int64_t width, std::int64_t height) const {
     std::int64_t scale = 1;
     while (scale < fullScale &&
-           (scaled(info_.width, scale) < width || scaled(info_.height, scale) < height)) {
+           (info_.width * scale < width * fullScale || info_.height * scale < height * fullScale)) {
         ++scale;
     }
-    return {scaled(info_.width, scale), scaled(info_.height, scale),
+    return {scaled(info_.width, scale), scaled(info_.height, scale), scale,
             std::make_unique<JPEGFrameReader>(url(), info_, limits(), scale)};
 }
 

@@ -17,16 +17,17 @@ struct PixelSize {
 /// of the result is the average over the area that it covers, in which colours count by their alpha.
 class RowShrinker {
 public:
-    /// `to` must be at least 1 and at most `from`, both ways.
-    RowShrinker(PixelSize from, PixelSize to);
+    /// The rows are those of a picture of the size `from`, perhaps reduced to so many eighths of it and
+    /// rounded up to whole pixels. `to` must be at least 1, and no more than what that is before it is
+    /// rounded.
+    RowShrinker(PixelSize from, PixelSize to, std::int64_t eighths);
 
     /// Takes the next row and appends the row of the result that it ends, if any. Both are straight RGBA, 8
     /// bits a component.
     void add(std::span<const std::uint8_t> row, std::vector<std::uint8_t>& shrunk);
 
 private:
-    /// Sums over an area. A pixel covers as many units as the result has pixels, so that every weight is a
-    /// whole number; the sums of 2^47 pixels still fit.
+    /// Sums over an area, in units so small that every weight is a whole number; those of 2^41 pixels fit.
     struct Sums {
         std::uint64_t red = 0;
         std::uint64_t green = 0;
@@ -41,8 +42,11 @@ private:
     void sumDown(std::uint64_t weight) noexcept;
     void appendAverages(std::vector<std::uint8_t>& shrunk);
 
-    PixelSize from_;
-    PixelSize to_;
+    /// What a pixel of the rows covers, and one of the result, in units.
+    std::uint64_t givenWidth_;
+    std::uint64_t givenHeight_;
+    std::uint64_t shrunkWidth_;
+    std::uint64_t shrunkHeight_;
     /// Of the current row, and of the current row of the result.
     std::vector<Sums> across_;
     std::vector<Sums> area_;

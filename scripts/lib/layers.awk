@@ -23,12 +23,27 @@ function check_folder(header, here,   there) {
     else if (here == "Scheduling" && there == "Engine") violation("Scheduling and Engine do not know each other")
 }
 
+# The application's folders, from the window down: Views, Model, Desktop.
+function check_application(header) {
+    if (header ~ /^TarnwickCommand\//) violation("Tarnwick does not know TarnwickCommand")
+    if (FILENAME ~ /^Tarnwick\/(Model|Desktop)\// && header ~ /^Tarnwick\/Views\//)
+        violation("only the window knows Views")
+    if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
+        violation("Model knows no window: " header)
+    if (FILENAME !~ /^Tarnwick\/Desktop\//) return
+    if (header ~ /^Tarnwick\/Model\//) violation("Desktop stands above Model and does not know it")
+    sub(/\/.*/, "", header)
+    if (header in place && header != "Foundation") violation("of CompressionKit, Desktop knows Foundation only")
+}
+
 function check_library(header, here) {
     if (header ~ /^(png|pngconf|jpeglib|jerror|jmorecfg|turbojpeg|gif_lib|lcms2|lcms2_plugin|pixman)\.h$/ ||
         header ~ /^(libpng|libheif|libexif|pixman-1)/)
         if (here != "ImageIO") violation("image libraries are used in ImageIO only: " header)
     if (header ~ /^openssl\// && here != "Foundation") violation("OpenSSL is used in Foundation only")
     if (header == "spawn.h" && here != "Process") violation("processes are started in Process only")
+    if (header ~ /^(QtCore\/)?QProcess$/ && FILENAME !~ /^Tarnwick\/Desktop\//)
+        violation("processes are started in Process only, and other programs of the desktop in Desktop")
     if (header ~ /^Q/ && FILENAME ~ /^CompressionKit\//) violation("CompressionKit knows no Qt: " header)
 }
 
@@ -56,8 +71,10 @@ FILENAME ~ /CMakeLists\.txt$/ {
         check_folder(header, home())
         if ($0 ~ /"/ && header !~ /\//) violation("an include names the folder: \"" home() "/" header "\"")
     }
-    if (FILENAME ~ /^TarnwickCommand\// && header ~ /^(Tarnwick|Model|Desktop|Views|\.\.\/Tarnwick)\//)
-        violation("TarnwickCommand does not know Tarnwick")
+    if (FILENAME ~ /^TarnwickCommand\// && header ~ /^(Tarnwick|Model|Desktop|Views|\.\.\/Tarnwick)\// &&
+        header !~ /^Tarnwick\/Desktop\//)
+        violation("of Tarnwick, TarnwickCommand knows Desktop only")
+    if (FILENAME ~ /^Tarnwick\//) check_application(header)
     check_library(header, home())
     next
 }
