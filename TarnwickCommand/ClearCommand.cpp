@@ -2,6 +2,7 @@
 
 #include "Foundation/Text.h"
 #include "Process/Event.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 
 #include <fmt/format.h>
@@ -43,7 +44,9 @@ int runClear(const CommandContext& context, bool isConfirmed) {
         context.output.writeLine("没有清除任何记录。");
         return ExitStatus::success;
     }
-    context.output.writeLine(fmt::format("已清除 {} 条记录。", context.undo.removeAll().size()));
+    const std::size_t count = context.undo.removeAll().size();
+    postNotification(NotificationName::undoDidChange);
+    context.output.writeLine(fmt::format("已清除 {} 条记录。", count));
     return ExitStatus::success;
 }
 

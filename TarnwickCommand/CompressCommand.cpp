@@ -2,6 +2,7 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/Collecting.h"
 #include "TarnwickCommand/CompressReporter.h"
@@ -57,6 +58,9 @@ private:
     void end(const CollectedFile& file, const FileEnding& ending) {
         progress_.count(ending);
         reporter_->end(file, ending, progress_);
+        if (ending.result && ending.result->undoRecord) {
+            postNotification(NotificationName::historyDidChange);
+        }
     }
 
     static std::string descriptionOf(const std::exception_ptr& error) {

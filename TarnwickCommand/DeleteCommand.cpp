@@ -3,6 +3,7 @@
 #include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"
@@ -20,6 +21,7 @@ std::string deleted(const CommandContext& context, const std::string& identifier
     const TransientLine line(context.output, true,
                              displayText(record->originalPath) + "  " + std::string(RowText::deleting));
     runQueued(context.cancellation, record->replacementURL(), [&] { context.undo.deleteRecord(*record); });
+    postNotification(NotificationName::undoDidChange);
     return record->originalPath;
 }
 

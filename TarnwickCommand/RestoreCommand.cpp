@@ -4,6 +4,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/Text.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"
@@ -54,6 +55,7 @@ Ending restored(const CommandContext& context, const std::string& argument) {
         const TransientLine line(context.output, !context.json,
                                  displayText(record.originalPath) + "  " + std::string(RowText::restoring));
         runQueued(context.cancellation, record.replacementURL(), [&] { context.undo.restore(record); });
+        postNotification(NotificationName::undoDidChange);
     } catch (const OutputFailed&) {
         throw;
     } catch (const Cancelled&) {

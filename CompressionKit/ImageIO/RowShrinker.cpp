@@ -16,7 +16,7 @@ std::uint8_t average(std::uint64_t sum, std::uint64_t weight) {
 RowShrinker::Sums RowShrinker::sumOf(std::span<const std::uint8_t> pixels) noexcept {
     Sums sums;
     for (std::size_t at = 0; at < pixels.size(); at += bytesPerPixel) {
-        const std::uint32_t alpha = pixels[at + 3];
+        const std::uint64_t alpha = pixels[at + 3];
         sums.red += pixels[at] * alpha;
         sums.green += pixels[at + 1] * alpha;
         sums.blue += pixels[at + 2] * alpha;

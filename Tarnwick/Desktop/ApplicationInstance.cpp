@@ -1,0 +1,102 @@
+#include "Tarnwick/Desktop/ApplicationInstance.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QStringList>
+
+namespace tarnwick {
+
+namespace {
+
+constexpr auto service = "app.tarnwick.Tarnwick";
+constexpr auto path = "/app/tarnwick/Tarnwick";
+constexpr auto interface = "org.freedesktop.Application";
+constexpr int answerMilliseconds = 5000;
+
+QVariantMap platformData() {
+    QVariantMap data;
+    const QString activation = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    if (!activation.isEmpty()) {
+        data.insert("activation-token", activation);
+    }
+    const QString startup = qEnvironmentVariable("DESKTOP_STARTUP_ID");
+    if (!startup.isEmpty()) {
+        data.insert("desktop-startup-id", startup);
+    }
+    return data;
+}
+
+bool handOver(const QDBusConnection& bus, const QList<QUrl>& urls) {
+    const auto method = urls.isEmpty() ? "Activate" : "Open";
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    if (!urls.isEmpty()) {
+        call << QUrl::toStringList(urls, QUrl::FullyEncoded);
+    }
+    call << platformData();
+    return bus.call(call, QDBus::Block, answerMilliseconds).type() == QDBusMessage::ReplyMessage;
+}
+
+} // namespace
+
+/// The methods as the desktop calls them; their names are the protocol's.
+class ApplicationAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit ApplicationAdaptor(ApplicationInstance* instance)
+        : QDBusAbstractAdaptor(instance), instance_(*instance) {}
+
+public slots: // NOLINT(readability-redundant-access-specifiers): to moc it is another one
+    void Activate(const QVariantMap& platform_data) { instance_.receive(platform_data); }
+    void Open(const QStringList& uris, const QVariantMap& platform_data) {
+        instance_.receive(platform_data);
+        emit instance_.filesOpened(QUrl::fromStringList(uris, QUrl::StrictMode));
+    }
+    void ActivateAction(const QString& action_name, const QVariantList& /*parameter*/,
+                        const QVariantMap& platform_data) {
+        instance_.receive(platform_data);
+        emit instance_.actionRequested(action_name);
+    }
+
+private:
+    ApplicationInstance& instance_;
+};
+
+ApplicationInstance::ApplicationInstance(QObject* parent) : QObject(parent) {
+    new ApplicationAdaptor(this);
+}
+
+ApplicationInstance::~ApplicationInstance() {
+    if (registered_) {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.unregisterService(service);
+        bus.unregisterObject(path);
+    }
+}
+
+ApplicationInstance::Role ApplicationInstance::start(const QList<QUrl>& urls) {
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return Role::first;
+    }
+    // The object comes before the name, so that nobody can call a name that has no object yet.
+    bus.registerObject(path, this, QDBusConnection::ExportAdaptors);
+    registered_ = bus.registerService(service);
+    if (registered_) {
+        return Role::first;
+    }
+    bus.unregisterObject(path);
+    return handOver(bus, urls) ? Role::second : Role::first;
+}
+
+void ApplicationInstance::receive(const QVariantMap& platformData) {
+    emit activated(platformData.value("activation-token").toString());
+}
+
+} // namespace tarnwick
+
+#include "ApplicationInstance.moc"

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Tarnwick/Desktop/FileRevealer.h"
+
+namespace tarnwick {
+
+/// Asks org.freedesktop.FileManager1 on the session bus; where nobody answers to that, xdg-open opens the
+/// folder. Needs the Qt main thread's event loop.
+class DesktopFileRevealer final : public FileRevealer {
+public:
+    void reveal(const URL& file) override;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Tarnwick/Model/MainThreadExecutor.h"
+
+#include <asio/post.hpp>
+#include <asio/thread_pool.hpp>
+
+#include <concepts>
+#include <exception>
+#include <type_traits>
+#include <utility>
+
+namespace tarnwick {
+
+/// A few threads for reading and tidying, beside those of the compression queue.
+class BackgroundWorker {
+public:
+    /// Completions run on the main thread, through this executor.
+    explicit BackgroundWorker(MainThreadExecutor completions) : completions_(std::move(completions)) {}
+    BackgroundWorker(const BackgroundWorker&) = delete;
+    BackgroundWorker& operator=(const BackgroundWorker&) = delete;
+    /// Drops the operations that wait and returns when those that run have ended.
+    ~BackgroundWorker() {
+        threads_.stop();
+        threads_.join();
+    }
+
+    /// Runs `operation` on a thread of the worker, and then `completion` with what it threw or returned:
+    /// void(std::exception_ptr, Result); the result is an empty one when there is an error.
+    template <typename Operation, typename Completion>
+    void run(Operation operation, Completion completion) {
+        asio::post(threads_, [operation = std::move(operation), completion = std::move(completion),
+                              completions = completions_]() mutable {
+            using Result = std::invoke_result_t<Operation&>;
+            static_assert(std::default_initializable<Result>);
+            Result result{};
+            std::exception_ptr error;
+            try {
+                result = operation();
+            } catch (...) {
+                error = std::current_exception();
+            }
+            completions.execute(
+                [completion = std::move(completion), error = std::move(error),
+                 result = std::move(result)]() mutable { completion(std::move(error), std::move(result)); });
+        });
+    }
+
+private:
+    static constexpr std::size_t threadCount = 2;
+
+    MainThreadExecutor completions_;
+    asio::thread_pool threads_{threadCount};
+};
+
+} // namespace tarnwick

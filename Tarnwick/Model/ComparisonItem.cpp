@@ -1,0 +1,20 @@
+#include "Tarnwick/Model/ComparisonItem.h"
+
+#include "Engine/RowText.h"
+#include "Tarnwick/Model/Conversions.h"
+
+namespace tarnwick {
+
+QString ComparisonItem::originalSizeText() const {
+    return toQString(RowText::byteCount(originalBytes));
+}
+
+QString ComparisonItem::compressedSizeText() const {
+    return toQString(RowText::byteCount(compressedBytes));
+}
+
+QString ComparisonItem::badgeText() const {
+    return toQString(RowText::badge(originalBytes, compressedBytes));
+}
+
+} // namespace tarnwick

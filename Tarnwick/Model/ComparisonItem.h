@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QUrl>
+
+namespace tarnwick {
+
+/// A compressed picture and its original, as the comparison shows them.
+struct ComparisonItem {
+    Q_GADGET
+    Q_PROPERTY(QString name MEMBER name CONSTANT)
+    Q_PROPERTY(QUrl original MEMBER original CONSTANT)
+    Q_PROPERTY(QUrl compressed MEMBER compressed CONSTANT)
+    Q_PROPERTY(qint64 originalBytes MEMBER originalBytes CONSTANT)
+    Q_PROPERTY(qint64 compressedBytes MEMBER compressedBytes CONSTANT)
+    Q_PROPERTY(int width MEMBER width CONSTANT)
+    Q_PROPERTY(int height MEMBER height CONSTANT)
+    Q_PROPERTY(QString originalHash MEMBER originalHash CONSTANT)
+    Q_PROPERTY(QString replacementHash MEMBER replacementHash CONSTANT)
+    Q_PROPERTY(QString originalSizeText READ originalSizeText CONSTANT)
+    Q_PROPERTY(QString compressedSizeText READ compressedSizeText CONSTANT)
+    Q_PROPERTY(QString badgeText READ badgeText CONSTANT)
+
+public:
+    QString name;
+    /// The backup.
+    QUrl original;
+    /// The file that the user has now.
+    QUrl compressed;
+    qint64 originalBytes = 0;
+    qint64 compressedBytes = 0;
+    /// Pixels as shown, with the orientation applied.
+    int width = 0;
+    int height = 0;
+    /// SHA-256 of both files; the comparison's images must be those of these files.
+    QString originalHash;
+    QString replacementHash;
+
+    /// "547 KB"
+    QString originalSizeText() const;
+    QString compressedSizeText() const;
+    /// "↓ 47%" or "已转换"
+    QString badgeText() const;
+
+    friend bool operator==(const ComparisonItem&, const ComparisonItem&) = default;
+};
+
+} // namespace tarnwick

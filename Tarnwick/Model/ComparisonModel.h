@@ -1,0 +1,100 @@
+#pragma once
+
+#include "Tarnwick/Model/ComparisonGeometry.h"
+#include "Tarnwick/Model/ComparisonItem.h"
+
+#include <QObject>
+#include <QPointF>
+#include <QSizeF>
+#include <functional>
+
+namespace tarnwick {
+
+/// What the comparison view shows of its two pictures: zoom, place and split, the same for both. Points are
+/// in the viewport's coordinates. While the item or the viewport is empty zooming and moving do nothing.
+class ComparisonModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(tarnwick::ComparisonItem item READ item WRITE setItem NOTIFY itemChanged)
+    Q_PROPERTY(QSizeF viewport READ viewport WRITE setViewport NOTIFY viewportChanged)
+    Q_PROPERTY(double zoom READ zoom NOTIFY geometryChanged)
+    Q_PROPERTY(QPointF offset READ offset NOTIFY geometryChanged)
+    Q_PROPERTY(double scale READ scale NOTIFY geometryChanged)
+    Q_PROPERTY(int percent READ percent NOTIFY geometryChanged)
+    Q_PROPERTY(QSizeF displayedSize READ displayedSize NOTIFY geometryChanged)
+    Q_PROPERTY(bool actualSize READ actualSize WRITE setActualSize NOTIFY geometryChanged)
+    Q_PROPERTY(double zoomRequest READ zoomRequest WRITE setZoomRequest NOTIFY zoomRequestChanged)
+    Q_PROPERTY(double split READ split WRITE setSplit NOTIFY splitChanged)
+
+public:
+    static constexpr double zoomInFactor = 1.25;
+    static constexpr double zoomOutFactor = 0.8;
+    static constexpr double splitAtFirst = 0.5;
+
+    using QObject::QObject;
+
+    const ComparisonItem& item() const noexcept { return item_; }
+    /// Shows another pair: fitted, centred and split in the middle.
+    void setItem(const ComparisonItem& item);
+    QSizeF viewport() const noexcept { return viewport_; }
+    void setViewport(QSizeF viewport);
+
+    /// Relative to the fit scale, or to the pixels' own size.
+    double zoom() const noexcept { return zoom_; }
+    /// Of the pictures' centre from the viewport's.
+    QPointF offset() const noexcept { return {offset_.width, offset_.height}; }
+    /// Points a pixel: 1 is the actual size.
+    double scale() const;
+    /// The scale in whole percent.
+    int percent() const;
+    QSizeF displayedSize() const;
+    bool actualSize() const noexcept { return actualSize_; }
+    /// "实际大小" and "适合窗口": also brings zoom and offset back to 1 and (0, 0).
+    void setActualSize(bool actualSize);
+
+    /// The factor that a zoom button asked for; 0 when there is none.
+    double zoomRequest() const noexcept { return zoomRequest_; }
+    void setZoomRequest(double factor);
+    Q_INVOKABLE void requestZoomIn() { setZoomRequest(zoomInFactor); }
+    Q_INVOKABLE void requestZoomOut() { setZoomRequest(zoomOutFactor); }
+    /// Zooms as requested about the viewport's centre, and clears the request.
+    Q_INVOKABLE void performZoomRequest();
+
+    /// The divider's place, 0 at the left edge of the viewport to 1 at the right one.
+    double split() const noexcept { return split_; }
+    Q_INVOKABLE void setSplit(double split);
+    /// An arrow key's step, times so many; to the left when negative.
+    Q_INVOKABLE void stepSplit(int steps);
+
+    Q_INVOKABLE void zoomBy(double factor, QPointF anchor);
+    Q_INVOKABLE void doubleClick(QPointF position);
+    Q_INVOKABLE void beginDrag();
+    /// `translation` counts from where the drag began.
+    Q_INVOKABLE void drag(QPointF translation);
+    Q_INVOKABLE void pinch(double magnification, QPointF position);
+    /// A wheel event: `pixelDelta` in points (zero from a plain wheel), `lines` in wheel steps' lines, one a
+    /// step of 120 in angleDelta. Zooms, or pans by the pixels.
+    Q_INVOKABLE void scroll(QPointF pixelDelta, QPointF lines, bool control, QPointF position);
+
+signals:
+    void itemChanged();
+    void viewportChanged();
+    void geometryChanged();
+    void zoomRequestChanged();
+    void splitChanged();
+
+private:
+    bool isEmpty() const;
+    ComparisonGeometry geometry() const;
+    void change(const std::function<void(ComparisonGeometry&)>& operation);
+
+    ComparisonItem item_;
+    QSizeF viewport_{0, 0};
+    double zoom_ = 1;
+    Extent offset_;
+    bool actualSize_ = false;
+    Extent dragStart_;
+    double zoomRequest_ = 0;
+    double split_ = splitAtFirst;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,17 @@
+#include "Tarnwick/Model/Conversions.h"
+
+namespace tarnwick {
+
+QString toQString(std::string_view utf8) {
+    return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+QUrl toQUrl(const URL& url) {
+    return url.scheme().empty() ? QUrl() : QUrl::fromEncoded(QByteArray::fromStdString(url.absoluteString()));
+}
+
+URL fromQUrl(const QUrl& url) {
+    return URL::parse(url.toEncoded().toStdString()).value_or(URL());
+}
+
+} // namespace tarnwick

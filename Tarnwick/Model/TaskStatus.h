@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QObject>
+#include <string>
+
+namespace tarnwick {
+
+/// Where a picture's row stands.
+class TaskStatus {
+    Q_GADGET
+
+public:
+    /// Those up to Deleting are active: the file is at work, or about to be.
+    enum Case { Waiting, Compressing, Restoring, Deleting, Done, Skipped, Restored, Failed };
+    Q_ENUM(Case)
+
+    TaskStatus(Case value = Waiting) : case_(value) {} // NOLINT(google-explicit-constructor)
+    static TaskStatus failed(std::string message);
+
+    operator Case() const noexcept { return case_; } // NOLINT(google-explicit-constructor)
+    bool isActive() const noexcept { return case_ <= Deleting; }
+    /// What went wrong; empty unless Failed.
+    const std::string& message() const noexcept { return message_; }
+
+private:
+    Case case_;
+    std::string message_;
+};
+
+} // namespace tarnwick
