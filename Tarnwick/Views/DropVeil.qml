@@ -1,0 +1,11 @@
+import QtQuick
+
+/// Shown while files hover over the window.
+Rectangle {
+    color: Theme.veil
+    radius: Theme.targetRadius
+    border.width: 2
+    border.color: Theme.progress
+    Accessible.role: Accessible.StaticText
+    Accessible.name: "松开以导入图片"
+}

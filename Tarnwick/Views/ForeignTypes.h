@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ComparisonModel.h"
+
+#include <QQmlEngine>
+
+/// What other folders' types are called in QML.
+namespace tarnwick::views {
+
+struct AppModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tarnwick::AppModel)
+    QML_NAMED_ELEMENT(AppModel)
+    QML_UNCREATABLE("The window is given one.")
+};
+
+struct ImageTaskListModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tarnwick::ImageTaskListModel)
+    QML_NAMED_ELEMENT(ImageTaskListModel)
+    QML_UNCREATABLE("AppModel has one.")
+};
+
+struct ComparisonModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tarnwick::ComparisonModel)
+    QML_NAMED_ELEMENT(ComparisonModel)
+    QML_UNCREATABLE("ComparisonLoader has one.")
+};
+
+struct ComparisonItemForeign {
+    Q_GADGET
+    QML_FOREIGN(tarnwick::ComparisonItem)
+    QML_VALUE_TYPE(comparisonItem)
+};
+
+} // namespace tarnwick::views

@@ -1,0 +1,130 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Tarnwick
+
+ApplicationWindow {
+    id: window
+
+    required property AppModel model
+    required property QuickFileChooser chooser
+    readonly property bool empty: model.tasks.count === 0
+    readonly property bool clearAllowed: !model.isCompressing && !model.hasModalPresentation
+
+    signal finderSettingsRequested
+
+    function quit() {
+        Qt.quit();
+    }
+
+    title: "Tarnwick"
+    width: 560
+    height: 640
+    minimumWidth: 420
+    minimumHeight: 480
+    color: Theme.window
+    visible: true
+    // The help texts, which all windows share, take their colours from here.
+    palette.toolTipBase: Theme.tip
+    palette.toolTipText: Theme.tipText
+    palette.dark: Theme.tip
+
+    header: TopBar {
+        id: topBar
+        choosing: window.model.isChoosingFiles
+        clearShown: !window.empty
+        clearAllowed: window.clearAllowed
+        menuOpen: appMenu.opened
+        onChooserRequested: window.model.chooseFiles()
+        onClearRequested: window.model.requestClearAllRecords()
+        onMenuRequested: anchor => appMenu.popup(anchor, 0, anchor.height + 4)
+    }
+    footer: Footer {
+        visible: !window.empty
+        doneCount: window.model.doneCount
+        totalCount: window.model.totalCount
+        savedText: window.model.doneCount > 0 ? window.model.savedText : ""
+        rowCount: window.model.tasks.count
+    }
+
+    TaskList {
+        id: list
+        objectName: "list"
+        anchors.fill: parent
+        visible: !window.empty
+        enabled: visible
+        model: window.model.tasks
+        onCompareRequested: taskId => comparison.show(taskId)
+        onRestoreRequested: taskId => window.model.restore(taskId)
+        onRevealRequested: taskId => window.model.reveal(taskId)
+        onDeleteRequested: taskId => window.model.deleteTask(taskId)
+    }
+    FirstView {
+        anchors.fill: parent
+        visible: window.empty
+        targeted: window.model.isTargeted
+        choosing: window.model.isChoosingFiles
+        onChooserRequested: window.model.chooseFiles()
+    }
+    ImportSplash {
+        objectName: "splash"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        importId: window.model.importAnimationID
+    }
+    ImportTarget {
+        parent: window.contentItem.parent
+        anchors.fill: parent
+        model: window.model
+    }
+    ComparisonLayer {
+        id: comparison
+        objectName: "comparison"
+        parent: window.contentItem.parent
+        anchors.fill: parent
+        model: window.model
+        onClosed: list.forceActiveFocus(Qt.OtherFocusReason)
+    }
+
+    AppMenu {
+        id: appMenu
+        clearAllowed: window.clearAllowed && !window.empty
+        choosing: window.model.isChoosingFiles
+        onChooserRequested: window.model.chooseFiles()
+        onClearRequested: window.model.requestClearAllRecords()
+        onFinderSettingsRequested: window.finderSettingsRequested()
+        onAboutRequested: about.open()
+        onQuitRequested: window.quit()
+    }
+    AlertSheet {
+        text: window.model.alertMessage
+        onDismissed: window.model.alertMessage = ""
+    }
+    ClearSheet {
+        visible: window.model.showClearConfirmation
+        onConfirmed: window.model.clearAllRecords()
+        onClosed: window.model.showClearConfirmation = false
+    }
+    AboutSheet {
+        id: about
+    }
+    ChooserDialog {
+        chooser: window.chooser
+    }
+
+    Shortcut {
+        sequence: "Ctrl+O"
+        onActivated: window.model.chooseFiles()
+    }
+    Shortcut {
+        sequence: "Ctrl+Shift+Delete"
+        enabled: !window.empty
+        onActivated: window.model.requestClearAllRecords()
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: window.quit()
+    }
+}

@@ -1,0 +1,66 @@
+#include "Tarnwick/Views/MainWindow.h"
+
+#include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Views/IconProvider.h"
+
+#include <QFont>
+#include <QGuiApplication>
+#include <QQuickStyle>
+
+extern void qml_register_types_Tarnwick();
+
+namespace tarnwick {
+
+namespace {
+
+/// Chinese in its simplified shapes, where the desktop's own font has none: without a name, another region's
+/// shapes may be taken.
+constexpr auto chineseFont = "Noto Sans CJK SC";
+
+} // namespace
+
+void MainWindow::prepareApplication() {
+    QQuickStyle::setStyle("Basic");
+    QFont font = QGuiApplication::font();
+    font.setFamilies({font.family(), chineseFont});
+    QGuiApplication::setFont(font);
+}
+
+void MainWindow::prepareEngine(QQmlEngine& engine) {
+    // A static library's registration would be left out by the linker when nothing names it.
+    volatile auto registration = &qml_register_types_Tarnwick;
+    Q_UNUSED(registration);
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
+}
+
+MainWindow::MainWindow(AppModel& model, QuickFileChooser& chooser, QObject* parent) : QObject(parent) {
+    prepareEngine(engine_);
+    engine_.setInitialProperties(
+        {{"model", QVariant::fromValue(&model)}, {"chooser", QVariant::fromValue(&chooser)}});
+    // Imported by name: a file's own folder doesn't bring the types in that are written in C++.
+    engine_.loadData("import Tarnwick\nMain {}", QUrl(QStringLiteral("qrc:/Tarnwick.qml")));
+    if (engine_.rootObjects().isEmpty()) {
+        return;
+    }
+    window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
+    connect(window_, SIGNAL(finderSettingsRequested()), this, SIGNAL(finderSettingsRequested()));
+}
+
+void MainWindow::raise(const QString& activationToken) {
+    if (window_ == nullptr) {
+        return;
+    }
+    // The Wayland platform takes the token from here when it activates a window.
+    if (!activationToken.isEmpty()) {
+        qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+    }
+    if (window_->visibility() == QWindow::Minimized) {
+        window_->showNormal();
+    }
+    window_->show();
+    window_->raise();
+    window_->requestActivate();
+}
+
+} // namespace tarnwick

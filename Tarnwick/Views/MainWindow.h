@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Tarnwick/Views/QuickFileChooser.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+
+namespace tarnwick {
+
+class AppModel;
+
+/// The window and its engine. Lives on the main thread; `model` and `chooser` must outlive it.
+class MainWindow : public QObject {
+    Q_OBJECT
+
+public:
+    MainWindow(AppModel& model, QuickFileChooser& chooser, QObject* parent = nullptr);
+
+    /// What every process that shows the window sets before it, once its QGuiApplication is there: the style
+    /// of the controls and the fonts.
+    static void prepareApplication();
+    /// What an engine needs for the window's QML.
+    static void prepareEngine(QQmlEngine& engine);
+
+    /// Whether the window could be made; it is shown then.
+    bool isOpen() const { return window_ != nullptr; }
+    QQuickWindow* window() const { return window_; }
+    /// Brings the window to the front; `activationToken` is what the desktop lets it do so with.
+    void raise(const QString& activationToken = {});
+
+signals:
+    /// The user wants to set the file manager's menus up.
+    void finderSettingsRequested();
+
+private:
+    QQmlApplicationEngine engine_;
+    QPointer<QQuickWindow> window_;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,8 @@
+import QtQuick
+
+PrimaryButton {
+    fill: Theme.button
+    hoverFill: Theme.hover
+    pressedFill: Theme.pressed
+    textColor: Theme.text
+}

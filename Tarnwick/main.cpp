@@ -1,0 +1,75 @@
+#include "Engine/CompressionEngine.h"
+#include "Process/Cancellation.h"
+#include "Scheduling/CompressionQueue.h"
+#include "Tarnwick/Desktop/ApplicationBundle.h"
+#include "Tarnwick/Desktop/ApplicationInstance.h"
+#include "Tarnwick/Desktop/BundleHelperLauncher.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DesktopFileRevealer.h"
+#include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/SystemClock.h"
+#include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Views/MainWindow.h"
+
+#include <QCommandLineParser>
+#include <QDir>
+#include <QGuiApplication>
+#include <cstdlib>
+
+namespace {
+
+QList<QUrl> filesGiven(const QGuiApplication& application) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("压缩图片，画质不变。"));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("图片"), QStringLiteral("要压缩的图片"),
+                                 QStringLiteral("[图片…]"));
+    parser.process(application);
+    QList<QUrl> files;
+    for (const QString& argument : parser.positionalArguments()) {
+        files.append(QUrl::fromUserInput(argument, QDir::currentPath(), QUrl::AssumeLocalFile));
+    }
+    return files;
+}
+
+int runWindow(tarnwick::ApplicationInstance& instance, const QList<QUrl>& files) {
+    using namespace tarnwick;
+    const auto bundle = ApplicationBundle::running();
+    DBusNotifications notifications;
+    LogindWakeMonitor wake;
+    BundleHelperLauncher helper(bundle.helperExecutable());
+    QuickFileChooser chooser;
+    DesktopFileRevealer revealer;
+    SystemClock clock;
+    const Cancellation cancellation;
+    AppModel model({CompressionQueue::shared(), notifications, wake, helper, chooser, revealer, clock},
+                   makeApplicationEngine(bundle.toolDirectory(), cancellation), cancellation);
+    MainWindow window(model, chooser);
+    if (!window.isOpen()) {
+        return EXIT_FAILURE;
+    }
+    QObject::connect(&instance, &ApplicationInstance::activated, &window, &MainWindow::raise);
+    QObject::connect(&instance, &ApplicationInstance::filesOpened, &model,
+                     [&model](const QList<QUrl>& urls) { model.add(urls); });
+    if (!files.isEmpty()) {
+        model.add(files);
+    }
+    return QGuiApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("Tarnwick"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.tarnwick.Tarnwick"));
+    const QList<QUrl> files = filesGiven(application);
+    tarnwick::ApplicationInstance instance;
+    if (instance.start(files) == tarnwick::ApplicationInstance::Role::second) {
+        return EXIT_SUCCESS;
+    }
+    tarnwick::MainWindow::prepareApplication();
+    return runWindow(instance, files);
+}
