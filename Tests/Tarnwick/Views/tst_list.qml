@@ -140,7 +140,7 @@ TestCase {
         compare(list.currentIndex, 2);
         keyClick(Qt.Key_Delete);
         tryCompare(list, "count", 2);
-        tryVerify(() => list.currentRow !== null);
+        tryVerify(() => list.currentRow !== null && list.currentRow.fileName === "b.png" && list.activeFocus);
         keyClick(Qt.Key_Space);
         tryVerify(() => findChild(window, "comparison").open);
         keyClick(Qt.Key_Escape);
