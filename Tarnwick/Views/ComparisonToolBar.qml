@@ -5,6 +5,8 @@ Rectangle {
 
     required property int percent
     required property bool actualSize
+    /// Whether the picture is neither at its fitting nor at its actual size.
+    required property bool zoomed
 
     signal zoomInRequested
     signal zoomOutRequested
@@ -58,13 +60,13 @@ Rectangle {
         CanvasTextButton {
             objectName: "fitButton"
             text: "适合窗口"
-            checked: !bar.actualSize
+            checked: !bar.actualSize && !bar.zoomed
             onClicked: bar.fitRequested()
         }
         CanvasTextButton {
             objectName: "actualSizeButton"
             text: "实际大小"
-            checked: bar.actualSize
+            checked: bar.actualSize && !bar.zoomed
             onClicked: bar.actualSizeRequested()
         }
     }

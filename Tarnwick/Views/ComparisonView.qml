@@ -91,6 +91,7 @@ FocusScope {
         visible: view.ready
         percent: view.geometry.percent
         actualSize: view.geometry.actualSize
+        zoomed: view.geometry.zoom !== 1
         onZoomInRequested: view.geometry.requestZoomIn()
         onZoomOutRequested: view.geometry.requestZoomOut()
         onFitRequested: view.geometry.actualSize = false

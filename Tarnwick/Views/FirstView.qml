@@ -5,9 +5,6 @@ Item {
     id: view
 
     required property bool targeted
-    property bool choosing
-
-    signal chooserRequested
 
     implicitHeight: column.implicitHeight
 
@@ -45,16 +42,6 @@ Item {
         FirstViewLine {
             width: parent.width
             text: "原图保留 4 小时，可随时对比和恢复"
-        }
-        Item {
-            width: 1
-            height: 4
-        }
-        SoftButton {
-            anchors.horizontalCenter: parent.horizontalCenter
-            text: "选择图片…"
-            enabled: !view.choosing
-            onClicked: view.chooserRequested()
         }
     }
 }

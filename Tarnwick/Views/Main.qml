@@ -64,8 +64,6 @@ ApplicationWindow {
         anchors.fill: parent
         visible: window.empty
         targeted: window.model.isTargeted
-        choosing: window.model.isChoosingFiles
-        onChooserRequested: window.model.chooseFiles()
     }
     ImportSplash {
         objectName: "splash"
