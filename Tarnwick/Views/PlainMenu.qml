@@ -5,13 +5,18 @@ Menu {
     id: menu
 
     property string label
+    readonly property real widestEntry: {
+        let widest = 0;
+        for (let i = 0; i < count; ++i)
+            widest = Math.max(widest, itemAt(i).implicitWidth);
+        return widest;
+    }
 
     padding: 6
     margins: 8
-    width: Math.max(implicitWidth, 208)
+    width: Math.max(widestEntry + leftPadding + rightPadding, 208)
     delegate: PlainMenuItem {}
     background: Rectangle {
-        implicitWidth: 208
         radius: 10
         color: Theme.row
         border.color: Theme.outline
