@@ -1,0 +1,175 @@
+#include "TarnwickFinderSync/FileManagerMenus.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileSystemError.h"
+#include "Foundation/Text.h"
+#include "TarnwickFinderSync/CreatedItems.h"
+#include "TarnwickFinderSync/FileEntry.h"
+#include "TarnwickFinderSync/MenuFile.h"
+#include "TarnwickFinderSync/PluginLookup.h"
+#include "TarnwickFinderSync/ThunarEntry.h"
+#include "TarnwickFinderSync/UserFiles.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <utility>
+
+namespace tarnwick {
+namespace {
+
+using FileManager = FileManagerMenus::FileManager;
+
+struct Description {
+    std::string name;
+    std::vector<std::string> programs;
+};
+
+Description description(FileManager fileManager) {
+    switch (fileManager) {
+    case FileManager::nautilus:
+        return {"Nautilus（文件）", {"nautilus"}};
+    case FileManager::nemo:
+        return {"Nemo", {"nemo"}};
+    case FileManager::caja:
+        return {"Caja", {"caja"}};
+    case FileManager::thunar:
+        return {"Thunar", {"thunar", "Thunar"}};
+    case FileManager::dolphin:
+        return {"Dolphin", {"dolphin"}};
+    }
+    return {};
+}
+
+bool isInstalled(FileManager fileManager, const UserDirectories& directories) {
+    const auto programs = description(fileManager).programs;
+    return std::any_of(programs.begin(), programs.end(), [&](const std::string& program) {
+        return hasProgram(program, directories.executables);
+    });
+}
+
+/// Several of the entries' formats are text, and their lines end at a line end.
+void requireNameable(const URL& application, FileManager fileManager) {
+    const std::string& path = application.path();
+    if (displayText(path) != path) {
+        throw CompressionError::fileOperation("程序的路径含有控制字符或不是 UTF-8：" + displayText(path));
+    }
+    if (fileManager == FileManager::nemo && path.find('%') != std::string::npos) {
+        throw CompressionError::fileOperation("Nemo 无法启动路径中含有“%”的程序：" + path);
+    }
+}
+
+/// The entries of one call, with what they need.
+class Entries {
+public:
+    Entries(const URL& application, const UserDirectories& directories)
+        : application_(application), directories_(directories), created_(notes(directories)) {}
+
+    std::unique_ptr<MenuEntry> entry(FileManager fileManager) {
+        if (fileManager == FileManager::thunar) {
+            return std::make_unique<ThunarEntry>(application_.path(), directories_, created_);
+        }
+        return std::make_unique<FileEntry>(menuFiles(fileManager, application_.path(), directories_),
+                                           created_);
+    }
+
+    void write(FileManager fileManager) {
+        requireNameable(application_, fileManager);
+        entry(fileManager)->write();
+    }
+
+    static URL folder(const UserDirectories& directories) { return directories.data.appending("Tarnwick"); }
+
+private:
+    static URL notes(const UserDirectories& directories) {
+        return folder(directories).appending("FileManagerMenus.json");
+    }
+
+    const URL& application_;
+    const UserDirectories& directories_;
+    CreatedItems created_;
+};
+
+/// Does `work` for all; then throws what failed, a line each.
+void forEachFileManager(const std::function<void(FileManager)>& work) {
+    std::string failures;
+    for (const FileManager fileManager : FileManagerMenus::allFileManagers) {
+        try {
+            work(fileManager);
+        } catch (const std::exception& error) {
+            failures += failures.empty() ? "" : "\n";
+            failures += name(fileManager) + "：" + errorDescription(error);
+        }
+    }
+    if (!failures.empty()) {
+        throw CompressionError::fileOperation(failures);
+    }
+}
+
+/// What cannot be read gives no entry in a menu either.
+bool isEnabled(const MenuEntry& entry) {
+    try {
+        return entry.isCurrent();
+    } catch (const CompressionError&) {
+        return false;
+    } catch (const FileSystemError&) {
+        return false;
+    }
+}
+
+} // namespace
+
+FileManagerMenus::FileManagerMenus(URL application, UserDirectories directories)
+    : application_(std::move(application)), directories_(std::move(directories)) {}
+
+std::vector<FileManagerMenus::State> FileManagerMenus::states() const {
+    Entries entries(application_, directories_);
+    std::vector<State> states;
+    for (const FileManager fileManager : allFileManagers) {
+        states.push_back(
+            {fileManager, isInstalled(fileManager, directories_), isEnabled(*entries.entry(fileManager))});
+    }
+    return states;
+}
+
+void FileManagerMenus::setEnabled(FileManager fileManager, bool isEnabled) const {
+    const FolderLock lock(Entries::folder(directories_));
+    Entries entries(application_, directories_);
+    if (isEnabled) {
+        entries.write(fileManager);
+    } else {
+        entries.entry(fileManager)->remove();
+    }
+}
+
+void FileManagerMenus::enableInstalled() const {
+    const FolderLock lock(Entries::folder(directories_));
+    Entries entries(application_, directories_);
+    forEachFileManager([&](FileManager fileManager) {
+        if (isInstalled(fileManager, directories_)) {
+            entries.write(fileManager);
+        }
+    });
+}
+
+void FileManagerMenus::disableAll() const {
+    const FolderLock lock(Entries::folder(directories_));
+    Entries entries(application_, directories_);
+    forEachFileManager([&](FileManager fileManager) { entries.entry(fileManager)->remove(); });
+}
+
+void FileManagerMenus::refresh() const {
+    const FolderLock lock(Entries::folder(directories_));
+    Entries entries(application_, directories_);
+    forEachFileManager([&](FileManager fileManager) {
+        if (entries.entry(fileManager)->stands()) {
+            entries.write(fileManager);
+        }
+    });
+}
+
+std::string name(FileManagerMenus::FileManager fileManager) {
+    return description(fileManager).name;
+}
+
+} // namespace tarnwick

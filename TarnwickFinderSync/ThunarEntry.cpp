@@ -1,0 +1,86 @@
+#include "TarnwickFinderSync/ThunarEntry.h"
+
+#include "Foundation/Directory.h"
+#include "TarnwickFinderSync/MenuTexts.h"
+#include "TarnwickFinderSync/ThunarActions.h"
+#include "TarnwickFinderSync/UserFiles.h"
+
+#include <utility>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::string_view fileName = "Thunar/uca.xml";
+
+/// Without parsing: a damaged file without a word of ours needs no work of ours.
+bool mayHoldOurs(const std::optional<std::string>& contents) {
+    return contents && contents->find(MenuTexts::uniqueID) != std::string::npos;
+}
+
+} // namespace
+
+ThunarEntry::ThunarEntry(std::string application, const UserDirectories& directories, CreatedItems& created)
+    : application_(std::move(application)), file_(directories.configuration.appending(fileName)),
+      created_(created) {
+    for (const URL& folder : directories.systemConfiguration) {
+        systemFiles_.push_back(folder.appending(fileName));
+    }
+}
+
+bool ThunarEntry::stands() const {
+    return presentCommand().has_value();
+}
+
+bool ThunarEntry::isCurrent() const {
+    return presentCommand() == MenuTexts::thunarCommand(application_);
+}
+
+void ThunarEntry::write() const {
+    if (isCurrent()) {
+        return;
+    }
+    const auto present = readIfPresent(file_);
+    const std::string base = present ? *present : initialContents();
+    const std::string contents = ThunarActions::withAction(base, MenuTexts::thunarAction(application_));
+    if (!present) {
+        created_.createDirectories(file_.deletingLastPathComponent());
+        created_.add(file_);
+    }
+    replaceFile(file_, contents, modeOfFile(file_, 0644));
+}
+
+void ThunarEntry::remove() const {
+    const auto present = readIfPresent(file_);
+    if (!mayHoldOurs(present)) {
+        return;
+    }
+    const std::string rest = ThunarActions::withoutAction(*present);
+    if (isWhatWeMade(rest)) {
+        removeFile(file_);
+    } else if (rest != *present) {
+        replaceFile(file_, rest, modeOfFile(file_, 0644));
+    }
+    created_.forget(file_);
+    created_.removeEmptyDirectories(file_.deletingLastPathComponent());
+}
+
+std::optional<std::string> ThunarEntry::presentCommand() const {
+    const auto present = readIfPresent(file_);
+    return mayHoldOurs(present) ? ThunarActions::ourCommand(*present) : std::nullopt;
+}
+
+/// The user's file hides the system's, so it begins as a copy of that.
+std::string ThunarEntry::initialContents() const {
+    for (const URL& file : systemFiles_) {
+        if (auto contents = readIfPresent(file)) {
+            return *contents;
+        }
+    }
+    return std::string(ThunarActions::emptyFile);
+}
+
+bool ThunarEntry::isWhatWeMade(const std::string& contents) const {
+    return created_.contains(file_) && contents == initialContents();
+}
+
+} // namespace tarnwick

@@ -1,0 +1,58 @@
+#include "TarnwickFinderSync/UserDirectories.h"
+
+#include "Foundation/Directory.h"
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace tarnwick {
+namespace {
+
+std::string_view environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+URL homeDirectory() {
+    const auto home = environment("HOME");
+    // Without a home of its own, the data folder is found through the user database.
+    return home.starts_with('/')
+               ? URL::file(home)
+               : applicationSupportDirectory().deletingLastPathComponent().deletingLastPathComponent();
+}
+
+URL configurationDirectory() {
+    const auto configuration = environment("XDG_CONFIG_HOME");
+    return configuration.starts_with('/') ? URL::file(configuration) : homeDirectory().appending(".config");
+}
+
+/// The absolute paths of a list with colons; others are to be ignored.
+std::vector<URL> directories(std::string_view list) {
+    std::vector<URL> found;
+    while (!list.empty()) {
+        const auto end = list.find(':');
+        if (list.starts_with('/')) {
+            found.push_back(URL::file(list.substr(0, end)));
+        }
+        list = end == std::string_view::npos ? "" : list.substr(end + 1);
+    }
+    return found;
+}
+
+std::string_view valueOr(std::string_view value, std::string_view otherwise) {
+    return value.empty() ? otherwise : value;
+}
+
+} // namespace
+
+UserDirectories UserDirectories::fromEnvironment() {
+    const std::string programs = std::string(environment("PATH")) + ":/usr/local/bin:/usr/bin:/bin";
+    return {.data = applicationSupportDirectory(),
+            .configuration = configurationDirectory(),
+            .systemConfiguration = directories(valueOr(environment("XDG_CONFIG_DIRS"), "/etc/xdg")),
+            .executables = directories(programs),
+            .libraries = directories("/usr/lib:/usr/lib64:/usr/local/lib:/usr/local/lib64")};
+}
+
+} // namespace tarnwick

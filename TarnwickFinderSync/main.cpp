@@ -1,0 +1,6 @@
+#include "TarnwickFinderSync/Registrar.h"
+
+int main(int argc, char** argv) {
+    return tarnwick::runRegistrar({argv + (argc > 0 ? 1 : 0), argv + argc},
+                                  tarnwick::UserDirectories::fromEnvironment());
+}
