@@ -21,13 +21,11 @@ std::map<std::string, std::string> strings(const std::string& propertyList) {
     std::map<std::string, std::string> found;
     QXmlStreamReader reader(QByteArray::fromStdString(propertyList));
     std::string key;
-    while (reader.readNextStartElement() || !reader.atEnd()) {
-        if (!reader.isStartElement()) {
-            continue;
-        }
-        if (reader.name() == u"key") {
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement() && reader.name() == u"key") {
             key = reader.readElementText().toStdString();
-        } else if (reader.name() == u"string") {
+        } else if (reader.isStartElement() && reader.name() == u"string") {
             found[key] = reader.readElementText().toStdString();
         }
     }
