@@ -13,12 +13,14 @@
 #include <utility>
 
 namespace tarnwick {
+
+// Outside of the unnamed namespace, where the JSON library finds it.
+NLOHMANN_JSON_SERIALIZE_ENUM(ExtensionRegistry::Election, {{ExtensionRegistry::Election::use, "use"},
+                                                           {ExtensionRegistry::Election::ignore, "ignore"}})
+
 namespace {
 
-using Election = ExtensionRegistry::Election;
 using Registration = ExtensionRegistry::Registration;
-
-NLOHMANN_JSON_SERIALIZE_ENUM(Election, {{Election::use, "use"}, {Election::ignore, "ignore"}})
 
 Registration registration(const nlohmann::json& json) {
     return {{URL::file(json.at("path").get<std::string>()), json.at("identifier"), json.at("version")},
@@ -79,7 +81,7 @@ std::vector<Registration> ExtensionRegistry::registrations(const std::string& id
     return found;
 }
 
-std::optional<Election> ExtensionRegistry::election(const std::string& identifier) const {
+std::optional<ExtensionRegistry::Election> ExtensionRegistry::election(const std::string& identifier) const {
     const auto found = elections_.find(identifier);
     return found == elections_.end() ? std::nullopt : std::optional(found->second);
 }

@@ -74,6 +74,7 @@ Quote=double
 constexpr std::string_view serviceMenuTemplate = R"([Desktop Entry]
 # {mark}
 Type=Service
+Name={title}
 ServiceTypes=KonqPopupMenu/Plugin
 X-KDE-ServiceTypes=KonqPopupMenu/Plugin
 X-KDE-Protocols=file

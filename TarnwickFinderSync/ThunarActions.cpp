@@ -6,6 +6,7 @@
 
 #include <QString>
 #include <QXmlStreamReader>
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -34,7 +35,7 @@ struct Outline {
 /// Reads the text once, and says where in it things are.
 class OutlineReader {
 public:
-    explicit OutlineReader(std::string_view text) : text_(text) {
+    explicit OutlineReader(std::string_view text) {
         if (!isUTF8(text)) {
             refuse("不是 UTF-8");
         }
@@ -102,11 +103,12 @@ private:
     /// The tag that was just read. Inside a tag there is no other "<". What the reader says of its place is
     /// checked: a place that is off by one would cut into the user's text.
     Range tag() const {
-        const auto offset = reader_.characterOffset();
-        const auto begin = characters_.lastIndexOf(u'<', offset - 1);
-        const auto end = characters_.indexOf(u'>', begin);
-        const QStringView found = QStringView(characters_).mid(begin, end - begin);
-        if (begin < 0 || offset != end + 1 || !found.contains(reader_.name())) {
+        const auto offset = std::min<qsizetype>(reader_.characterOffset(), characters_.size());
+        const auto begin = QStringView(characters_).first(offset).lastIndexOf(u'<');
+        const QStringView found = QStringView(characters_).first(offset).mid(std::max<qsizetype>(begin, 0));
+        const bool isNamed =
+            found.mid(1).startsWith(reader_.name()) || found.mid(2).startsWith(reader_.name());
+        if (!found.startsWith(u'<') || !found.endsWith(u'>') || !isNamed) {
             refuse("无法定位元素");
         }
         return {bytesBefore(begin), bytesBefore(offset)};
@@ -116,7 +118,6 @@ private:
         return skipped_ + static_cast<std::size_t>(QStringView(characters_).first(offset).toUtf8().size());
     }
 
-    std::string_view text_;
     std::size_t skipped_ = 0;
     QString characters_;
     QXmlStreamReader reader_;

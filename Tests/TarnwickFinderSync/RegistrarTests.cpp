@@ -71,6 +71,8 @@ TEST_F(RegistrarTests, AnExtensionIsRegisteredUsedAndIgnored) {
     EXPECT_FALSE(isEnabled(FileManager::nemo));
     succeed({"-e", "ignore", "-i", identifier});
     EXPECT_THAT(list(), StartsWith("-    app"));
+    EXPECT_THAT(contents(machine / "home/.local/share/Tarnwick/FinderExtensions.json"),
+                HasSubstr("\"ignore\""));
     EXPECT_EQ(list().substr(1), line.substr(1)) << "all but the mark stays";
     EXPECT_FALSE(itemExists(machine / "home/.config/Thunar"));
 }

@@ -36,6 +36,17 @@ function check_application(header) {
     if (header in place && header != "Foundation") violation("of CompressionKit, Desktop knows Foundation only")
 }
 
+# The file managers' menus hand paths over and work nowhere else.
+function check_finder_sync(header) {
+    if (header ~ /^(Tarnwick|TarnwickCommand|TarnwickBackground)\//)
+        violation("TarnwickFinderSync knows none of the programs")
+    if (header ~ /^(QDBus|QGui|QQml|QQuick|QWidget|QProcess|QtDBus|QtGui|QtQml|QtQuick|QtWidgets)/)
+        violation("of Qt, TarnwickFinderSync knows the core only: " header)
+    sub(/\/.*/, "", header)
+    if (header in place && header != "Foundation")
+        violation("of CompressionKit, TarnwickFinderSync knows Foundation only")
+}
+
 function check_library(header, here) {
     if (header ~ /^(png|pngconf|jpeglib|jerror|jmorecfg|turbojpeg|gif_lib|lcms2|lcms2_plugin|pixman)\.h$/ ||
         header ~ /^(libpng|libheif|libexif|pixman-1)/)
@@ -75,6 +86,7 @@ FILENAME ~ /CMakeLists\.txt$/ {
         header !~ /^Tarnwick\/Desktop\//)
         violation("of Tarnwick, TarnwickCommand knows Desktop only")
     if (FILENAME ~ /^Tarnwick\//) check_application(header)
+    if (FILENAME ~ /^TarnwickFinderSync\//) check_finder_sync(header)
     check_library(header, home())
     next
 }
