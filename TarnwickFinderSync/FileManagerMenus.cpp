@@ -125,6 +125,7 @@ FileManagerMenus::FileManagerMenus(URL application, UserDirectories directories)
 std::vector<FileManagerMenus::State> FileManagerMenus::states() const {
     Entries entries(application_, directories_);
     std::vector<State> states;
+    states.reserve(allFileManagers.size());
     for (const FileManager fileManager : allFileManagers) {
         states.push_back(
             {fileManager, isInstalled(fileManager, directories_), isEnabled(*entries.entry(fileManager))});

@@ -13,6 +13,9 @@ namespace tarnwick {
 /// the selected pictures. Entries are files in the user's own folders. An entry is known as ours by a mark in
 /// it, and only such are ever changed or removed, with those of the folders around it that were made for it.
 ///
+/// A file manager that is running may show the change only when it is started again: Thunar does, and
+/// Nautilus and Caja where they load extensions in Python.
+///
 /// Calls read and write small files and may block on them; any thread, and several processes at a time.
 class FileManagerMenus {
 public:

@@ -3,6 +3,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
 #include "TarnwickFinderSync/FileManagerMenus.h"
+#include "TarnwickFinderSync/PluginLookup.h"
 #include "TarnwickFinderSync/UserFiles.h"
 
 #include <fmt/format.h>
@@ -74,12 +75,14 @@ void Registrar::add(const URL& location) const {
 }
 
 void Registrar::elect(const std::string& identifier, Election election) const {
-    const FileManagerMenus menus(applicationOfExtension(registrations(identifier).back().bundle.location),
-                                 directories_);
-    if (election == Election::use) {
+    const URL application = applicationOfExtension(registrations(identifier).back().bundle.location);
+    const FileManagerMenus menus(application, directories_);
+    if (election == Election::ignore) {
+        menus.disableAll();
+    } else if (hasProgram(application.lastPathComponent(), {application.deletingLastPathComponent()})) {
         menus.enableInstalled();
     } else {
-        menus.disableAll();
+        throw CompressionError::fileOperation("找不到应用程序：" + application.path());
     }
     const FolderLock lock(folder());
     ExtensionRegistry registry(file());
@@ -116,10 +119,10 @@ std::vector<ExtensionRegistry::Registration> Registrar::registrations(const std:
 
 char Registrar::mark(const URL& bundle, std::optional<Election> election) const {
     const auto states = FileManagerMenus(applicationOfExtension(bundle), directories_).states();
-    const bool hasEntry =
-        std::any_of(states.begin(), states.end(), [](const auto& state) { return state.isEnabled; });
-    const bool canHaveOne =
-        std::any_of(states.begin(), states.end(), [](const auto& state) { return state.isInstalled; });
+    const auto isEnabled = [](const auto& state) { return state.isEnabled; };
+    const auto isInstalled = [](const auto& state) { return state.isInstalled; };
+    const bool hasEntry = std::any_of(states.begin(), states.end(), isEnabled);
+    const bool canHaveOne = std::any_of(states.begin(), states.end(), isInstalled);
     if (hasEntry || (election == Election::use && !canHaveOne)) {
         return '+';
     }
@@ -130,7 +133,7 @@ int runRegistrar(const std::vector<std::string>& arguments, const UserDirectorie
     try {
         return dispatch(arguments, Registrar(directories));
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "pluginkit: %s\n", errorDescription(error).c_str());
+        static_cast<void>(std::fprintf(stderr, "pluginkit: %s\n", errorDescription(error).c_str()));
         return EXIT_FAILURE;
     }
 }

@@ -14,19 +14,6 @@ std::string_view environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
-URL homeDirectory() {
-    const auto home = environment("HOME");
-    // Without a home of its own, the data folder is found through the user database.
-    return home.starts_with('/')
-               ? URL::file(home)
-               : applicationSupportDirectory().deletingLastPathComponent().deletingLastPathComponent();
-}
-
-URL configurationDirectory() {
-    const auto configuration = environment("XDG_CONFIG_HOME");
-    return configuration.starts_with('/') ? URL::file(configuration) : homeDirectory().appending(".config");
-}
-
 /// The absolute paths of a list with colons; others are to be ignored.
 std::vector<URL> directories(std::string_view list) {
     std::vector<URL> found;

@@ -111,6 +111,13 @@ URL applicationSupportDirectory() {
     return homeDirectory().appending(".local/share");
 }
 
+URL configurationDirectory() {
+    if (const auto configuration = directoryFromEnvironment("XDG_CONFIG_HOME")) {
+        return *configuration;
+    }
+    return homeDirectory().appending(".config");
+}
+
 ScopedFile::ScopedFile(URL url) : url_(std::move(url)) {}
 
 ScopedFile::~ScopedFile() {

@@ -28,6 +28,8 @@ void removeFile(const URL& url);
 URL temporaryDirectory();
 /// The folder for the user's application data: $XDG_DATA_HOME, else ~/.local/share.
 URL applicationSupportDirectory();
+/// The folder for the user's settings: $XDG_CONFIG_HOME, else ~/.config.
+URL configurationDirectory();
 
 /// A temporary file's name: what stands there at the end of the scope is removed, unless it was released.
 class ScopedFile {

@@ -12,6 +12,7 @@ class LaunchTests : public MenuFixture {
 protected:
     std::vector<std::string> paths(const std::vector<std::string>& names) const {
         std::vector<std::string> result;
+        result.reserve(names.size());
         for (const std::string& name : names) {
             result.push_back((machine / name).path());
         }

@@ -136,6 +136,18 @@ TEST_F(RegistrarTests, WrongCallsChangeNothing) {
     EXPECT_EQ(userFiles(), before);
 }
 
+TEST_F(RegistrarTests, AnApplicationThatIsGoneGetsNoEntries) {
+    install("nemo");
+    succeed({"-a", bundle(application).path()});
+    succeed({"-e", "use", "-i", identifier});
+    removeFile(application);
+    const auto before = userFiles();
+    fail({"-e", "use", "-i", identifier}, 1, application.path());
+    EXPECT_EQ(userFiles(), before);
+    succeed({"-e", "ignore", "-i", identifier});
+    EXPECT_FALSE(isEnabled(FileManager::nemo));
+}
+
 TEST_F(RegistrarTests, ADamagedRecordIsToldAndKept) {
     write("home/.local/share/Tarnwick/FinderExtensions.json", "{\"bundles\": [1");
     fail({"-a", bundle(application).path()}, 1, "FinderExtensions.json");
