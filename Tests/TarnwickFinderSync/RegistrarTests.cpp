@@ -22,7 +22,7 @@ protected:
     /// The extension's bundle beside an executable in "Contents/Linux".
     URL bundle(const URL& executable) const {
         const URL contents = executable.deletingLastPathComponent().deletingLastPathComponent();
-        const URL bundle = contents.appending("PlugIns/TarnwickFinderSync.appex");
+        URL bundle = contents.appending("PlugIns/TarnwickFinderSync.appex");
         const fs::path built = fs::path(TARNWICK_PLUGINKIT).parent_path().parent_path();
         fs::create_directories(bundle.path());
         fs::copy(built, fs::path(bundle.path()) / "Contents", fs::copy_options::recursive);

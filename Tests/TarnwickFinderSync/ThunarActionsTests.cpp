@@ -20,15 +20,20 @@ const std::vector<std::string> files = {
     "\xEF\xBB\xBF<actions>\r\n<action>\r\n<name>中文 𝄞</name>\r\n</action>\r\n|</actions>\r\n<!-- </actions> "
     "-->",
     "<actions\n  >\n   <action ><name>a &amp; b &lt;/actions&gt;</name></action >\t  |</actions  >",
-    "<actions><action><command><![CDATA[ echo '</actions>' app.tarnwick.Tarnwick.finder "
-    "]]></command></action>"
-    "<!-- <action><unique-id>app.tarnwick.Tarnwick.finder</unique-id></action> -->\n|</actions>",
-    "<!DOCTYPE actions [\n<!ELEMENT actions (action)+>\n<!ENTITY who \"ich &#169;\">\n]>\n"
-    "<actions><action><name>&who;</name><unique-id>1-1</unique-id>\n"
-    "<description>runs tarnwick "
-    "app.tarnwick.Tarnwick.finder</description><range/></action>\n\n|</actions>\n\n",
-    "<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>|</"
-    "actions>",
+    R"(<actions><action><command><![CDATA[ echo '</actions>' app.tarnwick.Tarnwick.finder ]]></command></action>
+<!-- <action><unique-id>app.tarnwick.Tarnwick.finder</unique-id></action> -->
+|</actions>)",
+    R"(<!DOCTYPE actions [
+<!ELEMENT actions (action)+>
+<!ENTITY who "ich &#169;">
+]>
+<actions><action><name>&who;</name><unique-id>1-1</unique-id>
+<description>runs tarnwick app.tarnwick.Tarnwick.finder</description><range/></action>
+
+|</actions>
+
+)",
+    R"(<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>|</actions>)",
 };
 
 TEST(ThunarActionsTests, OursComesAndGoesAndLeavesEveryOtherByte) {

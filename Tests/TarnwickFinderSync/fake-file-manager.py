@@ -99,7 +99,10 @@ def extension(module, has_window, entry, paths):
     if items:
         assert items[0].label == "用 Tarnwick 压缩"
         items[0].activate()
-        os.wait()
+        try:
+            os.wait()
+        except ChildProcessError:
+            pass  # It ended so soon that the subprocess module saw to it.
 
 
 KINDS = {
