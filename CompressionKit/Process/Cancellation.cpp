@@ -2,9 +2,11 @@
 
 #include "Process/Event.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -63,6 +65,24 @@ bool Cancellation::isRequested() const noexcept {
 
 int Cancellation::descriptor() const noexcept {
     return state_ ? state_->descriptor() : -1;
+}
+
+void sleepUnlessCancelled(double seconds, const Cancellation& cancellation) {
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    const auto end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    pollfd request = {cancellation.descriptor(), POLLIN, 0};
+    for (auto now = Clock::now(); now < end; now = Clock::now()) {
+        const auto wait = std::chrono::ceil<milliseconds>(end - now).count();
+        const int readable = ::poll(&request, 1, static_cast<int>(wait));
+        if (readable > 0) {
+            throw Cancelled();
+        }
+        if (readable < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "poll");
+        }
+    }
 }
 
 const char* Cancelled::what() const noexcept {

@@ -25,6 +25,9 @@ private:
     std::shared_ptr<const State> state_;
 };
 
+/// Blocks for so many seconds. Throws Cancelled as soon as the request is made; std::system_error.
+void sleepUnlessCancelled(double seconds, const Cancellation& cancellation);
+
 /// Thrown by work that stopped because it was asked to. Not a failure of the file at hand, so it is no
 /// CompressionError and nothing may take it for one.
 class Cancelled : public std::exception {

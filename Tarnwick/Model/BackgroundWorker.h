@@ -6,6 +6,7 @@
 #include <asio/thread_pool.hpp>
 
 #include <concepts>
+#include <cstddef>
 #include <exception>
 #include <type_traits>
 #include <utility>
@@ -15,8 +16,10 @@ namespace tarnwick {
 /// A few threads for reading and tidying, beside those of the compression queue.
 class BackgroundWorker {
 public:
-    /// Completions run on the main thread, through this executor.
-    explicit BackgroundWorker(MainThreadExecutor completions) : completions_(std::move(completions)) {}
+    /// Completions run on the main thread, through this executor. With one thread, operations run one after
+    /// another, in the order of their coming.
+    explicit BackgroundWorker(MainThreadExecutor completions, std::size_t threadCount = defaultThreadCount)
+        : completions_(std::move(completions)), threads_(threadCount) {}
     BackgroundWorker(const BackgroundWorker&) = delete;
     BackgroundWorker& operator=(const BackgroundWorker&) = delete;
     /// Drops the operations that wait and returns when those that run have ended.
@@ -47,10 +50,10 @@ public:
     }
 
 private:
-    static constexpr std::size_t threadCount = 2;
+    static constexpr std::size_t defaultThreadCount = 2;
 
     MainThreadExecutor completions_;
-    asio::thread_pool threads_{threadCount};
+    asio::thread_pool threads_;
 };
 
 } // namespace tarnwick

@@ -30,7 +30,7 @@ std::string fileName(std::string word) {
 } // namespace
 
 FakeTools::FakeTools() {
-    for (const char* name : {"pngquant", "oxipng", "cjpegli", "gifsicle", "ssimulacra2"}) {
+    for (const char* name : {"pngquant", "oxipng", "cjpegli", "gifsicle", "ssimulacra2", "pluginkit"}) {
         std::filesystem::create_symlink(TARNWICK_FAKE_TOOL, (folder_ / name).path());
     }
 }

@@ -7,7 +7,7 @@
 
 namespace tarnwick::test {
 
-/// A folder with a fake of each of the five tools, and the scripts that tell them what to do (the commands
+/// A folder with a fake of each of the five tools and of pluginkit, and the scripts that tell them what to do (the commands
 /// stand in FakeTool.cpp). A run without a script fails with the status 99.
 class FakeTools {
 public:

@@ -4,7 +4,9 @@
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
+#include "Tarnwick/Desktop/DesktopLaunchServices.h"
 #include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/SettingsFile.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/ModelFixture.h"
 
@@ -158,6 +160,13 @@ TEST(ApplicationBundleTest, KnowsItsParts) {
     EXPECT_EQ(bundle.toolDirectory(), folder / "Contents/Resources/Tools");
     EXPECT_EQ(bundle.helperExecutable(), folder / ("Contents/Library/LoginItems/TarnwickBackground.app/"
                                                    "Contents/Linux/TarnwickBackground"));
+    EXPECT_EQ(bundle.url(), folder.url());
+    EXPECT_EQ(bundle.extension(), folder / "Contents/PlugIns/TarnwickFinderSync.appex");
+    const URL system = folder / "bin";
+    EXPECT_EQ(bundle.pluginKitDirectory(system), bundle.extension().appending("Contents/Linux"));
+    createDirectories(system);
+    folder.file("bin/pluginkit", "");
+    EXPECT_EQ(bundle.pluginKitDirectory(system), system);
     EXPECT_EQ(ApplicationBundle::running().toolDirectory(), URL::file("Vendor/Bin"));
 }
 
@@ -183,6 +192,33 @@ TEST(HelperLauncherTest, StartsOneHelperAtATime) {
     const Log logged;
     BundleHelperLauncher(broken).launch();
     EXPECT_THAT(Log::lines(), testing::StartsWith("Tarnwick 备份清理程序启动失败："));
+}
+
+TEST(SettingsFileTest, KeepsWhatIsStored) {
+    const TemporaryFolder folder;
+    const auto path = QString::fromStdString((folder / "new/Settings.ini").path());
+    {
+        SettingsFile settings(path);
+        EXPECT_FALSE(settings.boolean("Done"));
+        settings.setBoolean("Done", true);
+        EXPECT_TRUE(SettingsFile(path).boolean("Done")) << "before the first is gone";
+    }
+    EXPECT_TRUE(SettingsFile(path).boolean("Done"));
+    folder.file("blocked", "no folder");
+    const Log logged;
+    SettingsFile blocked(QString::fromStdString((folder / "blocked/Settings.ini").path()));
+    blocked.setBoolean("Done", true);
+    EXPECT_THAT(Log::lines(), testing::StartsWith("无法保存设置："));
+}
+
+TEST(DesktopLaunchServicesTest, LogsABundleThatCannotBeRead) {
+    const TemporaryFolder folder;
+    DesktopLaunchServices services;
+    const Log logged;
+    services.registerBundle(folder.url());
+    EXPECT_EQ(Log::lines(), "");
+    services.registerBundle(folder / "absent");
+    EXPECT_THAT(Log::lines(), testing::AllOf(testing::StartsWith("无法读取 "), testing::HasSubstr("absent")));
 }
 
 TEST(SystemClockTest, ATimerRunsOnceUnlessItIsEnded) {

@@ -1,0 +1,26 @@
+#include "Tarnwick/Desktop/SettingsFile.h"
+
+#include <QDebug>
+#include <QStandardPaths>
+
+namespace tarnwick {
+
+SettingsFile::SettingsFile(const QString& path) : settings_(path, QSettings::IniFormat) {}
+
+QString SettingsFile::userPath() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/Tarnwick/Settings.ini";
+}
+
+bool SettingsFile::boolean(const QString& key) const {
+    return settings_.value(key, false).toBool();
+}
+
+void SettingsFile::setBoolean(const QString& key, bool value) {
+    settings_.setValue(key, value);
+    settings_.sync();
+    if (settings_.status() != QSettings::NoError) {
+        qWarning().noquote() << "无法保存设置：" + settings_.fileName();
+    }
+}
+
+} // namespace tarnwick

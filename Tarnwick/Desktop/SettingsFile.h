@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Tarnwick/Desktop/Defaults.h"
+
+#include <QSettings>
+
+namespace tarnwick {
+
+/// An INI file.
+class SettingsFile final : public Defaults {
+public:
+    /// Both the file and its folders are made when something is stored.
+    explicit SettingsFile(const QString& path);
+    /// $XDG_CONFIG_HOME/Tarnwick/Settings.ini, by default in ~/.config.
+    static QString userPath();
+
+    bool boolean(const QString& key) const override;
+    void setBoolean(const QString& key, bool value) override;
+
+private:
+    QSettings settings_;
+};
+
+} // namespace tarnwick
