@@ -6,9 +6,14 @@
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
+#include "Tarnwick/Desktop/DesktopLaunchServices.h"
 #include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/MenuExtensions.h"
+#include "Tarnwick/Desktop/SettingsFile.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
+#include "Tarnwick/Model/FinderIntegration.h"
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <QCommandLineParser>
@@ -33,6 +38,23 @@ QList<QUrl> filesGiven(const QGuiApplication& application) {
     return files;
 }
 
+void connectInstance(tarnwick::ApplicationInstance& instance, tarnwick::MainWindow& window,
+                     tarnwick::AppModel& model, tarnwick::ExtensionSettings& extensionSettings) {
+    using tarnwick::ApplicationInstance;
+    QObject::connect(&instance, &ApplicationInstance::activated, &window, &tarnwick::MainWindow::raise);
+    QObject::connect(&instance, &ApplicationInstance::filesOpened, &model,
+                     [&model](const QList<QUrl>& urls) { model.add(urls); });
+    // The actions of the desktop entry.
+    QObject::connect(&instance, &ApplicationInstance::actionRequested, &model,
+                     [&model, &extensionSettings](const QString& name) {
+                         if (name == "open") {
+                             model.chooseFiles();
+                         } else if (name == "settings") {
+                             extensionSettings.showExtensionManagementInterface();
+                         }
+                     });
+}
+
 int runWindow(tarnwick::ApplicationInstance& instance, const QList<QUrl>& files) {
     using namespace tarnwick;
     const auto bundle = ApplicationBundle::running();
@@ -45,13 +67,22 @@ int runWindow(tarnwick::ApplicationInstance& instance, const QList<QUrl>& files)
     const Cancellation cancellation;
     AppModel model({CompressionQueue::shared(), notifications, wake, helper, chooser, revealer, clock},
                    makeApplicationEngine(bundle.toolDirectory(), cancellation), cancellation);
-    MainWindow window(model, chooser);
+    MenuExtensions extensions({bundle.executable(), UserDirectories::fromEnvironment()});
+    ExtensionSettings extensionSettings(extensions);
+    QuickAlertPresenter alerts;
+    DesktopLaunchServices launchServices;
+    SettingsFile defaults(SettingsFile::userPath());
+    FinderIntegration finder({launchServices, defaults, alerts, extensionSettings}, bundle,
+                             bundle.pluginKitDirectory());
+    MainWindow window({model, chooser, alerts, extensionSettings});
     if (!window.isOpen()) {
         return EXIT_FAILURE;
     }
-    QObject::connect(&instance, &ApplicationInstance::activated, &window, &MainWindow::raise);
-    QObject::connect(&instance, &ApplicationInstance::filesOpened, &model,
-                     [&model](const QList<QUrl>& urls) { model.add(urls); });
+    QObject::connect(&window, &MainWindow::finderEnableRequested, [&finder] { finder.enableFromMenu(); });
+    QObject::connect(&window, &MainWindow::finderSettingsRequested, &extensionSettings,
+                     &ExtensionSettings::showExtensionManagementInterface);
+    connectInstance(instance, window, model, extensionSettings);
+    finder.registerAtStartUp();
     if (!files.isEmpty()) {
         model.add(files);
     }

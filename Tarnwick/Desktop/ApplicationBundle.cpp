@@ -17,6 +17,10 @@ URL ApplicationBundle::url() const {
     return contents_.deletingLastPathComponent();
 }
 
+URL ApplicationBundle::executable() const {
+    return contents_.appending("Linux/Tarnwick");
+}
+
 URL ApplicationBundle::toolDirectory() const {
     const URL resources = contents_.appending("Resources");
     return isDirectory(resources) ? resources.appending("Tools") : URL::file("Vendor/Bin");

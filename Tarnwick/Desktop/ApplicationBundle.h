@@ -17,6 +17,8 @@ public:
 
     /// The bundle itself, which holds "Contents".
     URL url() const;
+    /// The application's own executable.
+    URL executable() const;
     /// "Resources/Tools" in the bundle, or "Vendor/Bin" in the current directory where there are no
     /// resources.
     URL toolDirectory() const;

@@ -22,6 +22,7 @@ public:
     /// Those of the file managers that are on this machine, always in the same order. Both functions touch
     /// the disk and throw when that fails; they are called on background threads, one at a time.
     virtual std::vector<State> states() const = 0;
+    /// Does nothing for a file manager that is not known.
     virtual void setEnabled(const QString& name, bool isEnabled) = 0;
 };
 

@@ -9,6 +9,7 @@ PlainMenu {
 
     signal chooserRequested
     signal clearRequested
+    signal finderEnableRequested
     signal finderSettingsRequested
     signal aboutRequested
     signal quitRequested
@@ -30,6 +31,12 @@ PlainMenu {
     }
     MenuLine {}
     PlainMenuItem {
+        objectName: "enableFinderItem"
+        text: "启用 Finder 右键菜单"
+        onTriggered: menu.finderEnableRequested()
+    }
+    PlainMenuItem {
+        objectName: "finderSettingsItem"
         text: "Finder 右键菜单设置…"
         onTriggered: menu.finderSettingsRequested()
     }

@@ -9,10 +9,13 @@ Sheet {
     title: "清除所有记录？"
     message: "这会删除所有记录及其原图备份，已压缩的图片将无法恢复原图。"
 
+    // Not the button that was pressed the last time.
+    onAboutToShow: cancel.focus = true
+
     SecondaryButton {
+        id: cancel
         objectName: "cancelClearButton"
         text: "取消"
-        focus: true
         onClicked: sheet.close()
     }
     DestructiveButton {

@@ -2,6 +2,7 @@
 
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ComparisonModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
 
 #include <QQmlEngine>
 
@@ -27,6 +28,13 @@ struct ComparisonModelForeign {
     QML_FOREIGN(tarnwick::ComparisonModel)
     QML_NAMED_ELEMENT(ComparisonModel)
     QML_UNCREATABLE("ComparisonLoader has one.")
+};
+
+struct ExtensionSettingsForeign {
+    Q_GADGET
+    QML_FOREIGN(tarnwick::ExtensionSettings)
+    QML_NAMED_ELEMENT(ExtensionSettings)
+    QML_UNCREATABLE("The window is given them.")
 };
 
 struct ComparisonItemForeign {

@@ -9,9 +9,12 @@ ApplicationWindow {
 
     required property AppModel model
     required property QuickFileChooser chooser
+    required property QuickAlertPresenter alerts
+    required property ExtensionSettings extensionSettings
     readonly property bool empty: model.tasks.count === 0
     readonly property bool clearAllowed: !model.isCompressing && !model.hasModalPresentation
 
+    signal finderEnableRequested
     signal finderSettingsRequested
 
     function quit() {
@@ -88,10 +91,12 @@ ApplicationWindow {
 
     AppMenu {
         id: appMenu
+        objectName: "appMenu"
         clearAllowed: window.clearAllowed && !window.empty
         choosing: window.model.isChoosingFiles
         onChooserRequested: window.model.chooseFiles()
         onClearRequested: window.model.requestClearAllRecords()
+        onFinderEnableRequested: window.finderEnableRequested()
         onFinderSettingsRequested: window.finderSettingsRequested()
         onAboutRequested: about.open()
         onQuitRequested: window.quit()
@@ -104,6 +109,13 @@ ApplicationWindow {
         visible: window.model.showClearConfirmation
         onConfirmed: window.model.clearAllRecords()
         onClosed: window.model.showClearConfirmation = false
+    }
+    QuestionSheet {
+        presenter: window.alerts
+    }
+    ExtensionSettingsWindow {
+        objectName: "extensionSettings"
+        settings: window.extensionSettings
     }
     AboutSheet {
         id: about

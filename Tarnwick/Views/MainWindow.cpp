@@ -1,6 +1,7 @@
 #include "Tarnwick/Views/MainWindow.h"
 
 #include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
 #include "Tarnwick/Views/IconProvider.h"
 
 #include <QFont>
@@ -34,16 +35,19 @@ void MainWindow::prepareEngine(QQmlEngine& engine) {
     engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
 }
 
-MainWindow::MainWindow(AppModel& model, QuickFileChooser& chooser, QObject* parent) : QObject(parent) {
+MainWindow::MainWindow(const Models& models, QObject* parent) : QObject(parent) {
     prepareEngine(engine_);
-    engine_.setInitialProperties(
-        {{"model", QVariant::fromValue(&model)}, {"chooser", QVariant::fromValue(&chooser)}});
+    engine_.setInitialProperties({{"model", QVariant::fromValue(&models.model)},
+                                  {"chooser", QVariant::fromValue(&models.chooser)},
+                                  {"alerts", QVariant::fromValue(&models.alerts)},
+                                  {"extensionSettings", QVariant::fromValue(&models.extensionSettings)}});
     // Imported by name: a file's own folder doesn't bring the types in that are written in C++.
     engine_.loadData("import Tarnwick\nMain {}", QUrl(QStringLiteral("qrc:/Tarnwick.qml")));
     if (engine_.rootObjects().isEmpty()) {
         return;
     }
     window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
+    connect(window_, SIGNAL(finderEnableRequested()), this, SIGNAL(finderEnableRequested()));
     connect(window_, SIGNAL(finderSettingsRequested()), this, SIGNAL(finderSettingsRequested()));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Tarnwick/Views/QuickAlertPresenter.h"
 #include "Tarnwick/Views/QuickFileChooser.h"
 
 #include <QObject>
@@ -10,13 +11,22 @@
 namespace tarnwick {
 
 class AppModel;
+class ExtensionSettings;
 
-/// The window and its engine. Lives on the main thread; `model` and `chooser` must outlive it.
+/// The window, those that belong to it, and their engine. Lives on the main thread.
 class MainWindow : public QObject {
     Q_OBJECT
 
 public:
-    MainWindow(AppModel& model, QuickFileChooser& chooser, QObject* parent = nullptr);
+    /// What the window shows and works with; all of it must outlive the window.
+    struct Models {
+        AppModel& model;
+        QuickFileChooser& chooser;
+        QuickAlertPresenter& alerts;
+        ExtensionSettings& extensionSettings;
+    };
+
+    explicit MainWindow(const Models& models, QObject* parent = nullptr);
 
     /// What every process that shows the window sets before it, once its QGuiApplication is there: the style
     /// of the controls and the fonts.
@@ -31,7 +41,9 @@ public:
     void raise(const QString& activationToken = {});
 
 signals:
-    /// The user wants to set the file manager's menus up.
+    /// The user wants the file managers' menus enabled.
+    void finderEnableRequested();
+    /// The user wants to set them up.
     void finderSettingsRequested();
 
 private:

@@ -17,6 +17,7 @@ QtObject {
     readonly property color secondText: dark ? "#9AA3AD" : "#626B77"
     readonly property color disabledIcon: dark ? "#5B646E" : "#A8B0B9"
     readonly property color button: dark ? "#2A3037" : "#EBEEF1"
+    readonly property color switchOff: dark ? "#5B646E" : "#8A939D"
     readonly property color accent: "#0E8574"
     readonly property color accentHover: "#0B7465"
     readonly property color accentPressed: "#096255"

@@ -1,5 +1,6 @@
 #include "Tarnwick/Views/World.h"
 
+#include "Foundation/CompressionError.h"
 #include "Support/PNGMaker.h"
 #include "Tarnwick/Model/Conversions.h"
 
@@ -9,6 +10,7 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QQuickWindow>
+#include <algorithm>
 #include <memory>
 
 namespace tarnwick::test {
@@ -70,6 +72,62 @@ void World::hold() const {
 
 void World::release() const {
     home_.file("go", "");
+}
+
+QVariantMap World::windowProperties() {
+    return {{"model", QVariant::fromValue(&model_)},
+            {"chooser", QVariant::fromValue(&chooser_)},
+            {"alerts", QVariant::fromValue(&alerts_)},
+            {"extensionSettings", QVariant::fromValue(&extensionSettings_)}};
+}
+
+void World::install(const QStringList& fileManagers) {
+    const std::lock_guard lock(extensions_.mutex);
+    extensions_.installed.clear();
+    for (const QString& name : fileManagers) {
+        extensions_.installed.push_back({.name = name});
+    }
+}
+
+bool World::isEnabled(const QString& fileManager) const {
+    const auto states = extensions_.states();
+    return std::any_of(states.begin(), states.end(),
+                       [&](const auto& state) { return state.name == fileManager && state.isEnabled; });
+}
+
+void World::refuse(const QString& fileManager, const QString& failure) {
+    const std::lock_guard lock(extensions_.mutex);
+    extensions_.refused = fileManager;
+    extensions_.failure = failure;
+}
+
+void World::alert() {
+    alerts_.show({.message = "Finder 右键菜单暂未启用",
+                  .informativeText = "自动启用未通过系统校验。可打开系统设置检查扩展。\n"
+                                     "macOS 尚未确认此安装位置的 Finder 扩展已启用。",
+                  .firstButton = "打开系统设置",
+                  .secondButton = "稍后"},
+                 [this](bool isFirstButton) {
+                     answers_ += isFirstButton ? "1" : "2";
+                     emit answersChanged();
+                 });
+}
+
+std::vector<FileManagerExtensions::State> World::Extensions::states() const {
+    const std::lock_guard lock(mutex);
+    return installed;
+}
+
+void World::Extensions::setEnabled(const QString& name, bool isEnabled) {
+    const std::lock_guard lock(mutex);
+    if (name == refused) {
+        throw CompressionError::fileOperation(failure.toStdString());
+    }
+    for (State& state : installed) {
+        if (state.name == name) {
+            state.isEnabled = isEnabled;
+        }
+    }
 }
 
 void World::dragOver(QWindow* window, const QList<QUrl>& files) const {

@@ -6,19 +6,26 @@
 #include "Support/FakeTools.h"
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/DistributedNotifications.h"
+#include "Tarnwick/Desktop/FileManagerExtensions.h"
 #include "Tarnwick/Desktop/FileRevealer.h"
 #include "Tarnwick/Desktop/HelperLauncher.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Desktop/WakeMonitor.h"
 #include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
+#include "Tarnwick/Views/QuickAlertPresenter.h"
 #include "Tarnwick/Views/QuickFileChooser.h"
 
 #include <QList>
 #include <QObject>
 #include <QQuickItem>
 #include <QString>
+#include <QStringList>
 #include <QUrl>
+#include <QVariantMap>
 #include <QWindow>
+#include <mutex>
+#include <vector>
 
 namespace tarnwick::test {
 
@@ -27,6 +34,12 @@ class World : public QObject {
     Q_OBJECT
     Q_PROPERTY(tarnwick::AppModel* model READ model CONSTANT)
     Q_PROPERTY(tarnwick::QuickFileChooser* chooser READ chooser CONSTANT)
+    Q_PROPERTY(tarnwick::QuickAlertPresenter* alerts READ alerts CONSTANT)
+    Q_PROPERTY(tarnwick::ExtensionSettings* extensionSettings READ extensionSettings CONSTANT)
+    /// What a window needs, to be given to it when it is made.
+    Q_PROPERTY(QVariantMap windowProperties READ windowProperties CONSTANT)
+    /// The answers to alerts, "1" for the first button and "2" for the other.
+    Q_PROPERTY(QString answers MEMBER answers_ NOTIFY answersChanged)
     /// The last file that was to be shown in the file manager.
     Q_PROPERTY(QString revealed MEMBER revealed_ NOTIFY revealedChanged)
 
@@ -35,6 +48,9 @@ public:
 
     AppModel* model() { return &model_; }
     QuickFileChooser* chooser() { return &chooser_; }
+    QuickAlertPresenter* alerts() { return &alerts_; }
+    ExtensionSettings* extensionSettings() { return &extensionSettings_; }
+    QVariantMap windowProperties();
 
     /// A new picture file that the tools make smaller.
     Q_INVOKABLE QUrl picture(const QString& name) const;
@@ -47,6 +63,14 @@ public:
     Q_INVOKABLE void hold() const;
     Q_INVOKABLE void release() const;
 
+    /// The file managers on the machine.
+    Q_INVOKABLE void install(const QStringList& fileManagers);
+    Q_INVOKABLE bool isEnabled(const QString& fileManager) const;
+    /// Switching this one fails from now on, with this text.
+    Q_INVOKABLE void refuse(const QString& fileManager, const QString& failure);
+    Q_INVOKABLE void openExtensionSettings() { extensionSettings_.showExtensionManagementInterface(); }
+    Q_INVOKABLE void alert();
+
     /// Files that the user drags over the window, drops there, or takes away again.
     Q_INVOKABLE void dragOver(QWindow* window, const QList<QUrl>& files) const;
     Q_INVOKABLE void dragAway(QWindow* window) const;
@@ -56,6 +80,7 @@ public:
 
 signals:
     void revealedChanged();
+    void answersChanged();
 
 private:
     struct Notifications : DistributedNotifications {
@@ -76,6 +101,16 @@ private:
         World& world;
     };
 
+    /// Called on a background thread too, so that the test's calls have to keep out of its way.
+    struct Extensions : FileManagerExtensions {
+        std::vector<State> states() const override;
+        void setEnabled(const QString& name, bool isEnabled) override;
+        mutable std::mutex mutex;
+        std::vector<State> installed;
+        QString refused;
+        QString failure;
+    };
+
     TemporaryFolder pictures_;
     TemporaryFolder home_;
     FakeTools tools_;
@@ -84,11 +119,15 @@ private:
     Helper helper_;
     Revealer revealer_{*this};
     QuickFileChooser chooser_;
+    QuickAlertPresenter alerts_;
+    Extensions extensions_;
+    ExtensionSettings extensionSettings_{extensions_};
     SystemClock clock_;
     Cancellation cancellation_;
     CompressionQueue queue_{2, home_ / "Locks"};
     AppModel model_;
     QString revealed_;
+    QString answers_;
     quint64 clickTime_ = 1'000'000;
 };
 

@@ -26,7 +26,7 @@ TestCase {
 
     function init() {
         world = worlds.createObject(null);
-        window = windows.createObject(null, {model: world.model, chooser: world.chooser});
+        window = windows.createObject(null, world.windowProperties);
         verify(waitForRendering(window.contentItem));
         file = world.picture("a.png");
         world.drop(window, [file]);

@@ -24,7 +24,7 @@ TestCase {
 
     function init() {
         world = worlds.createObject(null);
-        window = windows.createObject(null, {model: world.model, chooser: world.chooser});
+        window = windows.createObject(null, world.windowProperties);
         list = findChild(window, "list");
         verify(waitForRendering(window.contentItem));
     }

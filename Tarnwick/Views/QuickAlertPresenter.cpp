@@ -1,0 +1,20 @@
+#include "Tarnwick/Views/QuickAlertPresenter.h"
+
+#include <utility>
+
+namespace tarnwick {
+
+void QuickAlertPresenter::show(const Alert& alert, Answer answer) {
+    alert_ = alert;
+    answer_ = std::move(answer);
+    emit changed();
+}
+
+void QuickAlertPresenter::finish(bool isFirstButton) {
+    if (const Answer answer = std::exchange(answer_, nullptr)) {
+        emit changed();
+        answer(isFirstButton);
+    }
+}
+
+} // namespace tarnwick

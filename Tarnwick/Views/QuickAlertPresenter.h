@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Tarnwick/Desktop/AlertPresenter.h"
+
+#include <QtQml/qqmlregistration.h>
+
+#include <QObject>
+#include <QString>
+
+namespace tarnwick {
+
+/// The alerts of the window: QML shows one while it is open, and answers with finish().
+class QuickAlertPresenter : public QObject, public AlertPresenter {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window is given one.")
+    Q_PROPERTY(bool isOpen READ isOpen NOTIFY changed FINAL)
+    Q_PROPERTY(QString message READ message NOTIFY changed FINAL)
+    Q_PROPERTY(QString informativeText READ informativeText NOTIFY changed FINAL)
+    Q_PROPERTY(QString firstButton READ firstButton NOTIFY changed FINAL)
+    Q_PROPERTY(QString secondButton READ secondButton NOTIFY changed FINAL)
+
+public:
+    using QObject::QObject;
+
+    void show(const Alert& alert, Answer answer) override;
+
+    bool isOpen() const noexcept { return answer_ != nullptr; }
+    /// The words of the alert that is open, or of the last one.
+    const QString& message() const noexcept { return alert_.message; }
+    const QString& informativeText() const noexcept { return alert_.informativeText; }
+    const QString& firstButton() const noexcept { return alert_.firstButton; }
+    const QString& secondButton() const noexcept { return alert_.secondButton; }
+
+    /// The user's answer; nothing happens when no alert is open.
+    Q_INVOKABLE void finish(bool isFirstButton);
+
+signals:
+    void changed();
+
+private:
+    Alert alert_;
+    Answer answer_;
+};
+
+} // namespace tarnwick
