@@ -61,13 +61,15 @@ ApplicationWindow {
             objectName: "extensionList"
             Layout.fillWidth: true
             Layout.fillHeight: true
+            // The scroll bar is in the window's margin.
+            Layout.rightMargin: -Theme.edge
             visible: count > 0
             model: window.settings
             spacing: Theme.rowSpacing
             clip: true
             boundsBehavior: Flickable.StopAtBounds
             delegate: ExtensionRow {
-                width: ListView.view.width
+                width: ListView.view.width - Theme.edge
                 onSwitched: isEnabled => window.settings.setEnabled(index, isEnabled)
             }
             T.ScrollBar.vertical: ThinScrollBar {}

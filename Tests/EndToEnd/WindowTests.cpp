@@ -12,9 +12,11 @@
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
 #include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <gtest/gtest.h>
@@ -54,6 +56,13 @@ fs::path samples() {
     return folder != nullptr ? folder : "/usr/share/libjxl-testdata";
 }
 
+QPalette nightPalette() {
+    QPalette night;
+    night.setColor(QPalette::Window, Qt::black);
+    night.setColor(QPalette::WindowText, Qt::white);
+    return night;
+}
+
 URL sample(const TemporaryFolder& folder, const std::string& path, const std::string& name) {
     fs::copy_file(samples() / path, (folder / name).path());
     return folder / name;
@@ -74,10 +83,11 @@ protected:
         EXPECT_NE(found, nullptr) << name;
         return *found;
     }
-    QQuickItem& row(int index) const {
+    QQuickItem& row(int index) const { return rowOf(item("list"), index); }
+    static QQuickItem& rowOf(QQuickItem& list, int index) {
         QQuickItem* found = nullptr;
         EXPECT_TRUE(QTest::qWaitFor([&] {
-            QMetaObject::invokeMethod(&item("list"), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, found),
+            QMetaObject::invokeMethod(&list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, found),
                                       Q_ARG(int, index));
             return found != nullptr;
         }));
@@ -103,9 +113,10 @@ protected:
         QDropEvent event(QPointF(200, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(&window(), &event);
     }
-    void shoot(const QString& name) const {
+    void shoot(const QString& name) const { shoot(name, window()); }
+    static void shoot(const QString& name, QQuickWindow& shot) {
         QTest::qWait(500);
-        const QImage image = window().grabWindow();
+        const QImage image = shot.grabWindow();
         EXPECT_FALSE(image.isNull());
         const QString folder = qEnvironmentVariable("TARNWICK_SCREENSHOTS");
         if (!folder.isEmpty()) {
@@ -137,6 +148,13 @@ protected:
     LogindWakeMonitor wake;
     BundleHelperLauncher helper{home / "absent"};
     QuickFileChooser chooser;
+    QuickAlertPresenter alerts;
+    MenuExtensions extensions{FileManagerMenus(home / "Tarnwick", {.data = home / "data",
+                                                                   .configuration = home / "config",
+                                                                   .systemConfiguration = {},
+                                                                   .executables = {home / "bin"},
+                                                                   .libraries = {}})};
+    ExtensionSettings extensionSettings{extensions};
     DesktopFileRevealer revealer;
     SystemClock clock;
     Cancellation cancellation;
@@ -147,7 +165,7 @@ protected:
         cancellation};
 
 private:
-    MainWindow mainWindow_{model, chooser};
+    MainWindow mainWindow_{MainWindow::Models{model, chooser, alerts, extensionSettings}};
 };
 
 TEST_F(WindowEndToEndTests, compressesRestoresAndComparesPicturesOfAllKinds) {
@@ -200,11 +218,8 @@ TEST_F(WindowEndToEndTests, compressesRestoresAndComparesPicturesOfAllKinds) {
     QTest::keyClick(&window(), Qt::Key_Return);
     EXPECT_TRUE(QTest::qWaitFor([&] { return model.alertMessage().isEmpty(); }));
 
-    QPalette night;
-    night.setColor(QPalette::Window, Qt::black);
-    night.setColor(QPalette::WindowText, Qt::white);
     const QPalette day = QGuiApplication::palette();
-    QGuiApplication::setPalette(night);
+    QGuiApplication::setPalette(nightPalette());
     point(row(3));
     shoot("dark");
     QGuiApplication::setPalette(day);
@@ -218,12 +233,57 @@ TEST_F(WindowEndToEndTests, compressesRestoresAndComparesPicturesOfAllKinds) {
     shoot("hundreds");
 }
 
+TEST_F(WindowEndToEndTests, switchesTheEntriesOfTheFileManagers) {
+    auto* settings = window().findChild<QQuickWindow*>("extensionSettings");
+    ASSERT_NE(settings, nullptr);
+    extensionSettings.showExtensionManagementInterface();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(settings));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return extensionSettings.isLoaded(); }));
+    EXPECT_EQ(extensionSettings.count(), 0);
+    shoot("settings-none", *settings);
+
+    createDirectories(home / "bin");
+    for (const char* program : {"nautilus", "nemo", "caja", "thunar", "dolphin"}) {
+        fs::copy_file("/bin/true", (home / "bin").appending(program).path());
+    }
+    extensionSettings.reload();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return extensionSettings.count() == 5; }));
+    QTest::qWait(200);
+    shoot("settings", *settings);
+    auto* first = rowOf(*settings->findChild<QQuickItem*>("extensionList"), 0)
+                      .findChild<QQuickItem*>("extensionSwitch");
+    ASSERT_NE(first, nullptr);
+    QTest::mouseClick(settings, Qt::LeftButton, {}, middle(*first));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return extensions.states().front().isEnabled; }));
+    shoot("settings-enabled", *settings);
+
+    // The next entry's folder cannot be made.
+    home.file("data/nemo", "in the way");
+    extensionSettings.setEnabled(1, true);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !extensionSettings.failure().isEmpty(); }));
+    shoot("settings-failure", *settings);
+    const QPalette day = QGuiApplication::palette();
+    QGuiApplication::setPalette(nightPalette());
+    shoot("settings-dark", *settings);
+    alerts.show({.message = "Finder 右键菜单暂未启用",
+                 .informativeText = "自动启用未通过系统校验。可打开系统设置检查扩展。\n"
+                                    "macOS 尚未确认此安装位置的 Finder 扩展已启用。",
+                 .firstButton = "打开系统设置",
+                 .secondButton = "稍后"},
+                [](bool) {});
+    shoot("question-dark");
+    QGuiApplication::setPalette(day);
+    shoot("question");
+    alerts.finish(false);
+}
+
 /// The application as it is installed; its files and its history are in a folder of the test.
 TEST(ApplicationTests, aSecondStartHandsItsFilesToTheFirst) {
     const TemporaryFolder folder;
     const URL picture = sample(folder, "jxl/flower/flower_cropped.jpg", "photo.jpg");
     const auto bytes = fileSize(picture);
     qputenv("XDG_DATA_HOME", (folder / "data").path().c_str());
+    qputenv("XDG_CONFIG_HOME", (folder / "configuration").path().c_str());
     QProcess first;
     first.setProcessChannelMode(QProcess::ForwardedChannels);
     first.start(TARNWICK_APPLICATION, QStringList());
