@@ -7,8 +7,8 @@
 
 namespace tarnwick::test {
 
-/// A folder with a fake of each of the five tools and of pluginkit, and the scripts that tell them what to do (the commands
-/// stand in FakeTool.cpp). A run without a script fails with the status 99.
+/// A folder with a fake of each of the five tools and of pluginkit, and the scripts that tell them what to do
+/// (the commands stand in FakeTool.cpp). A run without a script fails with the status 99.
 class FakeTools {
 public:
     using Words = std::vector<std::string>;

@@ -30,6 +30,8 @@ function check_application(header) {
         violation("only the window knows Views")
     if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
         violation("Model knows no window: " header)
+    if (FILENAME ~ /^Tarnwick\/(Model|Views)\// && header ~ /^TarnwickFinderSync\//)
+        violation("of Tarnwick, Desktop alone knows TarnwickFinderSync")
     if (FILENAME !~ /^Tarnwick\/Desktop\//) return
     if (header ~ /^Tarnwick\/Model\//) violation("Desktop stands above Model and does not know it")
     sub(/\/.*/, "", header)
