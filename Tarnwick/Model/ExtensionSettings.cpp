@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <utility>
 
 namespace tarnwick {
@@ -120,10 +119,15 @@ bool ExtensionSettings::hasRowsOf(const States& states) const {
 }
 
 void ExtensionSettings::makeRows(const States& states) {
+    std::vector<Row> rows;
+    for (const State& state : states) {
+        // A row that stays keeps what it waits for.
+        const auto old = std::find_if(rows_.begin(), rows_.end(),
+                                      [&](const Row& row) { return row.state.name == state.name; });
+        rows.push_back(old == rows_.end() ? Row{.state = state} : *old);
+    }
     beginResetModel();
-    rows_.clear();
-    std::transform(states.begin(), states.end(), std::back_inserter(rows_),
-                   [](const State& state) { return Row{.state = state}; });
+    rows_ = std::move(rows);
     endResetModel();
     emit countChanged();
 }
