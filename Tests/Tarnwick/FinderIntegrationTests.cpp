@@ -273,32 +273,37 @@ TEST_F(FinderIntegrationTest, QuittingEndsARun) {
 }
 
 TEST(FinderRegistrationTest, OnlyAnEnabledExtensionAtItsPlaceConfirms) {
-    const URL here = URL::file("/opt/Tarn wick.app/TarnwickFinderSync.appex");
-    const std::string tail = "(1.0)\tA1\t/opt/Tarn wick.app/TarnwickFinderSync.appex";
-    const std::string name = identifier;
-    const auto confirms = [&](const std::string& text) { return confirmsExtension(text, identifier, here); };
-    for (const std::string& text :
-         {"+    " + name + tail, "+" + name + tail, " \t+\t" + name + tail + "\r\n",
-          "-    " + name + tail + "\n+    " + name + tail + "\n (2 plug-ins)\n", "\n\n+ " + name + tail}) {
-        EXPECT_TRUE(confirms(text)) << text;
-    }
-    for (const std::string& text : {
-             std::string(),
-             "     " + name + tail,
-             "-    " + name + tail,
-             "!+   " + name + tail,
-             "+    " + name + "er" + tail,
-             "+    " + name + " " + tail,
-             "+    " + name,
-             "+    an.other" + name + tail,
-             "+    an.other" + tail + "\n" + name + tail,
-             "+    " + name + "(1.0)\n" + tail,
-             "+    " + name + "(1.0)\tA1\t/home/me/Tarn wick.app/TarnwickFinderSync.appex",
+    const auto confirms = [](const char* pattern) {
+        const QString place = "/opt/Tarn wick.app/TarnwickFinderSync.appex";
+        const QString listing = QString(pattern).replace("NAME", identifier).replace("PLACE", place);
+        return confirmsExtension(listing.toStdString(), identifier, URL::file(place.toStdString()));
+    };
+    for (const char* listing : {
+             "+    NAME(1.0)\tA1\tPLACE",
+             "+NAME(1.0)\tA1\tPLACE",
+             " \t+\tNAME(1.0)\tA1\tPLACE\r\n",
+             "-    NAME(0.9)\tA1\tPLACE\n+    NAME(1.0)\tA2\tPLACE\n (2 plug-ins)\n",
+             "\n\n+ NAME(1.0)\tA1\tPLACE",
          }) {
-        EXPECT_FALSE(confirms(text)) << text;
+        EXPECT_TRUE(confirms(listing)) << listing;
     }
-    const URL foreign = URL::file("/opt/\xFF/TarnwickFinderSync.appex");
-    EXPECT_TRUE(confirmsExtension("+ " + name + "(1)\t/opt/\uFFFD/TarnwickFinderSync.appex", name, foreign));
+    for (const char* listing : {
+             "",
+             "     NAME(1.0)\tA1\tPLACE",
+             "-    NAME(1.0)\tA1\tPLACE",
+             "!+   NAME(1.0)\tA1\tPLACE",
+             "+    NAMEr(1.0)\tA1\tPLACE",
+             "+    NAME (1.0)\tA1\tPLACE",
+             "+    NAME",
+             "+    an.otherNAME(1.0)\tA1\tPLACE",
+             "+    an.other(1.0)\tA1\tPLACE\nNAME(1.0)\tA1\tPLACE",
+             "+    NAME(1.0)\nA1\tPLACE",
+             "+    NAME(1.0)\tA1\t/home/me/Tarn wick.app/TarnwickFinderSync.appex",
+         }) {
+        EXPECT_FALSE(confirms(listing)) << listing;
+    }
+    EXPECT_TRUE(confirmsExtension("+ an.extension(1)\t/opt/\uFFFD/it.appex", "an.extension",
+                                  URL::file("/opt/\xFF/it.appex")));
 }
 
 TEST(SleepUnlessCancelledTest, SleepsItsTimeUnlessCancelled) {
