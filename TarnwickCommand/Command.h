@@ -3,6 +3,7 @@
 #include "Foundation/URL.h"
 #include "History/UndoStore.h"
 #include "Process/Cancellation.h"
+#include "Tarnwick/Desktop/HelperLauncher.h"
 #include "TarnwickCommand/Output.h"
 
 namespace tarnwick {
@@ -17,6 +18,8 @@ struct CommandContext {
     const URL& toolDirectory;
     const Cancellation& cancellation;
     bool json = false;
+    /// Starts what keeps the backups; none where nothing is to keep them.
+    HelperLauncher* backupKeeper = nullptr;
 
     void throwIfCancelled() const {
         if (cancellation.isRequested()) {

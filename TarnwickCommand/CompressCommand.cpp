@@ -25,7 +25,8 @@ public:
     Batch(const CommandContext& context, std::vector<CollectedFile> files)
         : files_(std::move(files)), work_(context.cancellation),
           engine_(engineFor(context, work_.cancellation())),
-          reporter_(makeCompressReporter(context.output, context.json, files_)) {
+          reporter_(makeCompressReporter(context.output, context.json, files_)),
+          backupKeeper_(context.backupKeeper) {
         progress_.total = files_.size();
     }
 
@@ -60,6 +61,9 @@ private:
         reporter_->end(file, ending, progress_);
         if (ending.result && ending.result->undoRecord) {
             postNotification(NotificationName::historyDidChange);
+            if (backupKeeper_ != nullptr) {
+                backupKeeper_->launch();
+            }
         }
     }
 
@@ -75,6 +79,7 @@ private:
     QueuedWork work_;
     const CompressionEngine engine_;
     const std::unique_ptr<CompressReporter> reporter_;
+    HelperLauncher* const backupKeeper_;
     BatchProgress progress_;
     const UUID session_ = UUID::random();
 };

@@ -1,5 +1,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
+#include "Tarnwick/Desktop/ApplicationBundle.h"
+#include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/ClearCommand.h"
 #include "TarnwickCommand/CompressCommand.h"
@@ -57,7 +59,10 @@ int run(const Invocation& invocation, const Output& output) {
                                                : defaultToolDirectory(runningExecutable());
     const UndoStore undo(invocation.store ? std::optional(URL::file(*invocation.store)) : std::nullopt);
     try {
-        return dispatch(invocation, {output, undo, tools, interruption(), invocation.json});
+        BundleHelperLauncher keeper(ApplicationBundle(runningExecutable()).helperExecutable());
+        // It looks after the user's own store only.
+        return dispatch(invocation, {output, undo, tools, interruption(), invocation.json,
+                                     invocation.store ? nullptr : &keeper});
     } catch (const Cancelled&) {
         if (!invocation.json) {
             output.writeLine("已停止。");

@@ -10,6 +10,7 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
+#include "Foundation/WorkRegister.h"
 
 #include <utility>
 
@@ -54,14 +55,16 @@ CompressionEngine::CompressionEngine(const URL& toolDirectory, UndoStore undo, d
 
 CompressionResult CompressionEngine::compress(const URL& url, const UUID& sessionID) const {
     const Original original = examine(url);
-    const URL folder = url.deletingLastPathComponent();
-    const ScopedDirectory work(folder.appending(".tarnwick-" + UUID::random().text()));
+    // Without its note nobody would ever find a killed compression's folder, so then there is no compression.
+    const WorkNote note(url.deletingLastPathComponent(), WorkItem::directory);
+    const ScopedDirectory work(note.item());
     if (original.facts.kind == ImageKind::heic) {
         return compressHEIC(undo_, original, sessionID, work.url());
     }
+    const ToolRunner tools = tools_.holding(note);
     const ToolPaths paths(url, work.url());
-    const ResultValidation validation(tools_, thresholds_, original, paths.workDirectory());
-    const std::vector<Candidate> accepted = candidates({.tools = tools_,
+    const ResultValidation validation(tools, thresholds_, original, paths.workDirectory());
+    const std::vector<Candidate> accepted = candidates({.tools = tools,
                                                         .thresholds = thresholds_,
                                                         .original = original,
                                                         .input = paths.input(),

@@ -7,6 +7,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/FileVersion.h"
+#include "Foundation/WorkRegister.h"
 
 #include <exception>
 
@@ -15,7 +16,7 @@ namespace {
 
 void putBackupBack(const UndoStore& undo, const UndoRecord& record, const Original& original) {
     const URL folder = original.url.deletingLastPathComponent();
-    const ScopedFile copy(folder.appending("rollback." + UUID::random().text()));
+    const NotedFile copy(folder, WorkItem::rolledBackFile);
     copyFile(undo.backupURL(record), copy.url());
     if (hash(copy.url()) != original.hash) {
         throw CompressionError::validationFailed();

@@ -2,7 +2,6 @@
 
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
-#include "Foundation/UUID.h"
 
 #include <unistd.h>
 
@@ -25,8 +24,7 @@ ToolPaths::ToolPaths(const URL& original, const URL& workDirectory)
     if (isUTF8(original.path())) {
         return;
     }
-    const URL& links =
-        links_.emplace(temporaryDirectory().appending("tarnwick-links-" + UUID::random().text())).url();
+    const URL& links = links_.emplace(note_.emplace(temporaryDirectory(), WorkItem::links).item()).url();
     input_ = link(original, links.appending("original." + original.pathExtension()));
     workDirectory_ = link(workDirectory, links.appending("work"));
 }

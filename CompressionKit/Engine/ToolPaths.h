@@ -2,6 +2,7 @@
 
 #include "Foundation/Directory.h"
 #include "Foundation/URL.h"
+#include "Foundation/WorkRegister.h"
 
 #include <optional>
 
@@ -21,6 +22,7 @@ public:
     const URL& workDirectory() const noexcept { return workDirectory_; }
 
 private:
+    std::optional<WorkNote> note_;
     std::optional<ScopedDirectory> links_;
     URL input_;
     URL workDirectory_;

@@ -7,6 +7,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
+#include "Foundation/WorkRegister.h"
 #include "Inspection/ImageFacts.h"
 
 #include <unistd.h>
@@ -52,16 +53,12 @@ std::string hashOfSoundBackup(const URL& backup, const UndoRecord& record) {
     return backupHash;
 }
 
-/// A verified copy of the backup beside the file that it is about to become.
-URL copyBackup(const URL& backup, const URL& original, const std::string& originalHash) {
-    URL copy = original.deletingLastPathComponent().appending(".tarnwick-restore-" + UUID::random().text());
+/// Makes a verified copy of the backup beside the file that it is about to become.
+void copyBackup(const URL& backup, const URL& copy, const std::string& originalHash) {
     copyFile(backup, copy);
-    ScopedFile unverified(copy);
     if (hash(copy) != originalHash) {
         throw CompressionError::validationFailed();
     }
-    unverified.release();
-    return copy;
 }
 
 /// The very first backup makes the root: its name, and those of new folders above it, must outlast a power
@@ -265,7 +262,8 @@ void UndoStore::restoreInPlace(const UndoRecord& record, const std::string& orig
     if (itemExists(original)) {
         requireHash(original, record.replacementHash);
     }
-    const ScopedFile copy(copyBackup(backupURL(record), original, originalHash));
+    const NotedFile copy(original.deletingLastPathComponent(), WorkItem::restoredFile);
+    copyBackup(backupURL(record), copy.url(), originalHash);
     // Copying took a while: look again right before the move.
     if (itemExists(original)) {
         requireHash(original, record.replacementHash);
@@ -285,7 +283,8 @@ void UndoStore::restoreConverted(const UndoRecord& record, const std::string& or
     if (itemExists(original)) {
         requireHash(original, originalHash);
     } else {
-        const ScopedFile copy(copyBackup(backupURL(record), original, originalHash));
+        const NotedFile copy(original.deletingLastPathComponent(), WorkItem::restoredFile);
+        copyBackup(backupURL(record), copy.url(), originalHash);
         moveWhereAbsent(copy.url(), original);
         syncDirectory(original.deletingLastPathComponent());
     }

@@ -52,11 +52,18 @@ private:
 
 /// Standard input is empty: a tool must never eat what is meant for us. Further descriptors are closed, since
 /// what others open in our process, or handed down to it, may lack close-on-exec.
-int prepareStreams(SpawnActions& actions, const FileDescriptor& output, const FileDescriptor& errors) {
+int prepareDescriptors(SpawnActions& actions, const FileDescriptor& output, const FileDescriptor& errors,
+                       const FileDescriptor& held) {
     int code = posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), output.get(), STDOUT_FILENO);
     code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), errors.get(), STDERR_FILENO);
-    return code != 0 ? code : posix_spawn_file_actions_addclosefrom_np(actions.get(), STDERR_FILENO + 1);
+    int next = STDERR_FILENO + 1;
+    if (held) {
+        // The last one, as it may overwrite the original of another.
+        code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), held.get(), next);
+        ++next;
+    }
+    return code != 0 ? code : posix_spawn_file_actions_addclosefrom_np(actions.get(), next);
 }
 
 /// A group of its own, and the default handling of the signals that our own process may ignore or block.
@@ -83,7 +90,7 @@ bool isSet(const std::string& variable) {
 }
 
 pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, const FileDescriptor& output,
-            const FileDescriptor& errors, std::vector<std::string> variables) {
+            const FileDescriptor& errors, std::vector<std::string> variables, const FileDescriptor& held) {
     std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
     append(vector, arguments);
     std::vector<char*> environment;
@@ -96,7 +103,7 @@ pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, co
     SpawnActions actions;
     SpawnAttributes attributes;
     pid_t pid = -1;
-    int code = prepareStreams(actions, output, errors);
+    int code = prepareDescriptors(actions, output, errors, held);
     code = code != 0 ? code : prepareGroupAndSignals(attributes);
     code = code != 0 ? code
                      : ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), vector.data(),
@@ -123,8 +130,8 @@ int remainingMilliseconds(Clock::time_point start, Seconds timeout) {
 
 ChildProcess::ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
                            const FileDescriptor& output, const FileDescriptor& errors,
-                           const std::vector<std::string>& variables)
-    : pid_(spawn(executable, arguments, output, errors, variables)), pidfd_(openProcess(pid_)) {
+                           const std::vector<std::string>& variables, const FileDescriptor& held)
+    : pid_(spawn(executable, arguments, output, errors, variables, held)), pidfd_(openProcess(pid_)) {
     if (!pidfd_) {
         const int code = errno;
         ::kill(-pid_, SIGKILL);

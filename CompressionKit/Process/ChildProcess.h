@@ -17,10 +17,11 @@ class ChildProcess {
 public:
     /// Starts `executable` with `arguments` (an argument vector, never a shell), the two descriptors as its
     /// output streams, and this process's environment. Of `variables` ("NAME=value"), those are added whose
-    /// names the environment does not have. Throws FileSystemError.
+    /// names the environment does not have. `held`, if it is open, stays open in the child and in all that
+    /// the child starts. Throws FileSystemError.
     ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
                  const FileDescriptor& output, const FileDescriptor& errors,
-                 const std::vector<std::string>& variables = {});
+                 const std::vector<std::string>& variables = {}, const FileDescriptor& held = {});
     /// Kills the group and reaps the child when it still runs.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;

@@ -2,7 +2,6 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
-#include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "Foundation/UUID.h"
@@ -11,6 +10,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace tarnwick {
@@ -25,34 +25,51 @@ constexpr std::chrono::duration<double> terminationGrace{1.0};
 /// very processor that they wait for: two runs of pngquant at once took longer than one after another.
 const std::vector<std::string> environment = {"OMP_WAIT_POLICY=passive"};
 
-/// The two output streams of one run, in a private folder. Files, not pipes: a chatty tool can never block on
-/// them.
+/// The two output streams of one run. Files, not pipes: a chatty tool can never block on them. Their names go
+/// before the tool starts, so that whenever this process is killed, nothing of them is left.
 class ToolLog {
 public:
-    ToolLog()
-        : folder_(temporaryDirectory().appending("tarnwick-tool-" + UUID::random().text())),
-          output_(createLog("stdout")), errors_(createLog("stderr")) {}
+    ToolLog() {
+        const ScopedDirectory folder(
+            temporaryDirectory().appending("tarnwick-tool-" + UUID::random().text()));
+        output_ = createLog(folder.url().appending("stdout"));
+        errors_ = createLog(folder.url().appending("stderr"));
+    }
 
     const FileDescriptor& output() const { return output_; }
     const FileDescriptor& errors() const { return errors_; }
-    std::string readOutput(std::string_view name, std::size_t maximumBytes) const {
-        const Bytes bytes = readFilePrefix(folder_.url().appending(name), maximumBytes);
-        return decodeUTF8({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    }
 
 private:
-    FileDescriptor createLog(std::string_view name) const {
+    static FileDescriptor createLog(const URL& url) {
         try {
-            return createNewFile(folder_.url().appending(name), 0600);
+            return createNewFile(url, 0600);
         } catch (const FileSystemError&) {
             throw CompressionError::fileOperation("无法创建压缩组件日志");
         }
     }
 
-    ScopedDirectory folder_;
     FileDescriptor output_;
     FileDescriptor errors_;
 };
+
+std::string beginningOf(const FileDescriptor& log, std::size_t maximumBytes) {
+    std::string bytes(maximumBytes, '\0');
+    std::size_t held = 0;
+    while (held < maximumBytes) {
+        const ssize_t count =
+            ::pread(log.get(), bytes.data() + held, maximumBytes - held, static_cast<off_t>(held));
+        if (count == 0) {
+            break;
+        }
+        if (count > 0) {
+            held += static_cast<std::size_t>(count);
+        } else if (errno != EINTR) {
+            throw CompressionError::fileOperation("无法读取压缩组件日志：" + systemErrorText(errno));
+        }
+    }
+    bytes.resize(held);
+    return decodeUTF8(bytes);
+}
 
 } // namespace
 
@@ -60,7 +77,15 @@ ToolRunner::ToolRunner(URL directory, Cancellation cancellation, ToolBudget& bud
     : directory_(std::move(directory)), cancellation_(std::move(cancellation)), budget_(&budget) {}
 
 ToolRunner ToolRunner::cancelledBy(Cancellation cancellation) const {
-    return ToolRunner(directory_, std::move(cancellation), *budget_);
+    ToolRunner copy = *this;
+    copy.cancellation_ = std::move(cancellation);
+    return copy;
+}
+
+ToolRunner ToolRunner::holding(const WorkNote& note) const {
+    ToolRunner copy = *this;
+    copy.note_ = &note;
+    return copy;
 }
 
 bool ToolRunner::has(const std::string& tool) const {
@@ -78,7 +103,9 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     // Before the child, so that the child is gone when its share is given back.
     const ToolBudget::Share share = budget_->take(memory, cancellation_);
     const ToolLog log;
-    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(), environment);
+    static const FileDescriptor nothing;
+    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(), environment,
+                       note_ != nullptr ? note_->lock() : nothing);
     const auto wake = child.wait(std::chrono::duration<double>(timeout), cancellation_);
     if (wake != ChildProcess::Wake::exited) {
         child.stop(terminationGrace);
@@ -90,10 +117,10 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     }
     if (const int status = child.reap(); status != 0) {
         const std::string errors =
-            firstCharacters(log.readOutput("stderr", maximumErrorBytes), quotedErrorCharacters);
+            firstCharacters(beginningOf(log.errors(), maximumErrorBytes), quotedErrorCharacters);
         throw CompressionError::toolFailed(fmt::format("{}（退出码 {}）：{}", tool, status, errors));
     }
-    return log.readOutput("stdout", maximumOutputBytes);
+    return beginningOf(log.output(), maximumOutputBytes);
 }
 
 } // namespace tarnwick

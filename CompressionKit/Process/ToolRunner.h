@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Foundation/URL.h"
+#include "Foundation/WorkRegister.h"
 #include "Process/Cancellation.h"
 #include "Process/ToolBudget.h"
 
@@ -21,6 +22,9 @@ public:
 
     /// The same tools and budget with another cancellation.
     ToolRunner cancelledBy(Cancellation cancellation) const;
+    /// The same, but every tool that is run holds the note's item for as long as it runs, even when this
+    /// process has ended. The note must outlive all copies.
+    ToolRunner holding(const WorkNote& note) const;
     const Cancellation& cancellation() const noexcept { return cancellation_; }
 
     /// Whether the file of that name in the folder is executable.
@@ -41,6 +45,7 @@ private:
     URL directory_;
     Cancellation cancellation_;
     ToolBudget* budget_;
+    const WorkNote* note_ = nullptr;
 };
 
 } // namespace tarnwick

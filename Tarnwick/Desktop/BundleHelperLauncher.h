@@ -3,12 +3,10 @@
 #include "Foundation/URL.h"
 #include "Tarnwick/Desktop/HelperLauncher.h"
 
-#include <QtGlobal>
-
 namespace tarnwick {
 
-/// Starts the helper of an application bundle with "--maintain-backups", unless the one that it started
-/// before still runs.
+/// Starts the helper of an application bundle with "--maintain-backups", unless one is at work already. It
+/// outlives this program and its terminal, and keeps nothing of theirs open.
 class BundleHelperLauncher final : public HelperLauncher {
 public:
     /// `helper` is the helper's executable, see ApplicationBundle.
@@ -17,10 +15,10 @@ public:
     void launch() override;
 
 private:
-    bool isRunning() const;
-
     URL helper_;
-    qint64 process_ = 0;
 };
+
+/// What a helper locks (see FileLock) while it is at work.
+URL helperLockFile();
 
 } // namespace tarnwick

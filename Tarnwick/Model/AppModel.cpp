@@ -11,13 +11,13 @@
 #include "Tarnwick/Desktop/FileRevealer.h"
 #include "Tarnwick/Desktop/HelperLauncher.h"
 #include "Tarnwick/Desktop/WakeMonitor.h"
-#include "Tarnwick/Model/BackgroundWorker.h"
-#include "Tarnwick/Model/BackupMaintenance.h"
+#include "Tarnwick/Maintenance/BackgroundWorker.h"
+#include "Tarnwick/Maintenance/BackupMaintenance.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/Model/Conversions.h"
-#include "Tarnwick/Model/ErrorText.h"
 #include "Tarnwick/Model/HistoryLoading.h"
-#include "Tarnwick/Model/MainThreadExecutor.h"
 
 #include <asio/bind_executor.hpp>
 
@@ -59,9 +59,10 @@ struct AppModel::Work {
                          [&model](bool isStartup, const std::vector<HistoryEntry>& entries) {
                              model.historyLoaded(isStartup, entries);
                          }),
-          maintenance(
-              background, model.services_.clock, engine.undo(),
-              [&model](const std::set<UUID>& records) { model.tasks_.setAvailableBackups(records); }) {}
+          maintenance(background, model.services_.clock, engine.undo(),
+                      [&model](const BackupMaintenance::Findings& findings) {
+                          model.tasks_.setAvailableBackups(findings.records);
+                      }) {}
 
     const CompressionEngine engine;
     const Cancellation cancellation;

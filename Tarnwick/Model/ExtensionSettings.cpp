@@ -1,6 +1,6 @@
 #include "Tarnwick/Model/ExtensionSettings.h"
 
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 
 #include <algorithm>
 #include <exception>

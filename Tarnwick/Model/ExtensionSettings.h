@@ -2,8 +2,8 @@
 
 #include "Tarnwick/Desktop/ExtensionManagement.h"
 #include "Tarnwick/Desktop/FileManagerExtensions.h"
-#include "Tarnwick/Model/BackgroundWorker.h"
-#include "Tarnwick/Model/MainThreadExecutor.h"
+#include "Tarnwick/Maintenance/BackgroundWorker.h"
+#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 
 #include <QAbstractListModel>
 #include <QString>

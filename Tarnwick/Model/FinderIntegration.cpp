@@ -3,7 +3,7 @@
 #include "Tarnwick/Desktop/AlertPresenter.h"
 #include "Tarnwick/Desktop/Defaults.h"
 #include "Tarnwick/Desktop/ExtensionManagement.h"
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 
 #include <QDebug>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "Tarnwick/Model/HistoryLoading.h"
 
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 
 #include <QDebug>
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "Inspection/ImageRendering.h"
 #include "Tarnwick/Model/Conversions.h"
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 #include "Tarnwick/Views/PicturePyramid.h"
 
 #include <asio/bind_executor.hpp>

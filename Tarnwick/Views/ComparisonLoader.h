@@ -2,7 +2,7 @@
 
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ComparisonModel.h"
-#include "Tarnwick/Model/MainThreadExecutor.h"
+#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 #include "Tarnwick/Views/Picture.h"
 
 #include <QtQml/qqmlregistration.h>

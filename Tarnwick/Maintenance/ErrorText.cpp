@@ -1,7 +1,6 @@
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 
 #include "Foundation/CompressionError.h"
-#include "Tarnwick/Model/Conversions.h"
 
 namespace tarnwick {
 
@@ -14,7 +13,7 @@ std::string errorDescription(const std::exception_ptr& error) {
 }
 
 QString errorText(const std::exception_ptr& error) {
-    return toQString(errorDescription(error));
+    return QString::fromStdString(errorDescription(error));
 }
 
 } // namespace tarnwick

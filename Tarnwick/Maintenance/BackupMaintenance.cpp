@@ -1,16 +1,29 @@
-#include "Tarnwick/Model/BackupMaintenance.h"
+#include "Tarnwick/Maintenance/BackupMaintenance.h"
 
-#include "Tarnwick/Model/ErrorText.h"
+#include "Tarnwick/Maintenance/ErrorText.h"
 
 #include <QDebug>
 #include <algorithm>
 #include <utility>
 
 namespace tarnwick {
+namespace {
+
+std::vector<UndoRecord> backedUpRecords(const UndoStore& store) {
+    std::vector<UndoRecord> records = store.records();
+    std::erase_if(records, [&](const UndoRecord& record) {
+        return record.state != UndoRecord::State::committed || !store.hasBackup(record);
+    });
+    return records;
+}
+
+} // namespace
 
 BackupMaintenance::BackupMaintenance(BackgroundWorker& worker, Clock& clock, UndoStore store,
-                                     std::function<void(const std::set<UUID>&)> onBackups)
-    : worker_(worker), clock_(clock), store_(std::move(store)), onBackups_(std::move(onBackups)) {}
+                                     std::function<void(const Findings&)> onBackups,
+                                     std::function<void()> onFailure)
+    : worker_(worker), clock_(clock), store_(std::move(store)), onBackups_(std::move(onBackups)),
+      onFailure_(std::move(onFailure)) {}
 
 void BackupMaintenance::schedule() {
     wait_ = {};
@@ -22,10 +35,13 @@ void BackupMaintenance::schedule() {
 }
 
 BackupMaintenance::Findings BackupMaintenance::tidy(const UndoStore& store, Date now) {
+    const std::vector<UndoRecord> before = backedUpRecords(store);
     store.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, now);
     Findings findings;
-    for (const UndoRecord& record : store.records()) {
-        if (record.state == UndoRecord::State::committed && store.hasBackup(record)) {
+    for (const UndoRecord& record : before) {
+        if (!store.hasBackup(record)) {
+            findings.hasRemoved = true;
+        } else {
             const Date expiration = record.createdAt.adding(UndoStore::backupRetention);
             findings.records.insert(record.id);
             findings.nextExpiration = std::min(findings.nextExpiration.value_or(expiration), expiration);
@@ -40,6 +56,7 @@ void BackupMaintenance::pass() {
     worker_.run([store = store_, now = clock_.now()] { return tidy(store, now); },
                 [this](const std::exception_ptr& error, const Findings& findings) {
                     isAtWork_ = false;
+                    hasRemoved_ = hasRemoved_ || findings.hasRemoved;
                     passEnded(error, findings);
                 });
 }
@@ -49,11 +66,14 @@ void BackupMaintenance::passEnded(const std::exception_ptr& error, const Finding
         pass();
     } else if (error) {
         qWarning().noquote() << "无法清理原图备份：" + errorText(error);
+        onFailure_();
     } else {
-        onBackups_(findings.records);
         if (findings.nextExpiration) {
             waitUntil(*findings.nextExpiration);
         }
+        Findings all = findings;
+        all.hasRemoved = std::exchange(hasRemoved_, false);
+        onBackups_(all);
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Model/MainThreadExecutor.h"
+#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 
 #include <asio/post.hpp>
 #include <asio/thread_pool.hpp>

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Foundation/FileLock.h"
+#include "Foundation/URL.h"
+#include "History/Leftovers.h"
+#include "History/UndoStore.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/SystemClock.h"
+#include "Tarnwick/Maintenance/BackgroundWorker.h"
+#include "Tarnwick/Maintenance/BackupMaintenance.h"
+#include "Tarnwick/Maintenance/MainThreadExecutor.h"
+
+#include <exception>
+#include <functional>
+#include <optional>
+
+namespace tarnwick {
+
+/// Clears up after dead processes, and then removes the store's backups as they expire, until there is none.
+/// Belongs to the main thread, whose event loop it needs.
+class BackupKeeper {
+public:
+    /// `end` is called with the program's exit status when there is no more to do. `lock` is held until then.
+    BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::function<void(int)> end);
+
+private:
+    void removeLeftovers();
+    void leftoversRemoved(const std::exception_ptr& error, const Leftovers& leftovers);
+    void passEnded(const BackupMaintenance::Findings& findings);
+    void endUnlessNeeded();
+    bool takeLock();
+
+    UndoStore store_;
+    URL lockFile_;
+    std::optional<FileLock> lock_;
+    std::function<void(int)> end_;
+    SystemClock clock_;
+    DBusNotifications notifications_;
+    LogindWakeMonitor wake_;
+    MainThreadContext mainThread_;
+    BackgroundWorker worker_{mainThread_.executor()};
+    BackupMaintenance maintenance_;
+    Registration anotherLook_;
+    bool isLookingAgain_ = false;
+    Registration historyObservation_;
+    Registration undoObservation_;
+    Registration wakeObservation_;
+};
+
+} // namespace tarnwick

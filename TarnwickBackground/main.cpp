@@ -1,0 +1,80 @@
+#include "Foundation/CompressionError.h"
+#include "Tarnwick/Desktop/BundleHelperLauncher.h"
+#include "TarnwickBackground/BackupKeeper.h"
+#include "TarnwickBackground/TerminationSignals.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace tarnwick;
+
+constexpr int misuse = 2;
+constexpr auto help = "用法：TarnwickBackground --maintain-backups\n"
+                      "\n"
+                      "清理过期的原图备份，直到没有备份为止。由塔维克启动，通常无需手动运行。\n"
+                      "\n"
+                      "  --maintain-backups  清理备份\n"
+                      "  --version           显示版本\n"
+                      "  --help              显示帮助\n";
+
+/// There is seldom anybody to read standard error.
+void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
+    if (type != QtDebugMsg && type != QtInfoMsg) {
+        ::syslog(LOG_WARNING, "%s", message.toUtf8().constData());
+    }
+}
+
+int maintainBackups(int argc, char** argv) {
+    // What the starter's own parent has open, a pipe perhaps, would not be closed for hours.
+    ::closefrom(STDERR_FILENO + 1);
+    ::openlog("TarnwickBackground", LOG_PERROR, LOG_USER);
+    qInstallMessageHandler(logMessage);
+    TerminationSignals termination;
+    const URL lockFile = helperLockFile();
+    auto lock = FileLock::tryAcquire(lockFile);
+    if (!lock) {
+        return EXIT_SUCCESS;
+    }
+    const QCoreApplication application(argc, argv);
+    termination.observe([] { QCoreApplication::exit(EXIT_SUCCESS); });
+    const BackupKeeper keeper(UndoStore(), lockFile, std::move(*lock),
+                              [](int status) { QCoreApplication::exit(status); });
+    return QCoreApplication::exec();
+}
+
+int run(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    if (arguments == std::vector<std::string>{"--maintain-backups"}) {
+        return maintainBackups(argc, argv);
+    }
+    if (arguments == std::vector<std::string>{"--version"}) {
+        std::cout << "TarnwickBackground " TARNWICK_VERSION "\n";
+        return EXIT_SUCCESS;
+    }
+    if (arguments == std::vector<std::string>{"--help"}) {
+        std::cout << help;
+        return EXIT_SUCCESS;
+    }
+    std::cerr << help;
+    return misuse;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        ::syslog(LOG_ERR, "%s", errorDescription(error).c_str());
+        return EXIT_FAILURE;
+    }
+}
