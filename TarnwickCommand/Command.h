@@ -18,8 +18,10 @@ struct CommandContext {
     const URL& toolDirectory;
     const Cancellation& cancellation;
     bool json = false;
-    /// Starts what keeps the backups; none where nothing is to keep them.
+    /// Starts the helper that keeps the backups of the user's own store; none with any other store.
     HelperLauncher* backupKeeper = nullptr;
+
+    bool isOwnStore() const { return backupKeeper != nullptr; }
 
     void throwIfCancelled() const {
         if (cancellation.isRequested()) {

@@ -1,5 +1,7 @@
 #include "TarnwickCommand/MaintainCommand.h"
 
+#include "History/Leftovers.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 
 #include <fmt/format.h>
@@ -8,8 +10,28 @@
 #include <vector>
 
 namespace tarnwick {
+namespace {
+
+void tidyAfterDeadProcesses(const CommandContext& context) {
+    const Leftovers leftovers = removeLeftovers(context.undo);
+    if (leftovers.settledRecords > 0) {
+        postNotification(NotificationName::historyDidChange);
+    }
+    if (leftovers.removed > 0 || leftovers.settledRecords > 0) {
+        context.output.writeLine(fmt::format("已清理 {} 个意外中断留下的文件，处理 {} 条未完成的记录。",
+                                             leftovers.removed, leftovers.settledRecords));
+    }
+    for (const std::string& problem : leftovers.problems) {
+        printError(problem);
+    }
+}
+
+} // namespace
 
 int runMaintain(const CommandContext& context) {
+    if (context.isOwnStore()) {
+        tidyAfterDeadProcesses(context);
+    }
     std::vector<UndoRecord> backedUp = context.undo.records();
     std::erase_if(backedUp, [&](const UndoRecord& record) { return !context.undo.hasBackup(record); });
     context.undo.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, Date::now());

@@ -60,7 +60,6 @@ int run(const Invocation& invocation, const Output& output) {
     const UndoStore undo(invocation.store ? std::optional(URL::file(*invocation.store)) : std::nullopt);
     try {
         BundleHelperLauncher keeper(ApplicationBundle(runningExecutable()).helperExecutable());
-        // It looks after the user's own store only.
         return dispatch(invocation, {output, undo, tools, interruption(), invocation.json,
                                      invocation.store ? nullptr : &keeper});
     } catch (const Cancelled&) {

@@ -4,6 +4,7 @@
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "Support/EngineFixture.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/JPEGMaker.h"
 #include "Support/PNGMaker.h"
 #include "Support/Unprivileged.h"
@@ -165,6 +166,10 @@ TEST_F(CompressionEngineTest, TellsAFolderThatCannotBeWrittenAndAFileThatCannotB
     const URL secret = picture("secret.png", large);
     ::chmod(secret.c_str(), 0);
     ::chmod(pictures.url().c_str(), 0555);
+    const URL everyones = home / "data";
+    createDirectories(everyones);
+    ::chmod(everyones.c_str(), 0777);
+    const EnvironmentVariable data("XDG_DATA_HOME", everyones.path());
     const auto report = [&](const URL& url) {
         return unprivileged([&] {
             try {
@@ -180,6 +185,15 @@ TEST_F(CompressionEngineTest, TellsAFolderThatCannotBeWrittenAndAFileThatCannotB
     EXPECT_THAT(report(secret), testing::AllOf(HasSubstr(secret.path()), HasSubstr("Permission denied")));
     EXPECT_EQ(contents(photo), text(large));
     EXPECT_EQ(pictures.listing(), "photo.png secret.png");
+}
+
+TEST_F(CompressionEngineTest, DoesNotBeginWhatItCannotNoteDown) {
+    const URL photo = picture("photo.png", large);
+    const EnvironmentVariable data("XDG_DATA_HOME", home.file("data", "no folder").path());
+    EXPECT_THAT(failure(photo), HasSubstr((home / "data/Tarnwick/Work").path()));
+    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(pictures.listing(), "photo.png");
+    EXPECT_THAT(tools.runs(), testing::IsEmpty());
 }
 
 } // namespace

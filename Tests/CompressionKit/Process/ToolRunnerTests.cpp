@@ -2,6 +2,7 @@
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "Process/ToolRunner.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/FakeTools.h"
 #include "Support/Unprivileged.h"
 
@@ -182,6 +183,19 @@ TEST_F(ToolRunnerTest, HandsNothingOfOursDown) {
     if (savedInput) {
         ::dup2(savedInput.get(), STDIN_FILENO);
     }
+}
+
+TEST_F(ToolRunnerTest, AToolKeepsHoldOfTheItemThatItWorksOn) {
+    const EnvironmentVariable data("XDG_DATA_HOME", (folder_ / "data").path());
+    FileDescriptor below(::dup(STDIN_FILENO));
+    const WorkNote note(folder_.url(), WorkItem::directory);
+    tools_.script("oxipng", {{"report-descriptors"}});
+    EXPECT_EQ(ToolRunner(tools_.folder()).holding(note).run("oxipng", {}, 60), "0 1 2 3 ");
+    // Now the logs' numbers are below the lock's, as those of what was opened before it may be.
+    below.reset();
+    const Cancellation cancellation;
+    EXPECT_EQ(ToolRunner(tools_.folder()).holding(note).cancelledBy(cancellation).run("oxipng", {}, 60),
+              "0 1 2 3 ");
 }
 
 TEST_F(ToolRunnerTest, CancellationEndsARunningToolAndLetsNoneStart) {

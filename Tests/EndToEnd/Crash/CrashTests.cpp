@@ -2,6 +2,7 @@
 #include "CrashWorld.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
+#include "History/Leftovers.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -93,6 +94,18 @@ std::string checkReturned(const CrashWorld& world, const Pictures& /*pictures*/)
     return "nothing yet; the original was restored";
 }
 
+/// As the helper does when it starts.
+void tidy(const CrashWorld& world) {
+    const Leftovers leftovers = removeLeftovers(world.store(), world.workRegister());
+    EXPECT_THAT(leftovers.problems, IsEmpty());
+    EXPECT_FALSE(leftovers.isHeld);
+    EXPECT_THAT(world.leftovers(), testing::Not(testing::HasSubstr("#")));
+    for (const UndoRecord& record : world.store().readRecords()) {
+        EXPECT_EQ(record.state, UndoRecord::State::committed);
+        EXPECT_THAT(entries(world.store().root().appending(record.sessionID.text())).size(), testing::Le(2U));
+    }
+}
+
 struct Operation {
     std::string title;
     std::string command;
@@ -152,6 +165,10 @@ bool crash(const Operation& operation, const Pictures& pictures, int number, boo
     }
     EXPECT_EQ(outcome.trace.size(), static_cast<std::size_t>(number));
     const std::string leftovers = world.leftovers();
+    // What is on the disk after one call is there before the next, so that both ways are tried on it.
+    if (!isBefore) {
+        tidy(world);
+    }
     const std::string what = operation.check(world, pictures);
     printKillPoint(operation, world, number, isBefore, outcome.trace.back(), leftovers, what);
     return true;

@@ -17,11 +17,12 @@ namespace tarnwick::test {
 namespace {
 
 /// Returns how the program ended. The tools that a killed driver leaves behind are waited for too.
-int runAndWait(const std::vector<std::string>& words, const URL& temporary) {
+int runAndWait(const std::vector<std::string>& words, const URL& temporary, const URL& data) {
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t child = ::fork();
     if (child == 0) {
         ::setenv("TMPDIR", temporary.c_str(), 1);
+        ::setenv("XDG_DATA_HOME", data.c_str(), 1);
         std::vector<char*> arguments;
         arguments.reserve(words.size() + 1);
         for (const std::string& word : words) {
@@ -92,7 +93,7 @@ Outcome CrashWorld::run(const std::string& operation, int number, bool isBefore)
     }
     words.push_back(store().root().path());
     words.push_back(tools_.folder().path());
-    const int status = runAndWait(words, home_ / "tmp");
+    const int status = runAndWait(words, home_ / "tmp", home_ / "data");
     const bool isKilled = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
     if (!isKilled && status != 0) {
         throw std::runtime_error("the crash driver failed");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CrashTrace.h"
+#include "Foundation/WorkRegister.h"
 #include "History/UndoStore.h"
 #include "Support/FakeTools.h"
 #include "Support/TemporaryFolder.h"
@@ -47,6 +48,7 @@ public:
     /// The name at which the result appears.
     URL resultFile() const;
     UndoStore store() const { return UndoStore(home_ / "data/Undo"); }
+    WorkRegister workRegister() const { return WorkRegister(home_ / "data/Tarnwick/Work"); }
     std::string original() const { return original_; }
     /// What the user finds: the picture, and everything else in its folder with unique names shortened.
     std::string leftovers() const;
