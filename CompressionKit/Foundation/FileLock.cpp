@@ -1,6 +1,7 @@
 #include "Foundation/FileLock.h"
 
 #include "Foundation/Directory.h"
+#include "Foundation/DurableDirectory.h"
 #include "Foundation/FileSystemError.h"
 
 #include <fcntl.h>
@@ -30,7 +31,7 @@ bool tryLock(const FileDescriptor& file, const URL& url) {
 }
 
 std::optional<FileLock> FileLock::tryAcquire(const URL& file) {
-    createDirectories(file.deletingLastPathComponent(), 0700);
+    createDurably(file.deletingLastPathComponent());
     FileDescriptor descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!descriptor) {
         throw FileSystemError("无法创建文件", file, errno);

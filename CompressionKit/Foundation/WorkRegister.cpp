@@ -2,6 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/DurableDirectory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileLock.h"
 #include "Foundation/FileSystemError.h"
@@ -196,7 +197,7 @@ WorkNote::WorkNote(const URL& folder, WorkItem kind) {
     const UUID id = UUID::random();
     note_ = notes.appending(id.text());
     item_ = folder.appending(nameOf(kind, id));
-    createDirectories(notes, 0700);
+    createDurably(notes);
     lock_ = createLocked(note_);
     ScopedFile unfinished(note_);
     write(lock_, note_, item_);

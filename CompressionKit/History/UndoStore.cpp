@@ -2,6 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/DurableDirectory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
@@ -59,18 +60,6 @@ void copyBackup(const URL& backup, const URL& copy, const std::string& originalH
     if (hash(copy) != originalHash) {
         throw CompressionError::validationFailed();
     }
-}
-
-/// The very first backup makes the root: its name, and those of new folders above it, must outlast a power
-/// cut as surely as what it holds.
-void createDurably(const URL& folder) {
-    if (itemExists(folder)) {
-        return;
-    }
-    const URL parent = folder.deletingLastPathComponent();
-    createDurably(parent);
-    createDirectories(folder, privateFolder);
-    syncDirectory(parent);
 }
 
 void requireHash(const URL& url, const std::string& expected) {

@@ -1,7 +1,7 @@
 #include "Scheduling/ExecutionPermit.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
+#include "Foundation/DurableDirectory.h"
 #include "Foundation/SHA256.h"
 #include "Scheduling/Interruption.h"
 
@@ -87,7 +87,7 @@ ExecutionPermit::ExecutionPermit(const URL& directory, const std::string& key, i
     if (capacity < 0) {
         std::abort();
     }
-    createDirectories(directory, 0700);
+    createDurably(directory);
     fileDescriptor_ = openLock(directory.appending("file-" + SHA256::hexDigest(key) + ".lock"));
     // The file comes first, so that whoever waits for a busy file occupies no slot.
     lockFile(fileDescriptor_, stop);

@@ -23,9 +23,12 @@ function check_folder(header, here,   there) {
     else if (here == "Scheduling" && there == "Engine") violation("Scheduling and Engine do not know each other")
 }
 
-# The application's folders, from the window down: Views, Model, Desktop.
+# The application's folders, from the window down: Views, Model, Maintenance, Desktop.
 function check_application(header) {
     if (header ~ /^TarnwickCommand\//) violation("Tarnwick does not know TarnwickCommand")
+    if (header ~ /^TarnwickBackground\//) violation("Tarnwick does not know TarnwickBackground")
+    if (FILENAME ~ /^Tarnwick\/Maintenance\// && header ~ /^Tarnwick\/(Model|Views)\//)
+        violation("Maintenance knows no window and no model: " header)
     if (FILENAME ~ /^Tarnwick\/(Model|Desktop)\// && header ~ /^Tarnwick\/Views\//)
         violation("only the window knows Views")
     if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
@@ -34,6 +37,7 @@ function check_application(header) {
         violation("of Tarnwick, Desktop alone knows TarnwickFinderSync")
     if (FILENAME !~ /^Tarnwick\/Desktop\//) return
     if (header ~ /^Tarnwick\/Model\//) violation("Desktop stands above Model and does not know it")
+    if (header ~ /^Tarnwick\/Maintenance\//) violation("Desktop stands above Maintenance and does not know it")
     sub(/\/.*/, "", header)
     if (header in place && header != "Foundation") violation("of CompressionKit, Desktop knows Foundation only")
 }
@@ -87,6 +91,11 @@ FILENAME ~ /CMakeLists\.txt$/ {
     if (FILENAME ~ /^TarnwickCommand\// && header ~ /^(Tarnwick|Model|Desktop|Views|\.\.\/Tarnwick)\// &&
         header !~ /^Tarnwick\/Desktop\//)
         violation("of Tarnwick, TarnwickCommand knows Desktop only")
+    if (FILENAME ~ /^TarnwickBackground\// && header ~ /^(Tarnwick|TarnwickCommand)\// &&
+        header !~ /^Tarnwick\/(Desktop|Maintenance)\//)
+        violation("TarnwickBackground knows Desktop and Maintenance of Tarnwick only")
+    if (FILENAME ~ /^TarnwickCommand\// && header ~ /^TarnwickBackground\//)
+        violation("TarnwickCommand does not know TarnwickBackground")
     if (FILENAME ~ /^Tarnwick\//) check_application(header)
     if (FILENAME ~ /^TarnwickFinderSync\//) check_finder_sync(header)
     check_library(header, home())
