@@ -2,9 +2,11 @@
 //
 //   desktop-peer post                 posts historyDidChange without any application object
 //   desktop-peer observe              prints "ready", and "heard" at the first undoDidChange, and ends
-//   desktop-peer --maintain-backups   writes its arguments to "<itself>.log"; ends when "<itself>.stop" is
-//   there
+//   desktop-peer --maintain-backups   unless the helper's lock is held: takes it, writes its arguments to
+//   "<itself>.log", and ends when "<itself>.stop" is there
 
+#include "Foundation/FileLock.h"
+#include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusNotifications.h"
 
 #include <QCoreApplication>
@@ -31,6 +33,10 @@ int observe(int argc, char** argv) {
 }
 
 int maintain(const std::string& itself, const std::string& argument) {
+    const auto lock = FileLock::tryAcquire(helperLockFile());
+    if (!lock) {
+        return 0;
+    }
     std::ofstream(itself + ".log", std::ios::app) << argument << std::endl;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!std::filesystem::exists(itself + ".stop") && std::chrono::steady_clock::now() < deadline) {

@@ -1,4 +1,6 @@
 #include "Foundation/Directory.h"
+#include "Foundation/FileLock.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
@@ -172,6 +174,8 @@ TEST(ApplicationBundleTest, KnowsItsParts) {
 
 TEST(HelperLauncherTest, StartsOneHelperAtATime) {
     const TemporaryFolder folder;
+    const TemporaryFolder data;
+    const EnvironmentVariable home("XDG_DATA_HOME", data.url().path());
     const URL helper = folder / "TarnwickBackground";
     const URL log = folder / "TarnwickBackground.log";
     const auto runs = [&] { return itemExists(log) ? contents(log) : ""; };
@@ -185,8 +189,13 @@ TEST(HelperLauncherTest, StartsOneHelperAtATime) {
     launcher.launch();
     QTest::qWait(100);
     EXPECT_EQ(runs(), once);
+    const URL stop = folder.file("TarnwickBackground.stop", "");
+    EXPECT_TRUE(waitUntil([] { return !FileLock::isHeld(helperLockFile()); }));
+    removeFile(stop);
+    launcher.launch();
+    EXPECT_TRUE(waitUntil([&] { return runs() == once + once; }));
     folder.file("TarnwickBackground.stop", "");
-    EXPECT_TRUE(waitUntil([&] { return launcher.launch(), runs() == once + once; }));
+    EXPECT_TRUE(waitUntil([] { return !FileLock::isHeld(helperLockFile()); }));
 
     const URL broken = folder.file("broken", "no program");
     const Log logged;
