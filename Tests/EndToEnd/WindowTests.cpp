@@ -3,6 +3,7 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/FileLock.h"
 #include "Foundation/FileOperations.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
@@ -296,8 +297,13 @@ TEST(ApplicationTests, aSecondStartHandsItsFilesToTheFirst) {
     ASSERT_TRUE(second.waitForFinished(30'000));
     EXPECT_EQ(second.exitCode(), 0);
     EXPECT_TRUE(QTest::qWaitFor([&] { return fileSize(picture) < bytes; }, 60'000));
+    const auto isKept = [] { return FileLock::isHeld(helperLockFile()); };
+    EXPECT_TRUE(QTest::qWaitFor(isKept, 30'000)) << "nobody keeps the backup";
     first.terminate();
     EXPECT_TRUE(first.waitForFinished(10'000));
+    UndoStore().removeAll();
+    postNotification(NotificationName::undoDidChange);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !isKept(); }, 30'000)) << "the helper outlives the test";
 }
 
 } // namespace
