@@ -7,6 +7,8 @@ namespace tarnwick {
 
 void createDurably(const URL& folder) {
     if (itemExists(folder)) {
+        // Refuses what is no folder.
+        createDirectories(folder);
         return;
     }
     const URL parent = folder.deletingLastPathComponent();
