@@ -27,7 +27,7 @@ namespace {
 
 constexpr std::array kinds = {WorkItem::directory, WorkItem::links, WorkItem::restoredFile,
                               WorkItem::rolledBackFile};
-constexpr std::time_t longestAbsence = 30 * 86'400;
+constexpr auto longestAbsence = std::time_t{30} * 86'400;
 constexpr std::size_t maximumNoteBytes = 65'536;
 
 std::string nameOf(WorkItem kind, const UUID& id) {
