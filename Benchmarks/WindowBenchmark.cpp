@@ -12,8 +12,10 @@
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
 #include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <QElapsedTimer>
@@ -110,7 +112,10 @@ int measure(const QElapsedTimer& sinceStart, const URL& folder) {
     AppModel model({queue, notifications, wake, helper, chooser, revealer, clock},
                    CompressionEngine(folder, UndoStore(folder.appending("Undo")), 60, 70, 70, cancellation),
                    cancellation);
-    const MainWindow window(model, chooser);
+    MenuExtensions extensions({folder.appending("absent"), UserDirectories::fromEnvironment()});
+    ExtensionSettings extensionSettings(extensions);
+    QuickAlertPresenter alerts;
+    const MainWindow window({model, chooser, alerts, extensionSettings});
     qint64 firstFrame = -1;
     QObject::connect(window.window(), &QQuickWindow::frameSwapped, &model,
                      [&] { firstFrame = firstFrame < 0 ? sinceStart.elapsed() : firstFrame; });
