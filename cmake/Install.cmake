@@ -1,0 +1,95 @@
+# Installation. The assembled tree goes to <prefix>/lib/tarnwick as it is; around it stands what the desktop, the shells
+# and man look for. Two parts of it know absolute paths and what differs with them:
+#   System     the desktop entry with D-Bus activation, the D-Bus service, the user's unit: for a fixed prefix
+#   Portable   a desktop entry that starts the program from the PATH, for a tree that may be unpacked anywhere
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME Tarnwick)
+set(TARNWICK_RELEASE_DATE 2026-11-21)
+set(TARNWICK_TOOLS pngquant oxipng cjpegli gifsicle ssimulacra2)
+
+set(contents lib/tarnwick/Tarnwick.app/Contents)
+set(packaging "${PROJECT_SOURCE_DIR}/Packaging")
+set(made "${PROJECT_BINARY_DIR}/Packaging")
+
+# The programs, and what has to be built for an installation.
+install(TARGETS tarnwick_application tarnwick DESTINATION ${contents}/Linux)
+add_custom_target(tarnwick_installed DEPENDS tarnwick_application tarnwick)
+if(TARGET tarnwick_background)
+    install(TARGETS tarnwick_background
+        DESTINATION ${contents}/Library/LoginItems/TarnwickBackground.app/Contents/Linux)
+    add_dependencies(tarnwick_installed tarnwick_background)
+endif()
+if(TARGET tarnwick_pluginkit)
+    install(TARGETS tarnwick_pluginkit
+        DESTINATION ${contents}/PlugIns/TarnwickFinderSync.appex/Contents/Linux)
+    add_dependencies(tarnwick_installed tarnwick_pluginkit)
+endif()
+
+# Real files, whatever Vendor/Bin links to.
+install(CODE "set(tools ${TARNWICK_TOOLS})
+set(folder \"${PROJECT_SOURCE_DIR}/Vendor/Bin\")
+set(destination \"\${CMAKE_INSTALL_PREFIX}/${contents}/Resources/Tools\")")
+install(CODE [[foreach(tool IN LISTS tools)
+    file(REAL_PATH "${folder}/${tool}" program)
+    if(NOT EXISTS "${program}")
+        message(FATAL_ERROR "${tool} is missing in ${folder}; Vendor/provision gets it.")
+    endif()
+    file(INSTALL DESTINATION "${destination}" TYPE PROGRAM RENAME ${tool} FILES "${program}")
+endforeach()]])
+
+# Two commands that differed in their case only would be mixed up, so the window's has a name of its own.
+file(MAKE_DIRECTORY "${made}/bin")
+file(CREATE_LINK "../${contents}/Linux/tarnwick" "${made}/bin/tarnwick" SYMBOLIC)
+file(CREATE_LINK "../${contents}/Linux/Tarnwick" "${made}/bin/tarnwick-window" SYMBOLIC)
+install(FILES "${made}/bin/tarnwick" "${made}/bin/tarnwick-window" DESTINATION bin)
+
+# With the version and date of this release, and as gzip writes it without a time of its own.
+find_program(GZIP gzip REQUIRED)
+function(tarnwick_compressed source name destination component)
+    get_filename_component(folder "${made}/${name}" DIRECTORY)
+    configure_file("${source}" "${made}/${name}" @ONLY)
+    execute_process(COMMAND "${GZIP}" -9nc "${made}/${name}" OUTPUT_FILE "${made}/${name}.gz" COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES "${made}/${name}.gz" DESTINATION "${destination}"
+        COMPONENT ${component})
+endfunction()
+tarnwick_compressed("${packaging}/Manual/tarnwick.1.in" man1/tarnwick.1 share/man/man1 Tarnwick)
+tarnwick_compressed("${packaging}/Manual/tarnwick-window.1" man1/tarnwick-window.1 share/man/man1 Tarnwick)
+tarnwick_compressed("${packaging}/Manual/zh_CN/tarnwick.1.in" zh_CN/man1/tarnwick.1 share/man/zh_CN/man1 Tarnwick)
+tarnwick_compressed("${packaging}/Manual/tarnwick-window.1" zh_CN/man1/tarnwick-window.1 share/man/zh_CN/man1 Tarnwick)
+
+install(FILES "${packaging}/Completions/tarnwick.bash" DESTINATION share/bash-completion/completions RENAME tarnwick)
+install(FILES "${packaging}/Completions/_tarnwick" DESTINATION share/zsh/vendor-completions)
+install(FILES "${packaging}/Completions/tarnwick.fish" DESTINATION share/fish/vendor_completions.d)
+
+foreach(size 16 22 24 32 48 64 128 256 512)
+    install(FILES "${packaging}/Icons/${size}.png" DESTINATION share/icons/hicolor/${size}x${size}/apps
+        RENAME app.tarnwick.Tarnwick.png)
+endforeach()
+install(FILES "${packaging}/Icons/app.tarnwick.Tarnwick.svg" DESTINATION share/icons/hicolor/scalable/apps)
+
+configure_file("${packaging}/Desktop/app.tarnwick.Tarnwick.metainfo.xml.in"
+    "${made}/app.tarnwick.Tarnwick.metainfo.xml" @ONLY)
+install(FILES "${made}/app.tarnwick.Tarnwick.metainfo.xml" DESTINATION share/metainfo)
+install(FILES "${packaging}/debian/copyright" DESTINATION share/doc/tarnwick)
+
+set(entry "${packaging}/Desktop/app.tarnwick.Tarnwick.desktop")
+set(activation "${packaging}/Desktop/activation.desktop")
+install(FILES "${entry}" DESTINATION share/applications COMPONENT Portable EXCLUDE_FROM_ALL)
+install(FILES "${packaging}/Portable/README" DESTINATION . COMPONENT Portable EXCLUDE_FROM_ALL)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${entry}" "${activation}")
+file(READ "${entry}" entry)
+file(READ "${activation}" activation)
+file(CONFIGURE OUTPUT "${made}/app.tarnwick.Tarnwick.desktop" CONTENT "${entry}${activation}" @ONLY)
+install(FILES "${made}/app.tarnwick.Tarnwick.desktop" DESTINATION share/applications COMPONENT System)
+
+# The prefix is known for good only when the installation runs.
+function(tarnwick_install_placed name destination)
+    install(CODE "set(source \"${packaging}/Desktop/${name}.in\")
+set(made \"${made}/placed/${name}\")
+set(contents \"\${CMAKE_INSTALL_PREFIX}/${contents}\")
+configure_file(\"\${source}\" \"\${made}\" @ONLY)
+file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${destination}\" TYPE FILE FILES \"\${made}\")" COMPONENT System)
+endfunction()
+tarnwick_install_placed(app.tarnwick.Tarnwick.service share/dbus-1/services)
+if(TARGET tarnwick_background)
+    tarnwick_install_placed(tarnwick-background.service lib/systemd/user)
+endif()
