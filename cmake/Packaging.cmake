@@ -35,9 +35,9 @@ set(depends
     qml6-module-qt-labs-folderlistmodel qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-dialogs qml6-module-qtquick-layouts
     qml6-module-qtquick-templates qml6-module-qtquick-window)
-# From Debian 13 on, libheif decodes HEIC by a plug-in of its own package.
+# From Debian 13 on, plug-ins that came with libheif and Qt SVG are packages of their own.
 if(release GREATER_EQUAL 13)
-    list(APPEND depends libheif-plugin-libde265)
+    list(APPEND depends libheif-plugin-libde265 qt6-svg-plugins)
 endif()
 list(JOIN depends ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
