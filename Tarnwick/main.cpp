@@ -14,6 +14,7 @@
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
 #include "Tarnwick/Model/FinderIntegration.h"
+#include "Tarnwick/Model/OpenedFiles.h"
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <QCommandLineParser>
@@ -23,27 +24,37 @@
 
 namespace {
 
-QList<QUrl> filesGiven(const QGuiApplication& application) {
+struct Request {
+    QList<QUrl> files;
+    /// The user asked for the files' compression, and didn't only open them.
+    bool isAskedFor = true;
+};
+
+Request requestOf(const QGuiApplication& application) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("压缩图片，画质不变。"));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("图片"), QStringLiteral("要压缩的图片"),
                                  QStringLiteral("[图片…]"));
+    const QCommandLineOption open(QStringLiteral("open"), QStringLiteral("压缩前先询问"));
+    parser.addOption(open);
     parser.process(application);
-    QList<QUrl> files;
+    Request request = {.files = {}, .isAskedFor = !parser.isSet(open)};
     for (const QString& argument : parser.positionalArguments()) {
-        files.append(QUrl::fromUserInput(argument, QDir::currentPath(), QUrl::AssumeLocalFile));
+        request.files.append(QUrl::fromUserInput(argument, QDir::currentPath(), QUrl::AssumeLocalFile));
     }
-    return files;
+    return request;
 }
 
 void connectInstance(tarnwick::ApplicationInstance& instance, tarnwick::MainWindow& window,
-                     tarnwick::AppModel& model, tarnwick::ExtensionSettings& extensionSettings) {
+                     tarnwick::AppModel& model, tarnwick::OpenedFiles& openedFiles,
+                     tarnwick::ExtensionSettings& extensionSettings) {
     using tarnwick::ApplicationInstance;
     QObject::connect(&instance, &ApplicationInstance::activated, &window, &tarnwick::MainWindow::raise);
-    QObject::connect(&instance, &ApplicationInstance::filesOpened, &model,
-                     [&model](const QList<QUrl>& urls) { model.add(urls); });
+    QObject::connect(
+        &instance, &ApplicationInstance::filesOpened, &model,
+        [&openedFiles](const QList<QUrl>& urls, bool isAskedFor) { openedFiles.open(urls, isAskedFor); });
     // The actions of the desktop entry.
     QObject::connect(&instance, &ApplicationInstance::actionRequested, &model,
                      [&model, &extensionSettings](const QString& name) {
@@ -55,7 +66,7 @@ void connectInstance(tarnwick::ApplicationInstance& instance, tarnwick::MainWind
                      });
 }
 
-int runWindow(tarnwick::ApplicationInstance& instance, const QList<QUrl>& files) {
+int runWindow(tarnwick::ApplicationInstance& instance, const Request& request) {
     using namespace tarnwick;
     const auto bundle = ApplicationBundle::running();
     DBusNotifications notifications;
@@ -81,11 +92,10 @@ int runWindow(tarnwick::ApplicationInstance& instance, const QList<QUrl>& files)
     QObject::connect(&window, &MainWindow::finderEnableRequested, [&finder] { finder.enableFromMenu(); });
     QObject::connect(&window, &MainWindow::finderSettingsRequested, &extensionSettings,
                      &ExtensionSettings::showExtensionManagementInterface);
-    connectInstance(instance, window, model, extensionSettings);
+    OpenedFiles openedFiles(model, alerts);
+    connectInstance(instance, window, model, openedFiles, extensionSettings);
     finder.registerAtStartUp();
-    if (!files.isEmpty()) {
-        model.add(files);
-    }
+    openedFiles.open(request.files, request.isAskedFor);
     return QGuiApplication::exec();
 }
 
@@ -96,11 +106,11 @@ int main(int argc, char** argv) {
     QGuiApplication::setApplicationName(QStringLiteral("Tarnwick"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.tarnwick.Tarnwick"));
-    const QList<QUrl> files = filesGiven(application);
+    const Request request = requestOf(application);
     tarnwick::ApplicationInstance instance;
-    if (instance.start(files) == tarnwick::ApplicationInstance::Role::second) {
+    if (instance.start(request.files, request.isAskedFor) == tarnwick::ApplicationInstance::Role::second) {
         return EXIT_SUCCESS;
     }
     tarnwick::MainWindow::prepareApplication();
-    return runWindow(instance, files);
+    return runWindow(instance, request);
 }

@@ -12,17 +12,13 @@ set(made "${PROJECT_BINARY_DIR}/Packaging")
 
 # The programs, and what has to be built for an installation.
 install(TARGETS tarnwick_application tarnwick DESTINATION ${contents}/Linux)
-add_custom_target(tarnwick_installed DEPENDS tarnwick_application tarnwick)
-if(TARGET tarnwick_background)
-    install(TARGETS tarnwick_background
-        DESTINATION ${contents}/Library/LoginItems/TarnwickBackground.app/Contents/Linux)
-    add_dependencies(tarnwick_installed tarnwick_background)
-endif()
-if(TARGET tarnwick_pluginkit)
-    install(TARGETS tarnwick_pluginkit
-        DESTINATION ${contents}/PlugIns/TarnwickFinderSync.appex/Contents/Linux)
-    add_dependencies(tarnwick_installed tarnwick_pluginkit)
-endif()
+install(TARGETS tarnwick_background
+    DESTINATION ${contents}/Library/LoginItems/TarnwickBackground.app/Contents/Linux)
+set(extension PlugIns/TarnwickFinderSync.appex/Contents)
+install(TARGETS tarnwick_pluginkit DESTINATION ${contents}/${extension}/Linux)
+install(FILES "${TARNWICK_BUNDLE}/${extension}/Info.plist" DESTINATION ${contents}/${extension})
+add_custom_target(tarnwick_installed
+    DEPENDS tarnwick_application tarnwick tarnwick_background tarnwick_pluginkit)
 
 # Real files, whatever Vendor/Bin links to.
 install(CODE "set(tools ${TARNWICK_TOOLS})
@@ -90,6 +86,4 @@ configure_file(\"\${source}\" \"\${made}\" @ONLY)
 file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${destination}\" TYPE FILE FILES \"\${made}\")" COMPONENT System)
 endfunction()
 tarnwick_install_placed(app.tarnwick.Tarnwick.service share/dbus-1/services)
-if(TARGET tarnwick_background)
-    tarnwick_install_placed(tarnwick-background.service lib/systemd/user)
-endif()
+tarnwick_install_placed(tarnwick-background.service lib/systemd/user)

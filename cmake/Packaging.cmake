@@ -9,8 +9,8 @@ set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 
 file(STRINGS /etc/os-release release REGEX "^VERSION_ID=")
 string(REGEX MATCH "[0-9]+" release "${release}")
-execute_process(COMMAND dpkg --print-architecture OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE
-    COMMAND_ERROR_IS_FATAL ANY)
+# Nothing where there is no dpkg, and no package is to be made.
+execute_process(COMMAND dpkg --print-architecture OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(TARNWICK_DEBIAN_RELEASE "1~deb${release}u1")
 set(CPACK_TARNWICK_PACKAGE_FILE "tarnwick_${PROJECT_VERSION}-${TARNWICK_DEBIAN_RELEASE}_${architecture}")
 set(CPACK_TARNWICK_ARCHIVE_FILE "tarnwick-${PROJECT_VERSION}-debian${release}-${architecture}")
@@ -44,9 +44,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "dbus-user-session, fonts-noto-cjk, qt6-wayland, xdg-desktop-portal")
 
 tarnwick_compressed("${packaging}/debian/changelog.in" doc/changelog.Debian share/doc/tarnwick System)
-if(TARGET tarnwick_background)
-    set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
-        "${packaging}/debian/postinst" "${packaging}/debian/prerm" "${packaging}/debian/postrm")
-endif()
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+    "${packaging}/debian/postinst" "${packaging}/debian/prerm" "${packaging}/debian/postrm")
 
 include(CPack)

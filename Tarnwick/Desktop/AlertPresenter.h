@@ -24,7 +24,7 @@ public:
     virtual ~AlertPresenter() = default;
 
     /// Shows the alert and returns. `answer` is called once, on the main thread; closing the alert otherwise
-    /// counts as its second button. Not to be called while an alert is open.
+    /// counts as its second button, and so does another alert that takes its place.
     virtual void show(const Alert& alert, Answer answer) = 0;
 };
 

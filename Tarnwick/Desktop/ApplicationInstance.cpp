@@ -15,6 +15,8 @@ constexpr auto service = "app.tarnwick.Tarnwick";
 constexpr auto path = "/app/tarnwick/Tarnwick";
 constexpr auto interface = "org.freedesktop.Application";
 constexpr int answerMilliseconds = 5000;
+/// Only our own second start sets it in its platform data.
+constexpr auto askedForKey = "app.tarnwick.Tarnwick.compress";
 
 QVariantMap platformData() {
     QVariantMap data;
@@ -29,13 +31,17 @@ QVariantMap platformData() {
     return data;
 }
 
-bool handOver(const QDBusConnection& bus, const QList<QUrl>& urls) {
+bool handOver(const QDBusConnection& bus, const QList<QUrl>& urls, bool isAskedFor) {
     const auto method = urls.isEmpty() ? "Activate" : "Open";
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
     if (!urls.isEmpty()) {
         call << QUrl::toStringList(urls, QUrl::FullyEncoded);
     }
-    call << platformData();
+    QVariantMap data = platformData();
+    if (isAskedFor) {
+        data.insert(askedForKey, true);
+    }
+    call << data;
     return bus.call(call, QDBus::Block, answerMilliseconds).type() == QDBusMessage::ReplyMessage;
 }
 
@@ -54,7 +60,8 @@ public slots: // NOLINT(readability-redundant-access-specifiers): to moc it is a
     void Activate(const QVariantMap& platform_data) { instance_.receive(platform_data); }
     void Open(const QStringList& uris, const QVariantMap& platform_data) {
         instance_.receive(platform_data);
-        emit instance_.filesOpened(QUrl::fromStringList(uris, QUrl::StrictMode));
+        emit instance_.filesOpened(QUrl::fromStringList(uris, QUrl::StrictMode),
+                                   platform_data.value(askedForKey).toBool());
     }
     void ActivateAction(const QString& action_name, const QVariantList& /*parameter*/,
                         const QVariantMap& platform_data) {
@@ -78,7 +85,7 @@ ApplicationInstance::~ApplicationInstance() {
     }
 }
 
-ApplicationInstance::Role ApplicationInstance::start(const QList<QUrl>& urls) {
+ApplicationInstance::Role ApplicationInstance::start(const QList<QUrl>& urls, bool isAskedFor) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return Role::first;
@@ -90,7 +97,7 @@ ApplicationInstance::Role ApplicationInstance::start(const QList<QUrl>& urls) {
         return Role::first;
     }
     bus.unregisterObject(path);
-    return handOver(bus, urls) ? Role::second : Role::first;
+    return handOver(bus, urls, isAskedFor) ? Role::second : Role::first;
 }
 
 void ApplicationInstance::receive(const QVariantMap& platformData) {

@@ -24,14 +24,16 @@ public:
     explicit ApplicationInstance(QObject* parent = nullptr);
     ~ApplicationInstance() override;
 
-    /// Becomes the application, or hands `urls` to the process that is. To be called once, before the window
-    /// is made. A running application that doesn't answer leaves the files to this process.
-    Role start(const QList<QUrl>& urls);
+    /// Becomes the application, or hands `urls` to the process that is; `isAskedFor` tells whether the user
+    /// asked for their compression. To be called once, before the window is made. A running application that
+    /// doesn't answer leaves the files to this process.
+    Role start(const QList<QUrl>& urls, bool isAskedFor);
 
 signals:
     /// The window is to come to the front.
     void activated(const QString& activationToken);
-    void filesOpened(const QList<QUrl>& urls);
+    /// Without `isAskedFor` the desktop opened the files, as it would in a viewer of pictures.
+    void filesOpened(const QList<QUrl>& urls, bool isAskedFor);
     /// A named action of the desktop entry.
     void actionRequested(const QString& name);
 

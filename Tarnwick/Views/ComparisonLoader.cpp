@@ -1,8 +1,8 @@
 #include "Tarnwick/Views/ComparisonLoader.h"
 
 #include "Inspection/ImageRendering.h"
-#include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/Views/PicturePyramid.h"
 
 #include <asio/bind_executor.hpp>

@@ -6,8 +6,11 @@ namespace tarnwick {
 
 void QuickAlertPresenter::show(const Alert& alert, Answer answer) {
     alert_ = alert;
-    answer_ = std::move(answer);
+    const Answer earlier = std::exchange(answer_, std::move(answer));
     emit changed();
+    if (earlier) {
+        earlier(false);
+    }
 }
 
 void QuickAlertPresenter::finish(bool isFirstButton) {

@@ -282,6 +282,7 @@ TEST_F(WindowEndToEndTests, switchesTheEntriesOfTheFileManagers) {
 TEST(ApplicationTests, aSecondStartHandsItsFilesToTheFirst) {
     const TemporaryFolder folder;
     const URL picture = sample(folder, "jxl/flower/flower_cropped.jpg", "photo.jpg");
+    const URL opened = sample(folder, "jxl/flower/flower_cropped.jpg", "opened.jpg");
     const auto bytes = fileSize(picture);
     qputenv("XDG_DATA_HOME", (folder / "data").path().c_str());
     qputenv("XDG_CONFIG_HOME", (folder / "configuration").path().c_str());
@@ -291,14 +292,19 @@ TEST(ApplicationTests, aSecondStartHandsItsFilesToTheFirst) {
     auto* bus = QDBusConnection::sessionBus().interface();
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return bus->isServiceRegistered("app.tarnwick.Tarnwick").value(); }, 30'000));
-    QProcess second;
-    second.setWorkingDirectory(toQString(folder.url().path()));
-    second.start(TARNWICK_APPLICATION, {"photo.jpg"});
-    ASSERT_TRUE(second.waitForFinished(30'000));
-    EXPECT_EQ(second.exitCode(), 0);
+    const auto startAgain = [&](const QStringList& arguments) {
+        QProcess second;
+        second.setWorkingDirectory(toQString(folder.url().path()));
+        second.start(TARNWICK_APPLICATION, arguments);
+        EXPECT_TRUE(second.waitForFinished(30'000));
+        EXPECT_EQ(second.exitCode(), 0);
+    };
+    startAgain({"--open", "opened.jpg"});
+    startAgain({"photo.jpg"});
     EXPECT_TRUE(QTest::qWaitFor([&] { return fileSize(picture) < bytes; }, 60'000));
     const auto isKept = [] { return FileLock::isHeld(helperLockFile()); };
     EXPECT_TRUE(QTest::qWaitFor(isKept, 30'000)) << "nobody keeps the backup";
+    EXPECT_EQ(fileSize(opened), bytes) << "compressed without a question";
     first.terminate();
     EXPECT_TRUE(first.waitForFinished(10'000));
     UndoStore().removeAll();

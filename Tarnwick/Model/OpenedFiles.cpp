@@ -1,0 +1,47 @@
+#include "Tarnwick/Model/OpenedFiles.h"
+
+#include "Tarnwick/Desktop/AlertPresenter.h"
+#include "Tarnwick/Model/AppModel.h"
+
+namespace tarnwick {
+namespace {
+
+QString question(const QList<QUrl>& urls) {
+    return urls.size() == 1 ? QStringLiteral("要压缩“%1”吗？").arg(urls.front().fileName())
+                            : QStringLiteral("要压缩这 %1 个文件吗？").arg(urls.size());
+}
+
+} // namespace
+
+void OpenedFiles::open(const QList<QUrl>& urls, bool isAskedFor) {
+    if (urls.isEmpty()) {
+        return;
+    }
+    if (isAskedFor) {
+        model_.add(urls);
+    } else {
+        asked_ += urls;
+        ask();
+    }
+}
+
+void OpenedFiles::ask() {
+    const Alert alert = {.message = question(asked_),
+                         .informativeText = "图片会原地压缩，原图保留 4 小时，可随时恢复。",
+                         .firstButton = "压缩",
+                         .secondButton = "取消"};
+    alerts_.show(alert, [this, asked = asked_](bool isFirstButton) { answered(asked, isFirstButton); });
+}
+
+void OpenedFiles::answered(const QList<QUrl>& urls, bool isAgreed) {
+    // A question with more files took its place.
+    if (urls != asked_) {
+        return;
+    }
+    asked_.clear();
+    if (isAgreed) {
+        model_.add(urls);
+    }
+}
+
+} // namespace tarnwick
