@@ -68,6 +68,7 @@ UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, cons
         }
         atomicRename(winner.url, original.url);
         syncDirectory(original.url.deletingLastPathComponent());
+        nudgeWatchers(original.url);
         verifyReplacement(original, winner, record);
         return undo.commit(record);
     } catch (...) {

@@ -51,6 +51,14 @@ bool atomicRenameIfAbsent(const URL& source, const URL& destination) {
     throw CompressionError::fileOperation("保存 PNG 失败：" + systemErrorText(code));
 }
 
+void nudgeWatchers(const URL& url) noexcept {
+    struct stat status {};
+    if (::lstat(url.c_str(), &status) == 0) {
+        // The owner, and no time: a write at this very moment may set one.
+        static_cast<void>(::lchown(url.c_str(), status.st_uid, status.st_gid));
+    }
+}
+
 std::int64_t fileSize(const URL& url) {
     struct stat status {};
     if (::lstat(url.c_str(), &status) != 0) {

@@ -15,6 +15,10 @@ void atomicRename(const URL& source, const URL& destination);
 /// nothing, when something does. Throws CompressionError::fileOperation.
 bool atomicRenameIfAbsent(const URL& source, const URL& destination);
 
+/// Has those who watch the folder look at the file again, and changes nothing of it. Thunar takes a file that
+/// was replaced out of another folder for gone until then. Nothing depends on it, so failures are not told.
+void nudgeWatchers(const URL& url) noexcept;
+
 /// The file's size in bytes. Throws FileSystemError.
 std::int64_t fileSize(const URL& url);
 

@@ -1,6 +1,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/FileVersion.h"
@@ -8,8 +9,11 @@
 #include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 
@@ -38,6 +42,24 @@ TEST(FileOperationsTests, renamesInOneStep) {
     EXPECT_EQ(failureOf([&] { atomicRename(source, destination); }),
               "替换文件失败：No such file or directory");
     EXPECT_EQ(test::contents(destination), "new");
+}
+
+TEST(FileOperationsTests, nudgesWatchersWithoutAChange) {
+    const TemporaryFolder folder;
+    const URL file = folder.file("photo", "bytes");
+    const FileDescriptor watcher(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(::inotify_add_watch(watcher.get(), folder.url().c_str(), IN_ATTRIB), 0);
+    struct stat before {};
+    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    nudgeWatchers(file);
+    alignas(inotify_event) std::array<char, 4096> event{};
+    ASSERT_GT(::read(watcher.get(), event.data(), event.size()), 0);
+    EXPECT_STREQ(reinterpret_cast<const inotify_event*>(event.data())->name, "photo");
+    struct stat after {};
+    ASSERT_EQ(::stat(file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(after.st_atim.tv_nsec, before.st_atim.tv_nsec);
+    nudgeWatchers(folder / "absent");
 }
 
 TEST(FileOperationsTests, movesOnlyWhereNothingStands) {
