@@ -2,6 +2,8 @@
 
 #include "ImageIO/ImageSource.h"
 
+#include <stdexcept>
+
 namespace tarnwick {
 
 /// What the readers of still pictures share: there is one image, and no more rows are given than it has.

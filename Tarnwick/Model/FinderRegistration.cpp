@@ -4,6 +4,7 @@
 #include "Foundation/Text.h"
 #include "Tarnwick/Desktop/LaunchServices.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <system_error>

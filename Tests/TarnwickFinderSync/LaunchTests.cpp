@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+
 namespace tarnwick::test {
 namespace {
 

@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <tuple>
