@@ -34,11 +34,10 @@ std::string_view valueOr(std::string_view value, std::string_view otherwise) {
 } // namespace
 
 UserDirectories UserDirectories::fromEnvironment() {
-    const std::string programs = std::string(environment("PATH")) + ":/usr/local/bin:/usr/bin:/bin";
     return {.data = applicationSupportDirectory(),
             .configuration = configurationDirectory(),
             .systemConfiguration = directories(valueOr(environment("XDG_CONFIG_DIRS"), "/etc/xdg")),
-            .executables = directories(programs),
+            .executables = directories(valueOr(environment("PATH"), "/usr/local/bin:/usr/bin:/bin")),
             .libraries = directories("/usr/lib:/usr/lib64:/usr/local/lib:/usr/local/lib64")};
 }
 

@@ -14,7 +14,7 @@ struct UserDirectories {
     URL configuration;
     /// $XDG_CONFIG_DIRS, else /etc/xdg; the most important first.
     std::vector<URL> systemConfiguration;
-    /// Where programs are looked for: $PATH, then the usual places.
+    /// Where programs are looked for: $PATH, else the usual places.
     std::vector<URL> executables;
     /// Where file managers have their own plug-ins: /usr/lib and the like.
     std::vector<URL> libraries;
