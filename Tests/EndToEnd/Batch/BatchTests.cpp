@@ -138,8 +138,10 @@ protected:
     }
 
     pid_t start(int process) const {
-        std::vector<std::string> words = {TARNWICK_EXECUTABLE, "compress", "--json", "--tools",
-                                          tools_.folder().path()};
+        // With a store that is named, they start no helper, which would outlive the test.
+        const URL store = folder_ / "data/Tarnwick/Undo";
+        std::vector<std::string> words = {TARNWICK_EXECUTABLE,    "compress", "--json",    "--tools",
+                                          tools_.folder().path(), "--store",  store.path()};
         const auto paths = pathsOf(process);
         words.insert(words.end(), paths.begin(), paths.end());
         std::vector<char*> arguments;
