@@ -8,7 +8,6 @@
 #include "TarnwickCommand/DeleteCommand.h"
 #include "TarnwickCommand/HistoryCommand.h"
 #include "TarnwickCommand/InspectCommand.h"
-#include "TarnwickCommand/Locations.h"
 #include "TarnwickCommand/MaintainCommand.h"
 #include "TarnwickCommand/RestoreCommand.h"
 #include "TarnwickCommand/Signals.h"
@@ -55,11 +54,12 @@ int dispatch(const Invocation& invocation, const CommandContext& context) {
 }
 
 int run(const Invocation& invocation, const Output& output) {
-    const URL tools = invocation.toolDirectory ? URL::file(*invocation.toolDirectory)
-                                               : defaultToolDirectory(runningExecutable());
+    const auto bundle = ApplicationBundle::running();
+    const URL tools =
+        invocation.toolDirectory ? URL::file(*invocation.toolDirectory) : bundle.toolDirectory();
     const UndoStore undo(invocation.store ? std::optional(URL::file(*invocation.store)) : std::nullopt);
     try {
-        BundleHelperLauncher keeper(ApplicationBundle(runningExecutable()).helperExecutable());
+        BundleHelperLauncher keeper(bundle.helperExecutable());
         return dispatch(invocation, {output, undo, tools, interruption(), invocation.json,
                                      invocation.store ? nullptr : &keeper});
     } catch (const Cancelled&) {

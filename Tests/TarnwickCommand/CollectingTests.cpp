@@ -1,7 +1,6 @@
 #include "Support/TemporaryFolder.h"
 #include "Support/Unprivileged.h"
 #include "TarnwickCommand/Collecting.h"
-#include "TarnwickCommand/Locations.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -94,14 +93,6 @@ TEST_F(Collecting, StopsWhenAskedTo) {
     const Cancellation cancellation = Cancellation::make();
     cancellation.request();
     EXPECT_THROW(collectFiles({folder.url().path()}, cancellation), Cancelled);
-}
-
-TEST_F(Collecting, FindsTheToolsInTheBundleElseInTheSourceTree) {
-    const URL executable = folder / "Tarnwick.app/Contents/Linux/tarnwick";
-    EXPECT_EQ(defaultToolDirectory(executable), URL::file("Vendor/Bin"));
-    createDirectories(folder / "Tarnwick.app/Contents/Resources");
-    EXPECT_EQ(defaultToolDirectory(executable), folder / "Tarnwick.app/Contents/Resources/Tools");
-    EXPECT_EQ(defaultToolDirectory(URL()), URL::file("Vendor/Bin"));
 }
 
 } // namespace
