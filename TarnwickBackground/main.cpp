@@ -20,7 +20,7 @@ using namespace tarnwick;
 constexpr int misuse = 2;
 constexpr auto help = "用法：TarnwickBackground --maintain-backups\n"
                       "\n"
-                      "清理过期的原图备份，直到没有备份为止。由塔维克启动，通常无需手动运行。\n"
+                      "清理过期的原图备份，直到没有备份为止。由 Tarnwick 启动，通常无需手动运行。\n"
                       "\n"
                       "  --maintain-backups  清理备份\n"
                       "  --version           显示版本\n"
