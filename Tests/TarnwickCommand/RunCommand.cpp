@@ -6,6 +6,7 @@
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -84,6 +85,11 @@ CommandEnd runOnTerminal(const std::vector<std::string>& arguments, std::string_
     int master = -1;
     const pid_t pid = ::forkpty(&master, nullptr, nullptr, nullptr);
     if (pid == 0) {
+        // Ctrl-C would throw away what the command writes just then.
+        termios settings{};
+        ::tcgetattr(STDIN_FILENO, &settings);
+        settings.c_lflag |= NOFLSH;
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &settings);
         ::setenv("TERM", "xterm", 1);
         ::execv(vector[0], vector.data());
         ::_exit(127);
