@@ -103,6 +103,16 @@ Item {
                 elide: Text.ElideRight
                 textFormat: Text.PlainText
                 Accessible.ignored: true
+
+                // A tip stands above its item: over the line that it completes, not over the row before.
+                Item {
+                    y: parent.height + 10
+                    width: parent.width
+                    T.ToolTip.text: status.text
+                    T.ToolTip.visible: status.truncated && row.pointed
+                    T.ToolTip.delay: Theme.tipDelay
+                    T.ToolTip.timeout: Theme.tipTime
+                }
             }
         }
         Row {
@@ -158,11 +168,6 @@ Item {
             row.menuRequested(eventPoint.position);
         }
     }
-    T.ToolTip.text: status.text
-    T.ToolTip.visible: status.truncated && pointed
-    T.ToolTip.delay: Theme.tipDelay
-    T.ToolTip.timeout: Theme.tipTime
-
     Accessible.role: Accessible.ListItem
     Accessible.name: fileName
     Accessible.description: statusText + (badgeText === "" ? "" : "，" + badgeText)
