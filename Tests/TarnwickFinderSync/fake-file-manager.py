@@ -91,9 +91,9 @@ def extension(module, has_window, entry, paths):
     repository.GObject = types.SimpleNamespace(GObject=type("GObject", (), {}))
     setattr(repository, module, provider)
     sys.modules.update({"gi": types.ModuleType("gi"), "gi.repository": repository})
-    specification = importlib.util.spec_from_file_location("tarnwick", entry)
-    loaded = importlib.util.module_from_spec(specification)
-    specification.loader.exec_module(loaded)
+    found = importlib.util.spec_from_file_location("tarnwick", entry)
+    loaded = importlib.util.module_from_spec(found)
+    found.loader.exec_module(loaded)
     files = list(map(File, paths))
     items = loaded.TarnwickMenu().get_file_items(*([None] if has_window else []), files)
     if items:
