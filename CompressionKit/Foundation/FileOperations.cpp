@@ -55,7 +55,7 @@ void nudgeWatchers(const URL& url) noexcept {
     struct stat status {};
     if (::lstat(url.c_str(), &status) == 0) {
         // The owner, and no time: a write at this very moment may set one.
-        static_cast<void>(::lchown(url.c_str(), status.st_uid, status.st_gid));
+        [[maybe_unused]] const int result = ::lchown(url.c_str(), status.st_uid, status.st_gid);
     }
 }
 
