@@ -51,7 +51,7 @@ private:
                       if (!error) {
                           end(file, {.result = std::move(result)});
                       } else if (!isStopped(error)) {
-                          end(file, {.error = descriptionOf(error)});
+                          end(file, {.error = errorDescription(error)});
                       }
                   });
     }
@@ -64,14 +64,6 @@ private:
             if (backupKeeper_ != nullptr) {
                 backupKeeper_->launch();
             }
-        }
-    }
-
-    static std::string descriptionOf(const std::exception_ptr& error) {
-        try {
-            std::rethrow_exception(error);
-        } catch (const std::exception& exception) {
-            return errorDescription(exception);
         }
     }
 

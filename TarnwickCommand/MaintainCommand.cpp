@@ -6,9 +6,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <vector>
-
 namespace tarnwick {
 namespace {
 
@@ -32,12 +29,8 @@ int runMaintain(const CommandContext& context) {
     if (context.isOwnStore()) {
         tidyAfterDeadProcesses(context);
     }
-    std::vector<UndoRecord> backedUp = context.undo.records();
-    std::erase_if(backedUp, [&](const UndoRecord& record) { return !context.undo.hasBackup(record); });
-    context.undo.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, Date::now());
-    const auto removed = std::count_if(backedUp.begin(), backedUp.end(), [&](const UndoRecord& record) {
-        return !context.undo.hasBackup(record);
-    });
+    const auto removed =
+        context.undo.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, Date::now());
     context.output.writeLine(fmt::format("已清理 {} 个原图备份。", removed));
     return ExitStatus::success;
 }

@@ -47,4 +47,12 @@ std::string errorDescription(const std::exception& error) {
     return error.what();
 }
 
+std::string errorDescription(const std::exception_ptr& error) {
+    try {
+        std::rethrow_exception(error);
+    } catch (const std::exception& exception) {
+        return errorDescription(exception);
+    }
+}
+
 } // namespace tarnwick

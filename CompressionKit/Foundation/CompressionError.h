@@ -44,5 +44,7 @@ private:
 
 /// The text for the user of any error that leaves the library.
 std::string errorDescription(const std::exception& error);
+/// The same of one that another thread caught; not null.
+std::string errorDescription(const std::exception_ptr& error);
 
 } // namespace tarnwick

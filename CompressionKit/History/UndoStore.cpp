@@ -319,10 +319,13 @@ std::optional<Date> UndoStore::nextBackupExpiration() const {
     return next;
 }
 
-void UndoStore::cleanup(double maxAge, std::int64_t maxBytes, Date now) const {
-    const auto tryToRemoveBackup = [this](const UndoRecord& record) {
+std::size_t UndoStore::cleanup(double maxAge, std::int64_t maxBytes, Date now) const {
+    std::size_t removed = 0;
+    const auto tryToRemoveBackup = [&](const UndoRecord& record) {
+        const bool wasThere = hasBackup(record);
         try {
             removeBackup(record);
+            removed += wasThere ? 1 : 0;
         } catch (const FileSystemError&) {
             // It stays until the next clean-up.
         }
@@ -345,6 +348,7 @@ void UndoStore::cleanup(double maxAge, std::int64_t maxBytes, Date now) const {
         tryToRemoveBackup(record);
         total -= bytes;
     }
+    return removed;
 }
 
 } // namespace tarnwick

@@ -5,6 +5,7 @@
 #include "Foundation/UUID.h"
 #include "History/UndoRecord.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -69,8 +70,8 @@ public:
     std::optional<Date> nextBackupExpiration() const;
     /// Removes backups of committed records older than `maxAge` seconds, then, from the newest on, those that
     /// make the total exceed `maxBytes`: the budget gives up the newest backups and leaves the older ones to
-    /// their age. Never throws for a file that cannot be removed.
-    void cleanup(double maxAge, std::int64_t maxBytes, Date now) const;
+    /// their age. Never throws for a file that cannot be removed. Returns how many backups are gone by it.
+    std::size_t cleanup(double maxAge, std::int64_t maxBytes, Date now) const;
 
 private:
     URL sessionDirectory(const UndoRecord& record) const;

@@ -35,17 +35,12 @@ void BackupMaintenance::schedule() {
 }
 
 BackupMaintenance::Findings BackupMaintenance::tidy(const UndoStore& store, Date now) {
-    const std::vector<UndoRecord> before = backedUpRecords(store);
-    store.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, now);
     Findings findings;
-    for (const UndoRecord& record : before) {
-        if (!store.hasBackup(record)) {
-            findings.hasRemoved = true;
-        } else {
-            const Date expiration = record.createdAt.adding(UndoStore::backupRetention);
-            findings.records.insert(record.id);
-            findings.nextExpiration = std::min(findings.nextExpiration.value_or(expiration), expiration);
-        }
+    findings.hasRemoved = store.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, now) > 0;
+    for (const UndoRecord& record : backedUpRecords(store)) {
+        const Date expiration = record.createdAt.adding(UndoStore::backupRetention);
+        findings.records.insert(record.id);
+        findings.nextExpiration = std::min(findings.nextExpiration.value_or(expiration), expiration);
     }
     return findings;
 }

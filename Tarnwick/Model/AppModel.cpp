@@ -2,6 +2,7 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Engine/RowText.h"
+#include "Foundation/CompressionError.h"
 #include "Inspection/ImageKind.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
@@ -256,7 +257,7 @@ void AppModel::restoreRecord(const UndoRecord& record) {
         setStatus(id, TaskStatus::Restoring);
     }
     services_.queue.run(
-        currentFile(record), [store = work_->engine.undo(), record] { store.restore(record); },
+        record.replacementURL(), [store = work_->engine.undo(), record] { store.restore(record); },
         asio::bind_executor(work_->mainThread.executor(), [this, record](const std::exception_ptr& error) {
             restoreEnded(record, error);
         }));
@@ -292,7 +293,7 @@ void AppModel::deleteTask(const QString& taskID) {
     const ImageTask deleted = *found;
     setStatus(deleted.id, TaskStatus::Deleting);
     services_.queue.run(
-        currentFile(*deleted.record()),
+        deleted.record()->replacementURL(),
         [store = work_->engine.undo(), record = *deleted.record()] { store.deleteRecord(record); },
         asio::bind_executor(work_->mainThread.executor(), [this, deleted](const std::exception_ptr& error) {
             deleteEnded(deleted, error);

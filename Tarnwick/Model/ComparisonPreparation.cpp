@@ -5,7 +5,6 @@
 #include "Foundation/Text.h"
 #include "Inspection/ImageFacts.h"
 #include "Tarnwick/Model/Conversions.h"
-#include "Tarnwick/Model/ImageTask.h"
 
 #include <utility>
 
@@ -28,7 +27,7 @@ ComparisonItem prepareComparison(const UndoStore& store, const UndoRecord& recor
         throw CompressionError::fileOperation("原图备份已过期，无法对比。");
     }
     const std::string originalHash = store.verifyBackup(record);
-    const URL file = currentFile(record);
+    const URL file = record.replacementURL();
     requireUnchanged(file, record);
     const ImageFacts facts = ImageFacts::inspect(file);
     ComparisonItem item = {.name = toQString(displayText(file.lastPathComponent())),

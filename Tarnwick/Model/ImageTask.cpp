@@ -31,7 +31,7 @@ ImageTask ImageTask::imported(const URL& url) {
 
 ImageTask ImageTask::fromHistory(const UndoRecord& record, bool backupAvailable) {
     const bool isConverted = record.convertedPath.has_value();
-    const URL file = currentFile(record);
+    const URL file = record.replacementURL();
     return {.url = file,
             .thumbnailURL = file,
             .status = TaskStatus::Done,
@@ -91,10 +91,6 @@ std::string ImageTask::refusalToCompare() const {
 
 std::string ImageTask::refusalToDelete() const {
     return status.isActive() ? busy : "";
-}
-
-URL currentFile(const UndoRecord& record) {
-    return record.convertedPath ? URL::file(*record.convertedPath) : record.originalURL();
 }
 
 } // namespace tarnwick

@@ -42,7 +42,4 @@ struct ImageTask {
     std::string refusalToDelete() const;
 };
 
-/// The file that a compression left: the converted one, or the one in the original's place.
-URL currentFile(const UndoRecord& record);
-
 } // namespace tarnwick
