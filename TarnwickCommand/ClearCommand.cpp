@@ -4,6 +4,7 @@
 #include "Process/Event.h"
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
+#include "Wording/Messages.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -27,8 +28,8 @@ std::string typedLine(const Cancellation& cancellation) {
 }
 
 bool userAgrees(const CommandContext& context) {
-    context.output.write("清除所有记录？\n这会删除所有记录及其原图备份，已压缩的图片将无法恢复原图。\n"
-                         "输入 y 或“是”继续：");
+    context.output.write(
+        fmt::format("{}\n{}\n输入 y 或“是”继续：", Messages::clearQuestion, Messages::clearExplanation));
     const std::string answer = lowercasedASCII(typedLine(context.cancellation));
     return answer == "y" || answer == "是";
 }

@@ -4,6 +4,7 @@
 #include "Foundation/FileSystemError.h"
 #include "Inspection/ImageKind.h"
 #include "TarnwickCommand/GivenPath.h"
+#include "Wording/Messages.h"
 
 #include <sys/stat.h>
 
@@ -42,7 +43,7 @@ public:
             if (type == S_IFDIR) {
                 walk(path, GivenPath::resolved(url));
             } else if (type != S_IFLNK && !ImageKind::from(url)) {
-                files_.push_back({path, {}, GivenPath::unsupportedKind});
+                files_.push_back({path, {}, std::string(Messages::unsupportedKind)});
             } else {
                 add(path, GivenPath::resolvingFolder(url));
             }

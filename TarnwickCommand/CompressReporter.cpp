@@ -1,10 +1,10 @@
 #include "TarnwickCommand/CompressReporter.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"
 #include "TarnwickCommand/TerminalReporter.h"
+#include "Wording/RowText.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

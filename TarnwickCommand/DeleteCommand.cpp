@@ -1,12 +1,12 @@
 #include "TarnwickCommand/DeleteCommand.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
 #include "Tarnwick/Desktop/DBusNotifications.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"
+#include "Wording/RowText.h"
 
 namespace tarnwick {
 namespace {

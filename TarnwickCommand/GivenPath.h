@@ -20,8 +20,6 @@ URL resolved(const URL& url);
 /// The same for the item's folder only: the item may be a link, and stays one.
 URL resolvingFolder(const URL& url);
 
-/// Describes what can be compressed, to whoever asks for something else.
-constexpr auto unsupportedKind = "目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。";
 /// What is no regular file is no picture.
 constexpr auto notARegularFile = "请选择普通图片文件";
 

@@ -1,12 +1,12 @@
 #include "TarnwickCommand/HistoryCommand.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/DateText.h"
 #include "TarnwickCommand/JSONLine.h"
 #include "TarnwickCommand/RecordLookup.h"
 #include "TarnwickCommand/TerminalText.h"
+#include "Wording/RowText.h"
 
 #include <nlohmann/json.hpp>
 

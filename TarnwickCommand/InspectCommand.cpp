@@ -8,6 +8,7 @@
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"
+#include "Wording/Messages.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -31,7 +32,7 @@ void requireReadableFile(const URL& url) {
         throw CompressionError::fileOperation(GivenPath::notARegularFile);
     }
     if (!ImageKind::from(url)) {
-        throw CompressionError::fileOperation(GivenPath::unsupportedKind);
+        throw CompressionError::fileOperation(std::string(Messages::unsupportedKind));
     }
     openForReading(url);
 }

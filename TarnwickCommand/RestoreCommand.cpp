@@ -1,6 +1,5 @@
 #include "TarnwickCommand/RestoreCommand.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/Text.h"
@@ -10,6 +9,7 @@
 #include "TarnwickCommand/JSONLine.h"
 #include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"
+#include "Wording/RowText.h"
 
 #include <nlohmann/json.hpp>
 

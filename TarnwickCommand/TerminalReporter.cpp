@@ -1,8 +1,8 @@
 #include "TarnwickCommand/TerminalReporter.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/Text.h"
 #include "TarnwickCommand/TerminalText.h"
+#include "Wording/RowText.h"
 
 #include <fmt/format.h>
 

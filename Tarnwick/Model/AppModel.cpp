@@ -1,7 +1,6 @@
 #include "Tarnwick/Model/AppModel.h"
 
 #include "Engine/CompressionEngine.h"
-#include "Engine/RowText.h"
 #include "Foundation/CompressionError.h"
 #include "Inspection/ImageKind.h"
 #include "Process/Cancellation.h"
@@ -19,6 +18,8 @@
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/Model/HistoryLoading.h"
+#include "Wording/Messages.h"
+#include "Wording/RowText.h"
 
 #include <asio/bind_executor.hpp>
 
@@ -163,7 +164,7 @@ void AppModel::add(const std::vector<URL>& urls) {
     std::vector<URL> pictures;
     std::copy_if(urls.begin(), urls.end(), std::back_inserter(pictures), isRecognised);
     if (pictures.size() < urls.size()) {
-        setAlertMessage("目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。");
+        setAlertMessage(toQString(Messages::unsupportedKind));
     }
     const std::vector<URL> accepted = withoutDuplicates(pictures);
     if (!accepted.empty()) {

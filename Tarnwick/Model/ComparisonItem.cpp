@@ -1,7 +1,7 @@
 #include "Tarnwick/Model/ComparisonItem.h"
 
-#include "Engine/RowText.h"
 #include "Tarnwick/Model/Conversions.h"
+#include "Wording/RowText.h"
 
 namespace tarnwick {
 

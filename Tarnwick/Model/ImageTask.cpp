@@ -1,7 +1,7 @@
 #include "Tarnwick/Model/ImageTask.h"
 
-#include "Engine/RowText.h"
 #include "Foundation/Text.h"
+#include "Wording/RowText.h"
 
 namespace tarnwick {
 namespace {
@@ -65,7 +65,7 @@ std::string ImageTask::statusText() const {
     case TaskStatus::Deleting:
         return std::string(RowText::deleting);
     case TaskStatus::Done:
-        return result ? RowText::finished(*result) : "已完成";
+        return result ? RowText::finished(*result) : std::string(RowText::done);
     case TaskStatus::Skipped:
         return std::string(RowText::skipped);
     case TaskStatus::Restored:

@@ -1,4 +1,5 @@
-#include "Engine/RowText.h"
+
+#include "Wording/RowText.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +49,7 @@ TEST(RowText, BadgesTruncateThePercentAndCallGrowthAConversion) {
     }
 }
 
-TEST(RowText, RowsTellWhatBecameOfAFile) {
+TEST(RowText, FinishedRowsShowSizesEncoderAndBadge) {
     CompressionResult result = {.url = {},
                                 .originalBytes = 2'400'000,
                                 .finalBytes = 900'000,
@@ -56,6 +57,9 @@ TEST(RowText, RowsTellWhatBecameOfAFile) {
                                 .encoder = "OxiPNG"};
     EXPECT_EQ(RowText::finished(result), "2.4 MB → 900 KB · OxiPNG");
     EXPECT_EQ(RowText::badge(result), "↓ 62%");
+
+    result.encoder.reset();
+    EXPECT_EQ(RowText::finished(result), "2.4 MB → 900 KB · ");
 
     result.outcome = CompressionOutcome::skipped;
     EXPECT_EQ(RowText::finished(result), "未找到更小且质量合格的结果");

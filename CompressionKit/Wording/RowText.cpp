@@ -1,4 +1,4 @@
-#include "Engine/RowText.h"
+#include "Wording/RowText.h"
 
 #include <fmt/format.h>
 
@@ -12,7 +12,7 @@ constexpr std::int64_t kilo = 1'000;
 constexpr std::int64_t mega = kilo * kilo;
 constexpr std::int64_t giga = mega * kilo;
 
-/// bytes ÷ unit, rounded half up; adding before dividing could overflow.
+/// bytes ÷ unit, rounded half up. Adding before dividing could overflow.
 std::int64_t rounded(std::int64_t bytes, std::int64_t unit) {
     return bytes / unit + (bytes % unit >= unit / 2 ? 1 : 0);
 }
@@ -62,8 +62,7 @@ std::string finished(const CompressionResult& result) {
     if (result.outcome == CompressionOutcome::skipped) {
         return std::string(skipped);
     }
-    const std::string text = sizes(result.originalBytes, result.finalBytes);
-    return result.encoder ? text + " · " + *result.encoder : text;
+    return sizes(result.originalBytes, result.finalBytes) + " · " + result.encoder.value_or("");
 }
 
 std::string failed(std::string_view message) {
