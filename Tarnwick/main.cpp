@@ -1,21 +1,5 @@
-#include "Engine/CompressionEngine.h"
-#include "Process/Cancellation.h"
-#include "Scheduling/CompressionQueue.h"
-#include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/ApplicationInstance.h"
-#include "Tarnwick/Desktop/BundleHelperLauncher.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
-#include "Tarnwick/Desktop/DesktopFileRevealer.h"
-#include "Tarnwick/Desktop/DesktopLaunchServices.h"
-#include "Tarnwick/Desktop/LogindWakeMonitor.h"
-#include "Tarnwick/Desktop/MenuExtensions.h"
-#include "Tarnwick/Desktop/SettingsFile.h"
-#include "Tarnwick/Desktop/SystemClock.h"
-#include "Tarnwick/Model/AppModel.h"
-#include "Tarnwick/Model/ExtensionSettings.h"
-#include "Tarnwick/Model/FinderIntegration.h"
-#include "Tarnwick/Model/OpenedFiles.h"
-#include "Tarnwick/Views/MainWindow.h"
+#include "Tarnwick/TarnwickApp.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -47,55 +31,15 @@ Request requestOf(const QGuiApplication& application) {
     return request;
 }
 
-void connectInstance(tarnwick::ApplicationInstance& instance, tarnwick::MainWindow& window,
-                     tarnwick::AppModel& model, tarnwick::OpenedFiles& openedFiles,
-                     tarnwick::ExtensionSettings& extensionSettings) {
-    using tarnwick::ApplicationInstance;
-    QObject::connect(&instance, &ApplicationInstance::activated, &window, &tarnwick::MainWindow::raise);
-    QObject::connect(
-        &instance, &ApplicationInstance::filesOpened, &model,
-        [&openedFiles](const QList<QUrl>& urls, bool isAskedFor) { openedFiles.open(urls, isAskedFor); });
-    // The actions of the desktop entry.
-    QObject::connect(&instance, &ApplicationInstance::actionRequested, &model,
-                     [&model, &extensionSettings](const QString& name) {
-                         if (name == "open") {
-                             model.chooseFiles();
-                         } else if (name == "settings") {
-                             extensionSettings.showExtensionManagementInterface();
-                         }
-                     });
-}
-
 int runWindow(tarnwick::ApplicationInstance& instance, const Request& request) {
-    using namespace tarnwick;
-    const auto bundle = ApplicationBundle::running();
-    DBusNotifications notifications;
-    LogindWakeMonitor wake;
-    BundleHelperLauncher helper(bundle.helperExecutable());
-    QuickFileChooser chooser;
-    DesktopFileRevealer revealer;
-    SystemClock clock;
-    const Cancellation cancellation;
-    AppModel model({CompressionQueue::shared(), notifications, wake, helper, chooser, revealer, clock},
-                   makeApplicationEngine(bundle.toolDirectory(), cancellation), cancellation);
-    MenuExtensions extensions({bundle.executable(), UserDirectories::fromEnvironment()});
-    ExtensionSettings extensionSettings(extensions);
-    QuickAlertPresenter alerts;
-    DesktopLaunchServices launchServices;
-    SettingsFile defaults(SettingsFile::userPath());
-    FinderIntegration finder({launchServices, defaults, alerts, extensionSettings}, bundle,
-                             bundle.pluginKitDirectory());
-    MainWindow window({model, chooser, alerts, extensionSettings});
-    if (!window.isOpen()) {
+    tarnwick::MainWindow::prepareApplication();
+    tarnwick::TarnwickApp app(tarnwick::ApplicationBundle::running());
+    if (!app.window().isOpen()) {
         return EXIT_FAILURE;
     }
-    QObject::connect(&window, &MainWindow::finderEnableRequested, [&finder] { finder.enableFromMenu(); });
-    QObject::connect(&window, &MainWindow::finderSettingsRequested, &extensionSettings,
-                     &ExtensionSettings::showExtensionManagementInterface);
-    OpenedFiles openedFiles(model, alerts);
-    connectInstance(instance, window, model, openedFiles, extensionSettings);
-    finder.registerAtStartUp();
-    openedFiles.open(request.files, request.isAskedFor);
+    app.delegate().listenTo(instance);
+    app.finder().registerAtStartUp();
+    app.delegate().open(request.files, request.isAskedFor);
     return QGuiApplication::exec();
 }
 
@@ -111,6 +55,5 @@ int main(int argc, char** argv) {
     if (instance.start(request.files, request.isAskedFor) == tarnwick::ApplicationInstance::Role::second) {
         return EXIT_SUCCESS;
     }
-    tarnwick::MainWindow::prepareApplication();
     return runWindow(instance, request);
 }

@@ -68,7 +68,7 @@ ApplicationWindow {
         visible: window.empty
         targeted: window.model.isTargeted
     }
-    ImportSplash {
+    ImportPimAnimation {
         objectName: "splash"
         anchors.left: parent.left
         anchors.right: parent.right

@@ -2,7 +2,7 @@
 
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
-#include "Tarnwick/Views/IconProvider.h"
+#include "Tarnwick/Views/Icons/LucideIcons.h"
 
 #include <QFont>
 #include <QGuiApplication>
@@ -32,7 +32,7 @@ void MainWindow::prepareEngine(QQmlEngine& engine) {
     volatile auto registration = &qml_register_types_Tarnwick;
     Q_UNUSED(registration);
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
+    engine.addImageProvider(QStringLiteral("icon"), new LucideIcons);
 }
 
 MainWindow::MainWindow(const Models& models, QObject* parent) : QObject(parent) {

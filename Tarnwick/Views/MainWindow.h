@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tarnwick/Views/QuickAlertPresenter.h"
-#include "Tarnwick/Views/QuickFileChooser.h"
+#include "Tarnwick/Views/Dialogs/QuickAlertPresenter.h"
+#include "Tarnwick/Views/Dialogs/QuickFileChooser.h"
 
 #include <QObject>
 #include <QPointer>

@@ -1,5 +1,5 @@
-#include "Tarnwick/Views/PicturePyramid.h"
-#include "Tarnwick/Views/TileGrid.h"
+#include "Tarnwick/Views/Comparison/PicturePyramid.h"
+#include "Tarnwick/Views/Comparison/TileGrid.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

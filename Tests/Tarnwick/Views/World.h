@@ -13,8 +13,8 @@
 #include "Tarnwick/Desktop/WakeMonitor.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
-#include "Tarnwick/Views/QuickAlertPresenter.h"
-#include "Tarnwick/Views/QuickFileChooser.h"
+#include "Tarnwick/Views/Dialogs/QuickAlertPresenter.h"
+#include "Tarnwick/Views/Dialogs/QuickFileChooser.h"
 
 #include <QList>
 #include <QObject>

@@ -1,0 +1,21 @@
+#include "Tarnwick/TarnwickApp.h"
+
+#include "Engine/CompressionEngine.h"
+#include "Scheduling/CompressionQueue.h"
+
+namespace tarnwick {
+
+TarnwickApp::TarnwickApp(const ApplicationBundle& bundle)
+    : helper_(bundle.helperExecutable()),
+      model_({CompressionQueue::shared(), notifications_, wake_, helper_, chooser_, revealer_, clock_},
+             makeApplicationEngine(bundle.toolDirectory(), cancellation_), cancellation_),
+      extensions_({bundle.executable(), UserDirectories::fromEnvironment()}), extensionSettings_(extensions_),
+      finder_({launchServices_, defaults_, alerts_, extensionSettings_}, bundle, bundle.pluginKitDirectory()),
+      window_({model_, chooser_, alerts_, extensionSettings_}),
+      delegate_({window_, model_, alerts_, extensionSettings_}) {
+    QObject::connect(&window_, &MainWindow::finderEnableRequested, [this] { finder_.enableFromMenu(); });
+    QObject::connect(&window_, &MainWindow::finderSettingsRequested, &extensionSettings_,
+                     &ExtensionSettings::showExtensionManagementInterface);
+}
+
+} // namespace tarnwick

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Process/Cancellation.h"
+#include "Tarnwick/Desktop/ApplicationBundle.h"
+#include "Tarnwick/Desktop/BundleHelperLauncher.h"
+#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DesktopFileRevealer.h"
+#include "Tarnwick/Desktop/DesktopLaunchServices.h"
+#include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/MenuExtensions.h"
+#include "Tarnwick/Desktop/SettingsFile.h"
+#include "Tarnwick/Desktop/SystemClock.h"
+#include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Model/ExtensionSettings.h"
+#include "Tarnwick/Model/FinderIntegration.h"
+#include "Tarnwick/TarnwickAppDelegate.h"
+#include "Tarnwick/Views/MainWindow.h"
+
+namespace tarnwick {
+
+/// Owns the parts of the application and connects them. Lives on the main thread, after
+/// MainWindow::prepareApplication(). The history and the settings are those of the environment's folders.
+class TarnwickApp {
+public:
+    explicit TarnwickApp(const ApplicationBundle& bundle);
+
+    AppModel& model() noexcept { return model_; }
+    ExtensionSettings& extensionSettings() noexcept { return extensionSettings_; }
+    QuickAlertPresenter& alerts() noexcept { return alerts_; }
+    FinderIntegration& finder() noexcept { return finder_; }
+    /// Not open when it could not be made.
+    MainWindow& window() noexcept { return window_; }
+    TarnwickAppDelegate& delegate() noexcept { return delegate_; }
+
+private:
+    DBusNotifications notifications_;
+    LogindWakeMonitor wake_;
+    BundleHelperLauncher helper_;
+    QuickFileChooser chooser_;
+    DesktopFileRevealer revealer_;
+    SystemClock clock_;
+    Cancellation cancellation_;
+    AppModel model_;
+    MenuExtensions extensions_;
+    ExtensionSettings extensionSettings_;
+    QuickAlertPresenter alerts_;
+    DesktopLaunchServices launchServices_;
+    SettingsFile defaults_{SettingsFile::userPath()};
+    FinderIntegration finder_;
+    MainWindow window_;
+    TarnwickAppDelegate delegate_;
+};
+
+} // namespace tarnwick

@@ -1,0 +1,32 @@
+#include "Tarnwick/TarnwickAppDelegate.h"
+
+#include "Tarnwick/Desktop/ApplicationInstance.h"
+#include "Tarnwick/Desktop/ExtensionManagement.h"
+#include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/Views/MainWindow.h"
+
+namespace tarnwick {
+
+void TarnwickAppDelegate::listenTo(ApplicationInstance& instance) {
+    connect(&instance, &ApplicationInstance::filesOpened, this, &TarnwickAppDelegate::open);
+    connect(&instance, &ApplicationInstance::activated, this, &TarnwickAppDelegate::activate);
+    connect(&instance, &ApplicationInstance::actionRequested, this, &TarnwickAppDelegate::perform);
+}
+
+void TarnwickAppDelegate::open(const QList<QUrl>& urls, bool isAskedFor) {
+    opened_.open(urls, isAskedFor);
+}
+
+void TarnwickAppDelegate::activate(const QString& activationToken) {
+    parts_.window.raise(activationToken);
+}
+
+void TarnwickAppDelegate::perform(const QString& action) {
+    if (action == "open") {
+        parts_.model.chooseFiles();
+    } else if (action == "settings") {
+        parts_.extensionSettings.showExtensionManagementInterface();
+    }
+}
+
+} // namespace tarnwick

@@ -1,0 +1,15 @@
+import QtQuick
+import Tarnwick
+
+/// What the keyboard is at, around its parent.
+Rectangle {
+    required property Item control
+    property int margin: 2
+
+    anchors.fill: parent
+    anchors.margins: -margin
+    color: "transparent"
+    border.color: Theme.focusRing
+    border.width: 2
+    visible: control.activeFocus && control.visible
+}

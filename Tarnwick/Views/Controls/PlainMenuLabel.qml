@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Templates as T
+import Tarnwick
+
+/// What an entry of a menu shows.
+Item {
+    id: label
+
+    required property string text
+    required property string shortcutText
+    required property string refusal
+    required property bool allowed
+
+    implicitWidth: name.implicitWidth + (shortcutText === "" ? 0 : shortcut.implicitWidth + 24) + 20
+    implicitHeight: name.implicitHeight
+
+    Text {
+        id: name
+        x: 10
+        anchors.verticalCenter: parent.verticalCenter
+        text: label.text
+        font.pixelSize: Theme.controlSize
+        color: label.allowed ? Theme.text : Theme.disabledIcon
+        Accessible.ignored: true
+    }
+    Text {
+        id: shortcut
+        anchors.right: parent.right
+        anchors.rightMargin: 10
+        anchors.verticalCenter: parent.verticalCenter
+        text: label.shortcutText
+        font.pixelSize: Theme.statusSize
+        color: label.allowed ? Theme.secondText : Theme.disabledIcon
+        Accessible.ignored: true
+    }
+    // A refused entry gets no pointer events itself.
+    HoverHandler {
+        id: hover
+    }
+    T.ToolTip.text: refusal
+    T.ToolTip.visible: !allowed && refusal !== "" && hover.hovered
+    T.ToolTip.delay: Theme.tipDelay
+    T.ToolTip.timeout: Theme.tipTime
+}

@@ -1,8 +1,0 @@
-import QtQuick
-
-PrimaryButton {
-    fill: Theme.destructive
-    hoverFill: Theme.destructiveHover
-    pressedFill: Theme.destructivePressed
-    textColor: Theme.destructiveText
-}

@@ -1,0 +1,23 @@
+import QtQuick
+import Tarnwick
+
+/// Says something that the user has to know.
+Sheet {
+    id: sheet
+
+    required property string text
+
+    signal dismissed
+
+    title: "请注意"
+    message: text
+    visible: text !== ""
+    onClosed: dismissed()
+
+    PrimaryButton {
+        objectName: "alertButton"
+        text: "好"
+        focus: true
+        onClicked: sheet.close()
+    }
+}

@@ -1,0 +1,21 @@
+import QtQuick
+import Tarnwick
+
+/// How much a picture shrank.
+Rectangle {
+    property alias text: label.text
+
+    implicitWidth: label.implicitWidth + 18
+    implicitHeight: 24
+    radius: 12
+    color: Theme.badge
+
+    Text {
+        id: label
+        anchors.centerIn: parent
+        color: Theme.badgeText
+        font.pixelSize: Theme.statusSize
+        font.weight: Font.DemiBold
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,37 @@
+import QtQuick
+import Tarnwick
+
+/// The context menu of a row.
+PlainMenu {
+    id: menu
+
+    property TaskRow row
+
+    label: "图片操作"
+
+    PlainMenuItem {
+        text: "对比"
+        shortcutText: "空格"
+        enabled: menu.row?.canCompare ?? false
+        refusal: menu.row?.compareRefusal ?? ""
+        onTriggered: menu.row.compareRequested()
+    }
+    PlainMenuItem {
+        text: "恢复原图"
+        enabled: menu.row?.canRestore ?? false
+        refusal: menu.row?.restoreRefusal ?? ""
+        onTriggered: menu.row.restoreRequested()
+    }
+    PlainMenuItem {
+        text: "在 Finder 中显示"
+        onTriggered: menu.row.revealRequested()
+    }
+    MenuLine {}
+    PlainMenuItem {
+        text: "删除记录"
+        shortcutText: "Delete"
+        enabled: menu.row?.canDelete ?? false
+        refusal: menu.row?.deleteRefusal ?? ""
+        onTriggered: menu.row.deleteRequested()
+    }
+}

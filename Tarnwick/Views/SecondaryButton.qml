@@ -1,8 +1,0 @@
-import QtQuick
-
-PrimaryButton {
-    fill: Theme.button
-    hoverFill: Theme.hover
-    pressedFill: Theme.pressed
-    textColor: Theme.text
-}
