@@ -27,7 +27,7 @@ std::set<std::string> parsed(const std::string& text, const URL& file) {
 CreatedItems::CreatedItems(URL file) : file_(std::move(file)) {}
 
 void CreatedItems::createDirectories(const URL& folder) {
-    // Noted first: a folder that was made but not noted would stay for ever.
+    // A folder that was created but is not in the list would never be removed.
     for (URL item = folder; item.path() != "/" && !itemExists(item);
          item = item.deletingLastPathComponent()) {
         add(item);

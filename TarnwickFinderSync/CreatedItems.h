@@ -8,17 +8,18 @@
 
 namespace tarnwick {
 
-/// What the menus' entries made around themselves in the user's folders, kept in a file of its own: only that
-/// may go with them. Changes are on the disk when a call returns. To be used under a lock.
+/// The list of folders and files that were created for menu entries. Only these are removed with an entry.
+/// Changes are on the disk when a call returns. The caller holds the lock of the folder that `file` is in.
 class CreatedItems {
 public:
-    /// `file` need not exist, but its folder must when something is noted. It is read at the first need; all
-    /// calls throw FileSystemError, and CompressionError when it is damaged.
+    /// `file` holds the list and is read at the first use. It need not exist, but its folder must exist
+    /// before the first change. All calls throw FileSystemError, and CompressionError when the file is
+    /// damaged.
     explicit CreatedItems(URL file);
 
-    /// Makes the folder and those above it that are missing.
+    /// Creates the folder and its missing parents.
     void createDirectories(const URL& folder);
-    /// Removes the folder and those above it, as long as they were made here and are empty.
+    /// Removes the folder, then its parents, up to the first that is not in the list or not empty.
     void removeEmptyDirectories(const URL& folder);
 
     void add(const URL& item);

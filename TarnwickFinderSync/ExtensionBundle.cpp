@@ -16,7 +16,7 @@ namespace {
     throw CompressionError::fileOperation("此处没有扩展程序包：" + displayText(location.path()));
 }
 
-/// The pairs of a key and a string, wherever they stand.
+/// Every key that has a string as its value, at any depth.
 std::map<std::string, std::string> strings(const std::string& propertyList) {
     std::map<std::string, std::string> found;
     QXmlStreamReader reader(QByteArray::fromStdString(propertyList));

@@ -6,18 +6,17 @@
 
 namespace tarnwick {
 
-/// The bundle of an extension, "Contents/PlugIns/<name>.appex" of an application.
+/// The bundle of an extension: "Contents/PlugIns/<name>.appex" in an application's bundle.
 struct ExtensionBundle {
     URL location;
     std::string identifier;
     std::string version;
 
-    /// Reads what the bundle says of itself in "Contents/Info.plist". Throws CompressionError when there is
-    /// no such bundle.
+    /// Reads "Contents/Info.plist" of the bundle. Throws CompressionError when there is no such bundle.
     static ExtensionBundle at(const URL& location);
 };
 
-/// The executable of the application that the bundle at `location` belongs to.
+/// The executable of the application that contains the bundle at `location`.
 URL applicationOfExtension(const URL& location);
 
 } // namespace tarnwick

@@ -14,7 +14,7 @@
 
 namespace tarnwick {
 
-// Outside of the unnamed namespace, where the JSON library finds it.
+// Not in the unnamed namespace: the JSON library finds it by argument-dependent lookup.
 NLOHMANN_JSON_SERIALIZE_ENUM(ExtensionRegistry::Election, {{ExtensionRegistry::Election::use, "use"},
                                                            {ExtensionRegistry::Election::ignore, "ignore"}})
 
@@ -22,13 +22,13 @@ namespace {
 
 using Registration = ExtensionRegistry::Registration;
 
-Registration registration(const nlohmann::json& json) {
+Registration fromJSON(const nlohmann::json& json) {
     return {{URL::file(json.at("path").get<std::string>()), json.at("identifier"), json.at("version")},
             json.at("uuid"),
             json.at("date")};
 }
 
-nlohmann::json json(const Registration& registration) {
+nlohmann::json toJSON(const Registration& registration) {
     return {{"path", registration.bundle.location.path()},
             {"identifier", registration.bundle.identifier},
             {"version", registration.bundle.version},
@@ -51,7 +51,7 @@ ExtensionRegistry::ExtensionRegistry(URL file) : file_(std::move(file)) {
     try {
         const auto stored = nlohmann::json::parse(*text);
         for (const auto& item : stored.at("bundles")) {
-            registrations_.push_back(registration(item));
+            registrations_.push_back(fromJSON(item));
         }
         stored.at("elections").get_to(elections_);
     } catch (const nlohmann::json::exception&) {
@@ -89,7 +89,7 @@ std::optional<ExtensionRegistry::Election> ExtensionRegistry::election(const std
 void ExtensionRegistry::save() const {
     nlohmann::json stored = {{"bundles", nlohmann::json::array()}, {"elections", elections_}};
     for (const Registration& item : registrations_) {
-        stored["bundles"].push_back(json(item));
+        stored["bundles"].push_back(toJSON(item));
     }
     replaceFile(file_, stored.dump(1) + "\n", 0600);
 }

@@ -10,33 +10,33 @@
 
 namespace tarnwick {
 
-/// The bundles that were registered, and whether the user wants their extensions: a file in the user's data.
+/// The file with the registered bundles and the user's choice for each extension.
 class ExtensionRegistry {
 public:
     enum class Election { use, ignore };
 
     struct Registration {
         ExtensionBundle bundle;
-        /// Stays with the bundle's location.
+        /// Kept when a bundle at the same location is registered again.
         std::string uuid;
-        /// "2026-01-31 12:00:00 +0000", the last registration.
+        /// The time of the last registration, such as "2026-01-31 12:00:00 +0000".
         std::string date;
     };
 
-    /// Reads it; `file` need not exist. Throws FileSystemError, and CompressionError when the file is
+    /// Reads `file`, which need not exist. Throws FileSystemError, and CompressionError when the file is
     /// damaged.
     explicit ExtensionRegistry(URL file);
 
-    /// As the last one, in the place of an earlier registration of its location; those whose bundle is gone
-    /// are dropped.
+    /// Appends a registration, which replaces an earlier one of the same location. Drops the registrations
+    /// whose bundle no longer exists.
     void add(const ExtensionBundle& bundle);
     void elect(const std::string& identifier, Election election);
 
-    /// In the order of their registration.
+    /// In the order of registration.
     std::vector<Registration> registrations(const std::string& identifier) const;
     std::optional<Election> election(const std::string& identifier) const;
 
-    /// In one step, on the disk when it returns. Throws FileSystemError or CompressionError.
+    /// Replaces the file atomically and durably. Throws FileSystemError or CompressionError.
     void save() const;
 
 private:

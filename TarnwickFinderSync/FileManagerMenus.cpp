@@ -4,10 +4,10 @@
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "TarnwickFinderSync/CreatedItems.h"
-#include "TarnwickFinderSync/FileEntry.h"
+#include "TarnwickFinderSync/FileMenuEntry.h"
 #include "TarnwickFinderSync/MenuFile.h"
 #include "TarnwickFinderSync/PluginLookup.h"
-#include "TarnwickFinderSync/ThunarEntry.h"
+#include "TarnwickFinderSync/ThunarMenuEntry.h"
 #include "TarnwickFinderSync/UserFiles.h"
 
 #include <algorithm>
@@ -48,7 +48,7 @@ bool isInstalled(FileManager fileManager, const UserDirectories& directories) {
     });
 }
 
-/// Several of the entries' formats are text, and their lines end at a line end.
+/// The formats of the entries are text: a line break would end the line that holds the path.
 void requireNameable(const URL& application, FileManager fileManager) {
     const std::string& path = application.path();
     if (displayText(path) != path) {
@@ -59,18 +59,18 @@ void requireNameable(const URL& application, FileManager fileManager) {
     }
 }
 
-/// The entries of one call, with what they need.
+/// Makes the entries. Lives for one call of FileManagerMenus.
 class Entries {
 public:
     Entries(const URL& application, const UserDirectories& directories)
-        : application_(application), directories_(directories), created_(notes(directories)) {}
+        : application_(application), directories_(directories), created_(listOfCreatedItems(directories)) {}
 
     std::unique_ptr<MenuEntry> entry(FileManager fileManager) {
         if (fileManager == FileManager::thunar) {
-            return std::make_unique<ThunarEntry>(application_.path(), directories_, created_);
+            return std::make_unique<ThunarMenuEntry>(application_.path(), directories_, created_);
         }
-        return std::make_unique<FileEntry>(menuFiles(fileManager, application_.path(), directories_),
-                                           created_);
+        return std::make_unique<FileMenuEntry>(menuFiles(fileManager, application_.path(), directories_),
+                                               created_);
     }
 
     void write(FileManager fileManager) {
@@ -81,7 +81,7 @@ public:
     static URL folder(const UserDirectories& directories) { return directories.data.appending("Tarnwick"); }
 
 private:
-    static URL notes(const UserDirectories& directories) {
+    static URL listOfCreatedItems(const UserDirectories& directories) {
         return folder(directories).appending("FileManagerMenus.json");
     }
 
@@ -90,7 +90,7 @@ private:
     CreatedItems created_;
 };
 
-/// Does `work` for all; then throws what failed, a line each.
+/// Calls `work` for every file manager, then throws one error with a line for each failure.
 void forEachFileManager(const std::function<void(FileManager)>& work) {
     std::string failures;
     for (const FileManager fileManager : FileManagerMenus::allFileManagers) {
@@ -106,7 +106,7 @@ void forEachFileManager(const std::function<void(FileManager)>& work) {
     }
 }
 
-/// What cannot be read gives no entry in a menu either.
+/// False where the entry cannot be read: the file manager cannot read it either.
 bool isEnabled(const MenuEntry& entry) {
     try {
         return entry.isCurrent();
@@ -163,7 +163,7 @@ void FileManagerMenus::refresh() const {
     const FolderLock lock(Entries::folder(directories_));
     Entries entries(application_, directories_);
     forEachFileManager([&](FileManager fileManager) {
-        if (entries.entry(fileManager)->stands()) {
+        if (entries.entry(fileManager)->exists()) {
             entries.write(fileManager);
         }
     });

@@ -9,14 +9,14 @@
 
 namespace tarnwick {
 
-/// The entry "用 Tarnwick 压缩" in the context menus of the file managers, which starts the application with
-/// the selected pictures. Entries are files in the user's own folders. An entry is known as ours by a mark in
-/// it, and only such are ever changed or removed, with those of the folders around it that were made for it.
+/// The entry "用 Tarnwick 压缩" in the context menus of the file managers. It starts the application with the
+/// selected pictures. Entries are files in the user's own folders. A mark in the text identifies our entries:
+/// only these are changed or removed, together with the folders that were created for them.
 ///
-/// A file manager that is running may show the change only when it is started again: Thunar does, and
-/// Nautilus and Caja where they load extensions in Python.
+/// Thunar shows a change only after it is restarted, and so do Nautilus and Caja where they load extensions
+/// in Python.
 ///
-/// Calls read and write small files and may block on them; any thread, and several processes at a time.
+/// Calls read and write small files and may block. Safe from any thread and from several processes at a time.
 class FileManagerMenus {
 public:
     enum class FileManager { nautilus, nemo, caja, thunar, dolphin };
@@ -26,31 +26,32 @@ public:
 
     struct State {
         FileManager fileManager;
-        /// The program is on this machine.
+        /// The file manager's program is on this machine.
         bool isInstalled;
-        /// The entry stands where this file manager reads it, and starts this application.
+        /// The entry is where this file manager reads it, and starts this application.
         bool isEnabled;
     };
 
-    /// The entries start `application`, an executable.
+    /// `application` is the executable that the entries start.
     FileManagerMenus(URL application, UserDirectories directories);
 
-    /// Of all file managers, in their fixed order. What cannot be read is not enabled.
+    /// The states of all file managers, in the order of allFileManagers. An entry that cannot be read is not
+    /// enabled.
     std::vector<State> states() const;
 
-    /// Writes or removes one entry, also where the file manager isn't installed; changes nothing when that is
-    /// already done. Throws CompressionError or FileSystemError: also where a file of the user's has the
-    /// entry's name, the file to add to is damaged, or the application's path is one that not every menu can
-    /// name (control characters, or not UTF-8).
+    /// Writes or removes one entry, also where the file manager isn't installed. Does nothing when the entry
+    /// is already in that state. Throws CompressionError or FileSystemError. Refuses to write where a file of
+    /// the user has the entry's name, where Thunar's file is damaged, and where the application's path cannot
+    /// be written in the entry (control characters, invalid UTF-8, for Nemo "%").
     void setEnabled(FileManager fileManager, bool isEnabled) const;
 
-    /// Writes the entries of the installed file managers. One that fails doesn't keep the others from it;
-    /// then CompressionError is thrown, with a line for each that failed.
+    /// Writes the entries of the installed file managers. Continues after a failure, and throws
+    /// CompressionError at the end, with a line for each file manager that failed.
     void enableInstalled() const;
-    /// Removes the entries of all file managers, in the same way.
+    /// Removes the entries of all file managers. Failures as in enableInstalled().
     void disableAll() const;
-    /// Writes those anew that stand there but are not up to date, as when the application was moved; in the
-    /// same way.
+    /// Updates the entries that exist, for example after the application was moved. Failures as in
+    /// enableInstalled().
     void refresh() const;
 
 private:
@@ -58,7 +59,7 @@ private:
     UserDirectories directories_;
 };
 
-/// The name for people, for example "Nautilus（文件）".
+/// The name to show to the user, for example "Nautilus（文件）".
 std::string name(FileManagerMenus::FileManager fileManager);
 
 } // namespace tarnwick

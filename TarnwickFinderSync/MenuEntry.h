@@ -2,7 +2,7 @@
 
 namespace tarnwick {
 
-/// The entry in one file manager's menu.
+/// The entry in the context menu of one file manager.
 class MenuEntry {
 public:
     MenuEntry() = default;
@@ -10,15 +10,15 @@ public:
     MenuEntry& operator=(const MenuEntry&) = delete;
     virtual ~MenuEntry() = default;
 
-    /// Whether an entry of ours is there, also one that is not up to date. Throws CompressionError or
-    /// FileSystemError when that cannot be told.
-    virtual bool stands() const = 0;
-    /// Whether the file manager finds the entry, and it starts this application. Throws in the same way.
+    /// Whether an entry of ours exists, up to date or not. Throws CompressionError or FileSystemError when it
+    /// cannot be read.
+    virtual bool exists() const = 0;
+    /// Whether the entry is where the file manager reads it, and starts this application. Throws as exists().
     virtual bool isCurrent() const = 0;
-    /// Changes nothing where the entry is current. Throws CompressionError or FileSystemError, and changes
-    /// nothing of the user's then.
+    /// Does nothing when the entry is current. Throws CompressionError or FileSystemError, and then leaves
+    /// the user's files unchanged.
     virtual void write() const = 0;
-    /// In the same way; fine when no entry of ours is there.
+    /// Does nothing when there is no entry of ours. Throws as write().
     virtual void remove() const = 0;
 };
 

@@ -12,7 +12,7 @@ constexpr mode_t plain = 0644;
 /// Dolphin trusts a user's service menu only when it is executable.
 constexpr mode_t executable = 0755;
 
-/// Nautilus and Caja, which is its descendant: an extension in Python where they can load one, else a script.
+/// For Nautilus and Caja, a fork of it: a Python extension where they can load one, else a script.
 std::vector<MenuFile> nautilusFiles(const MenuTexts::NautilusNames& names, const std::string& application,
                                     const URL& extensions, const URL& scripts,
                                     const UserDirectories& directories) {

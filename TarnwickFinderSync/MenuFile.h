@@ -11,14 +11,14 @@
 
 namespace tarnwick {
 
-/// A file that is a menu entry by itself.
+/// The file of a FileMenuEntry.
 struct MenuFile {
     URL location;
     std::string contents;
     mode_t mode;
 };
 
-/// The files that can serve a file manager, best first; not for Thunar, which has one file for all entries.
+/// The alternatives for a file manager, best first. Empty for Thunar, which keeps all entries in one file.
 std::vector<MenuFile> menuFiles(FileManagerMenus::FileManager fileManager, const std::string& application,
                                 const UserDirectories& directories);
 

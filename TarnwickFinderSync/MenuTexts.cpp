@@ -57,8 +57,8 @@ done
 [ $# -eq 0 ] || exec "$application" "$@"
 )";
 
-// URIs in double quotes hold nothing that GLib's splitting of the command line would change; with paths, Nemo
-// itself trips over quotes and backslashes.
+// GLib's parser of command lines changes nothing in URIs in double quotes. Nemo does not escape quotes and
+// backslashes in paths.
 constexpr std::string_view nemoTemplate = R"([Nemo Action]
 # {mark}
 Active=true

@@ -11,8 +11,7 @@
 namespace tarnwick {
 namespace {
 
-/// What stands in a folder; nothing where there is no folder that can be read, since then no program of the
-/// user could load anything from there.
+/// The entries of a folder. Empty for a folder that cannot be read: the file manager cannot read it either.
 std::vector<URL> visibleEntries(const URL& folder) {
     try {
         return entries(folder);
@@ -26,16 +25,16 @@ bool isExecutableFile(const URL& url) {
     return ::stat(url.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(url.c_str(), X_OK) == 0;
 }
 
-bool isThere(const URL& url) {
+bool exists(const URL& url) {
     return ::access(url.c_str(), F_OK) == 0;
 }
 
-/// `library` is "/usr/lib", or the folder in it for one kind of processor.
+/// `library` is "/usr/lib", or its subfolder for one architecture.
 bool holdsPlugin(const URL& library, const std::string& fileManager) {
     const auto versions = visibleEntries(library.appending(fileManager));
     return std::any_of(versions.begin(), versions.end(), [&](const URL& version) {
         return version.lastPathComponent().starts_with("extensions-") &&
-               isThere(version.appending("lib" + fileManager + "-python.so"));
+               exists(version.appending("lib" + fileManager + "-python.so"));
     });
 }
 

@@ -7,11 +7,11 @@
 
 namespace tarnwick {
 
-/// Whether a program of this name stands in one of the folders.
+/// Whether one of the folders contains an executable of this name.
 bool hasProgram(const std::string& name, const std::vector<URL>& folders);
 
-/// Whether the plug-in by which the file manager ("nautilus", "caja") loads extensions in Python stands below
-/// one of the library folders.
+/// Whether one of the library folders contains the plug-in with which the file manager ("nautilus", "caja")
+/// loads extensions in Python.
 bool hasPythonPlugin(const std::string& fileManager, const std::vector<URL>& libraries);
 
 } // namespace tarnwick

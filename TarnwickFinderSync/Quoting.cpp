@@ -3,7 +3,7 @@
 namespace tarnwick::Quoting {
 namespace {
 
-/// `text` with `escape` before each of `characters`.
+/// `text` with `escape` before each of these characters.
 std::string escaped(std::string_view text, std::string_view characters, char escape) {
     std::string result;
     for (const char c : text) {

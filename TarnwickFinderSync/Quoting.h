@@ -3,18 +3,18 @@
 #include <string>
 #include <string_view>
 
-/// How a path stands in the texts of others, without loss. Paths hold no control characters.
+/// Quotes paths for the formats of the menu entries. Paths contain no control characters.
 namespace tarnwick::Quoting {
 
-/// A word of a POSIX shell, also as GLib splits command lines.
+/// A word for a POSIX shell and for GLib's parser of command lines.
 std::string shellWord(std::string_view text);
-/// A string of Python.
+/// A Python string literal.
 std::string pythonString(std::string_view text);
-/// A quoted argument of a desktop entry's Exec line, before keyFileValue().
+/// A quoted argument of a desktop entry's Exec line. Apply keyFileValue() to the whole line.
 std::string execArgument(std::string_view text);
-/// A value of type string in a desktop entry or another key file.
+/// A string value in a desktop entry or another key file.
 std::string keyFileValue(std::string_view text);
-/// `text` in which "%" begins no field code.
+/// `text` with each "%" escaped, so that it does not begin a field code.
 std::string withoutFieldCodes(std::string_view text);
 /// Character data of XML.
 std::string xmlText(std::string_view text);

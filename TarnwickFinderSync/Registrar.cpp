@@ -59,7 +59,7 @@ int dispatch(const std::vector<std::string>& arguments, const Registrar& registr
 Registrar::Registrar(UserDirectories directories) : directories_(std::move(directories)) {}
 
 void Registrar::add(const URL& location) const {
-    // A list has a line for each bundle, with the path as it is.
+    // The list has one line for each bundle and does not escape its path.
     if (displayText(location.path()) != location.path()) {
         throw CompressionError::fileOperation("路径含有换行等控制字符或不是 UTF-8，无法登记：" +
                                               displayText(location.path()));
@@ -108,7 +108,7 @@ URL Registrar::file() const {
     return folder().appending("FinderExtensions.json");
 }
 
-/// At least one.
+/// Never empty.
 std::vector<ExtensionRegistry::Registration> Registrar::registrations(const std::string& identifier) const {
     auto found = ExtensionRegistry(file()).registrations(identifier);
     if (found.empty()) {

@@ -8,22 +8,21 @@
 
 namespace tarnwick {
 
-/// The calls of `pluginkit`, the registrar of extensions. Errors are thrown as CompressionError or
-/// FileSystemError.
+/// The operations of `pluginkit`. They throw CompressionError or FileSystemError.
 ///
-/// An extension counts as enabled when a menu has an entry that starts its application, or, where the user
-/// elected to use it, when no file manager is installed that could have one. Of several applications that
-/// registered the same extension, the last one has the entries.
+/// An extension is enabled when a menu has an entry that starts its application. Where no file manager is
+/// installed, it is enabled when the user elected to use it. When several applications registered the same
+/// extension, the entries start the last one.
 class Registrar {
 public:
     explicit Registrar(UserDirectories directories);
 
-    /// Registers the bundle at `location`, and writes entries anew that are there but not up to date.
+    /// Registers the bundle at `location` and updates the entries that exist.
     void add(const URL& location) const;
-    /// Writes or removes the entries, and notes the election when that is done.
+    /// Writes or removes the entries, then saves the election.
     void elect(const std::string& identifier, ExtensionRegistry::Election election) const;
-    /// A line for each registered bundle; its first character is "+" when it is enabled, "-" when it was
-    /// elected to be ignored, else a blank.
+    /// A line for each registered bundle. It begins with "+" when the extension is enabled, with "-" when the
+    /// user elected to ignore it, else with a space.
     std::string list(const std::string& identifier) const;
 
 private:
@@ -35,8 +34,8 @@ private:
     UserDirectories directories_;
 };
 
-/// Runs one call: arguments as `main` gets them, without the program's name. Its text goes to standard
-/// output, errors and the usage to standard error. Returns the exit status.
+/// Executes one command line, without the program's name. Writes the list to standard output, errors and the
+/// usage to standard error. Returns the exit status.
 int runRegistrar(const std::vector<std::string>& arguments, const UserDirectories& directories);
 
 } // namespace tarnwick

@@ -21,10 +21,10 @@ struct Range {
 };
 
 struct Outline {
-    /// Our elements; more than one only after the user copied it.
+    /// Our elements: more than one after the user copied it.
     std::vector<Range> ours;
     std::string command;
-    /// The closing tag of the root, or the whole root where it is one empty tag.
+    /// The closing tag of the root, or the root itself where it is an empty tag.
     Range close;
 };
 
@@ -32,7 +32,7 @@ struct Outline {
     throw CompressionError::fileOperation("Thunar 的自定义动作文件有误，未作更改：" + reason);
 }
 
-/// Reads the text once, and says where in it things are.
+/// Finds the places of the elements in the text.
 class OutlineReader {
 public:
     explicit OutlineReader(std::string_view text) {
@@ -42,7 +42,7 @@ public:
         const std::string_view body = text.substr(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0);
         skipped_ = text.size() - body.size();
         characters_ = QString::fromUtf8(body.data(), static_cast<qsizetype>(body.size()));
-        // Thunar's own parser knows no namespaces.
+        // Thunar's parser does not support namespaces.
         reader_.setNamespaceProcessing(false);
         reader_.addData(characters_);
     }
@@ -100,8 +100,8 @@ private:
         --depth_;
     }
 
-    /// The tag that was just read. Inside a tag there is no other "<". What the reader says of its place is
-    /// checked: a place that is off by one would cut into the user's text.
+    /// The tag that the reader has just read; a tag contains no other "<". The reader's offset is checked: an
+    /// offset that is wrong by one would cut into the user's text.
     Range tag() const {
         const auto offset = std::min<qsizetype>(reader_.characterOffset(), characters_.size());
         const auto begin = QStringView(characters_).first(offset).lastIndexOf(u'<');
@@ -129,7 +129,7 @@ private:
     Outline outline_;
 };
 
-/// Cuts out all of our elements but the first `kept`.
+/// Removes all of our elements except the first `kept`.
 std::string withoutOurs(std::string_view text, const std::vector<Range>& ours, std::size_t kept) {
     std::string result(text);
     for (std::size_t i = ours.size(); i > kept; --i) {

@@ -14,7 +14,7 @@ std::string_view environment(const char* name) {
     return value != nullptr ? value : "";
 }
 
-/// The absolute paths of a list with colons; others are to be ignored.
+/// The absolute paths in a list separated by colons. Others are ignored.
 std::vector<URL> directories(std::string_view list) {
     std::vector<URL> found;
     while (!list.empty()) {

@@ -1,42 +1,12 @@
+#include "Process/ToolRunner.h"
 #include "TarnwickFinderSync/MenuFixture.h"
 
-#include <gmock/gmock.h>
-
-#include <cstdlib>
+#include <sstream>
 
 namespace tarnwick::test {
 namespace {
 
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-
-class LaunchTests : public MenuFixture {
-protected:
-    std::vector<std::string> paths(const std::vector<std::string>& names) const {
-        std::vector<std::string> result;
-        result.reserve(names.size());
-        for (const std::string& name : names) {
-            result.push_back((machine / name).path());
-        }
-        return result;
-    }
-
-    /// What the application gets when the entry is chosen for these files.
-    std::vector<std::string> choose(const std::string& kind, const std::string& entry,
-                                    const std::vector<std::string>& files) const {
-        removeFile(machine / "received");
-        std::vector<std::string> command = {"python3", TARNWICK_FAKE_FILE_MANAGER, kind,
-                                            (machine / entry).path()};
-        command.insert(command.end(), files.begin(), files.end());
-        const ProcessEnd end = run({std::string("PATH=") + std::getenv("PATH"), "LC_ALL=C.UTF-8"}, command);
-        EXPECT_EQ(end.status, 0) << kind << ": " << end.errors;
-        return received();
-    }
-
-    const std::vector<std::string> pictures = paths(
-        {"a b.png", "it's \"quoted\".JPG", "line\nfeed\n.gif", "-i.jpeg", "中文 图.heic", "back\\slash\\.png",
-         "100%25 $HOME ${x} `id` $(id) %F.PNG", "\xFF\xFE.jpg", " * ? [a] ~ # ; & | < > !.HEIF"});
-};
+using namespace testing;
 
 struct Entry {
     std::string kind;
@@ -44,49 +14,76 @@ struct Entry {
     std::string file;
 };
 
-TEST_F(LaunchTests, AnyNameReachesTheApplication) {
-    const std::vector<Entry> plain = {
-        {"nautilus-script", FileManager::nautilus, "home/.local/share/nautilus/scripts/用 Tarnwick 压缩"},
-        {"caja-script", FileManager::caja, "home/.config/caja/scripts/用 Tarnwick 压缩"},
-        {"nemo", FileManager::nemo, "home/.local/share/nemo/actions/tarnwick.nemo_action"},
-        {"thunar", FileManager::thunar, "home/.config/Thunar/uca.xml"},
-        {"dolphin", FileManager::dolphin, "home/.local/share/kio/servicemenus/tarnwick.desktop"}};
-    const std::string extension = "-python/extensions/tarnwick.py";
-    const std::vector<Entry> python = {
-        {"nautilus", FileManager::nautilus, "home/.local/share/nautilus" + extension},
-        {"nautilus-42", FileManager::nautilus, "home/.local/share/nautilus" + extension},
-        {"caja", FileManager::caja, "home/.local/share/caja" + extension}};
-    for (const auto& entries : {plain, python}) {
-        for (const Entry& entry : entries) {
-            menus.setEnabled(entry.fileManager, true);
-            EXPECT_THAT(choose(entry.kind, entry.file, pictures), ElementsAreArray(pictures)) << entry.kind;
+class LaunchTest : public MenuFixture {
+protected:
+    std::vector<std::string> paths(std::vector<std::string> names) const {
+        for (std::string& name : names) {
+            name = (machine / name).path();
         }
-        installPythonPlugin("nautilus");
-        installPythonPlugin("caja");
+        return names;
+    }
+
+    /// The paths that the application receives when the user chooses the entry for these files.
+    std::vector<std::string> choose(const Entry& entry, const std::vector<std::string>& files) const {
+        write("received", "");
+        std::vector<std::string> arguments = {entry.kind, (machine / entry.file).path()};
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        ToolRunner(URL::file(TARNWICK_FINDER_SYNC_TESTS)).run("fake-file-manager.py", arguments, 60);
+        std::vector<std::string> received;
+        std::istringstream text(contents(machine / "received"));
+        for (std::string argument; std::getline(text, argument, '\0');) {
+            received.push_back(argument.starts_with("file:") ? URL::parse(argument)->path() : argument);
+        }
+        return received;
+    }
+
+    const Entry script{"nautilus-script", FileManager::nautilus,
+                       "home/.local/share/nautilus/scripts/用 Tarnwick 压缩"};
+    const Entry extension{"nautilus", FileManager::nautilus,
+                          "home/.local/share/nautilus-python/extensions/tarnwick.py"};
+    const Entry thunar{"thunar", FileManager::thunar, "home/.config/Thunar/uca.xml"};
+    const Entry dolphin{"dolphin", FileManager::dolphin,
+                        "home/.local/share/kio/servicemenus/tarnwick.desktop"};
+    const std::vector<std::string> pictures = paths(
+        {"a b.png", "it's \"quoted\".JPG", "line\nfeed\n.gif", "-i.jpeg", "中文 图.heic", "back\\slash\\.png",
+         "100%25 $HOME ${x} `id` $(id) %F.PNG", "\xFF\xFE.jpg", " * ? [a] ~ # ; & | < > !.HEIF"});
+};
+
+TEST_F(LaunchTest, PassesAnyFileName) {
+    for (const Entry& entry : std::vector<Entry>{
+             script,
+             {"caja-script", FileManager::caja, "home/.config/caja/scripts/用 Tarnwick 压缩"},
+             {"nemo", FileManager::nemo, "home/.local/share/nemo/actions/tarnwick.nemo_action"},
+             thunar,
+             dolphin,
+             extension,
+             {"nautilus-42", FileManager::nautilus, extension.file},
+             {"caja", FileManager::caja, "home/.local/share/caja-python/extensions/tarnwick.py"}}) {
+        if (entry.file.ends_with(".py")) {
+            installPythonPlugin(entry.kind.substr(0, entry.kind.find('-')));
+        }
+        menus.setEnabled(entry.fileManager, true);
+        EXPECT_THAT(choose(entry, pictures), ElementsAreArray(pictures)) << entry.kind;
     }
 }
 
-TEST_F(LaunchTests, APercentSignInTheApplicationsPathIsItself) {
+TEST_F(LaunchTest, EscapesPercentSignsInTheApplicationsPath) {
     const FileManagerMenus other(makeApplication("100%F %% %U"), directories);
-    other.setEnabled(FileManager::thunar, true);
-    other.setEnabled(FileManager::dolphin, true);
-    EXPECT_THAT(choose("thunar", "home/.config/Thunar/uca.xml", pictures), ElementsAreArray(pictures));
-    EXPECT_THAT(choose("dolphin", "home/.local/share/kio/servicemenus/tarnwick.desktop", pictures),
-                ElementsAreArray(pictures));
+    for (const Entry& entry : {thunar, dolphin}) {
+        other.setEnabled(entry.fileManager, true);
+        EXPECT_THAT(choose(entry, pictures), ElementsAreArray(pictures)) << entry.kind;
+    }
 }
 
-TEST_F(LaunchTests, OtherFilesAreNotPassedOn) {
-    const std::string script = "home/.local/share/nautilus/scripts/用 Tarnwick 压缩";
+TEST_F(LaunchTest, PassesOnlyPictures) {
     menus.setEnabled(FileManager::nautilus, true);
-    EXPECT_THAT(choose("nautilus-script", script, paths({"notes.txt", "a.png", "png", "b.png.bak"})),
+    EXPECT_THAT(choose(script, paths({"notes.txt", "a.png", "png", "b.png.bak"})),
                 ElementsAreArray(paths({"a.png"})));
-    EXPECT_THAT(choose("nautilus-script", script, paths({"notes.txt"})), IsEmpty());
-    EXPECT_FALSE(itemExists(machine / "received")) << "the application is not started for nothing";
+    EXPECT_THAT(choose(script, paths({"notes.txt"})), IsEmpty());
+    EXPECT_EQ(contents(machine / "received"), "") << "the application must not start without pictures";
     installPythonPlugin("nautilus");
     menus.setEnabled(FileManager::nautilus, true);
-    EXPECT_THAT(choose("nautilus", "home/.local/share/nautilus-python/extensions/tarnwick.py",
-                       paths({"notes.txt", "a.png"})),
-                IsEmpty());
+    EXPECT_THAT(choose(extension, paths({"notes.txt", "a.png"})), IsEmpty());
 }
 
 } // namespace

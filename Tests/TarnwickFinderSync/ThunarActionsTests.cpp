@@ -13,7 +13,7 @@ using namespace ThunarActions;
 const std::string ours = "<action>\n\t<unique-id>app.tarnwick.Tarnwick.finder</unique-id>\n"
                          "\t<command>'/opt/Tarnwick' %U</command>\n</action>\n";
 
-/// What users' files hold; "|" stands where our action belongs.
+/// Files of users. "|" marks the place of our action.
 const std::vector<std::string> files = {
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n|</actions>\n",
     "<actions>|</actions>",
@@ -21,22 +21,14 @@ const std::vector<std::string> files = {
     "-->",
     "<actions\n  >\n   <action ><name>a &amp; b &lt;/actions&gt;</name></action >\t  |</actions  >",
     R"(<actions><action><command><![CDATA[ echo '</actions>' app.tarnwick.Tarnwick.finder ]]></command></action>
-<!-- <action><unique-id>app.tarnwick.Tarnwick.finder</unique-id></action> -->
-|</actions>)",
-    R"(<!DOCTYPE actions [
-<!ELEMENT actions (action)+>
-<!ENTITY who "ich &#169;">
-]>
-<actions><action><name>&who;</name><unique-id>1-1</unique-id>
-<description>runs tarnwick app.tarnwick.Tarnwick.finder</description><range/></action>
+<!-- <action><unique-id>app.tarnwick.Tarnwick.finder</unique-id></action> -->|</actions>)",
+    R"(<!DOCTYPE actions [ <!ELEMENT actions (action)+> <!ENTITY who "ich &#169;"> ]>
+<actions><action><name>&who;</name><unique-id>1-1</unique-id><description>runs app.tarnwick.Tarnwick.finder
+</description><range/></action>|</actions>)",
+    "<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>|</"
+    "actions>"};
 
-|</actions>
-
-)",
-    R"(<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>|</actions>)",
-};
-
-TEST(ThunarActionsTests, OursComesAndGoesAndLeavesEveryOtherByte) {
+TEST(ThunarActions, InsertsAndRemovesOurActionAndKeepsEveryOtherByte) {
     for (const std::string& file : files) {
         const auto place = file.find('|');
         std::string before = file;
@@ -52,8 +44,8 @@ TEST(ThunarActionsTests, OursComesAndGoesAndLeavesEveryOtherByte) {
     }
 }
 
-TEST(ThunarActionsTests, OursIsReplacedWhereItStands) {
-    // As Thunar itself writes it, and the user copied it.
+TEST(ThunarActions, ReplacesOurActionInItsPlace) {
+    // As Thunar writes it. The user has copied it.
     const std::string old = "<action>\n\t<icon></icon>\n\t<name>mine</name>\n\t<submenu></submenu>\n"
                             "\t<unique-id> app.tarnwick.Tarnwick.finder\n</unique-id>\n"
                             "\t<command>&apos;/old&apos; &#37;U</command>\n</action>\n";
@@ -64,7 +56,7 @@ TEST(ThunarActionsTests, OursIsReplacedWhereItStands) {
     EXPECT_EQ(withoutAction(text), "<actions>\n" + other + other + "</actions>\n");
 }
 
-TEST(ThunarActionsTests, AnEmptyRootIsOpened) {
+TEST(ThunarActions, OpensAnEmptyRoot) {
     for (const std::string root : {"<actions/>", "<actions />", "<actions a='/>'/>"}) {
         const std::string with = withAction("<?xml version='1.0'?>" + root + "\n", ours);
         EXPECT_EQ(ourCommand(with), "'/opt/Tarnwick' %U") << with;
@@ -72,7 +64,7 @@ TEST(ThunarActionsTests, AnEmptyRootIsOpened) {
     }
 }
 
-TEST(ThunarActionsTests, WhatIsNoSuchFileIsRefused) {
+TEST(ThunarActions, RefusesOtherFiles) {
     for (const std::string text :
          {"", "actions", "<actions>", "<actions></action>", "<menu></menu>",
           "<actions></actions><actions></actions>", "<actions>&none;</actions>", "<actions>\xFF</actions>",

@@ -1,11 +1,10 @@
-"""Chooses an entry as a file manager would: reads it by the rules of its format, and starts what it says.
+#!/usr/bin/env python3
+# fake-file-manager.py KIND ENTRY FILE...: chooses an entry as a file manager does: parses its format and starts its command.
 
-fake-file-manager.py KIND ENTRY FILE...
-"""
-
-import importlib.util
+import contextlib
 import os
 import re
+import runpy
 import shlex
 import subprocess
 import sys
@@ -13,19 +12,14 @@ import types
 import urllib.parse
 import xml.etree.ElementTree
 
-MIME_TYPES = {".png": "image/png", ".jpg": "image/jpeg", ".jpeg": "image/jpeg", ".gif": "image/gif",
-              ".heic": "image/heic", ".heif": "image/heif"}
-sys.dont_write_bytecode = True
-
 
 def uri(path):
-    # What GLib leaves as it is in a file's URI.
+    # The characters that GLib does not escape in the URI of a file.
     return "file://" + urllib.parse.quote(os.fsencode(path), safe="/!$&'()*+,;=:@~")
 
 
 def key_file_value(entry, key):
-    text = open(entry, encoding="utf-8").read()
-    value = re.search(rf"^{key}=(.*)$", text, re.MULTILINE).group(1)
+    value = re.search(rf"^{key}=(.*)$", open(entry, encoding="utf-8").read(), re.MULTILINE).group(1)
     escapes = {"s": " ", "n": "\n", "t": "\t", "r": "\r", "\\": "\\"}
     return re.sub(r"\\(.)", lambda match: escapes[match.group(1)], value)
 
@@ -35,11 +29,8 @@ def dolphin(entry, paths):
         sys.exit("the service menu is not trusted")
     arguments = []
     for quoted, plain in re.findall(r'"((?:[^"\\]|\\.)*)"|(\S+)', key_file_value(entry, "Exec")):
-        if plain == "%F":
-            arguments += paths
-        else:
-            word = plain or re.sub(r'\\(["`$\\])', r"\1", quoted)
-            arguments.append(word.replace("%%", "%"))
+        word = plain or re.sub(r'\\(["`$\\])', r"\1", quoted)
+        arguments += paths if plain == "%F" else [word.replace("%%", "%")]
     subprocess.run(arguments, check=True)
 
 
@@ -53,66 +44,47 @@ def thunar(entry, paths):
                  for action in xml.etree.ElementTree.parse(entry).iter("action")
                  if action.findtext("unique-id") == "app.tarnwick.Tarnwick.finder"]
     codes = {"%%": "%", "%U": " ".join(shlex.quote(uri(path)) for path in paths)}
-    line = re.sub("%.", lambda match: codes[match.group(0)], command)
-    subprocess.run(["/bin/sh", "-c", line], check=True)
+    subprocess.run(["/bin/sh", "-c", re.sub("%.", lambda match: codes[match.group(0)], command)], check=True)
 
 
 def script(variable, entry, paths):
-    environment = dict(os.environ, **{variable: "".join(uri(path) + "\n" for path in paths)})
-    subprocess.run([entry, *map(os.path.basename, paths)], env=environment, check=True)
-
-
-class File:
-    def __init__(self, path):
-        self.path = path
-
-    def get_uri(self):
-        return uri(self.path)
-
-    def get_uri_scheme(self):
-        return "file"
-
-    def get_mime_type(self):
-        return MIME_TYPES.get(os.path.splitext(self.path)[1].lower(), "text/plain")
+    os.environ[variable] = "".join(uri(path) + "\n" for path in paths)
+    subprocess.run([entry, *map(os.path.basename, paths)], check=True)
 
 
 class MenuItem:
     def __init__(self, name, label, tip, icon):
-        self.label = label
+        assert label == "用 Tarnwick 压缩"
 
     def connect(self, signal, handler, *data):
         assert signal == "activate"
         self.activate = lambda: handler(self, *data)
 
 
+def file_info(path):
+    extension = os.path.splitext(path)[1][1:].lower().replace("jpg", "jpeg")
+    return types.SimpleNamespace(get_uri=lambda: uri(path), get_uri_scheme=lambda: "file",
+                                 get_mime_type=lambda: "image/" + extension)
+
+
 def extension(module, has_window, entry, paths):
-    provider = types.SimpleNamespace(MenuProvider=type("MenuProvider", (), {}), MenuItem=MenuItem)
     repository = types.ModuleType("gi.repository")
     repository.GObject = types.SimpleNamespace(GObject=type("GObject", (), {}))
-    setattr(repository, module, provider)
+    setattr(repository, module,
+            types.SimpleNamespace(MenuProvider=type("MenuProvider", (), {}), MenuItem=MenuItem))
     sys.modules.update({"gi": types.ModuleType("gi"), "gi.repository": repository})
-    found = importlib.util.spec_from_file_location("tarnwick", entry)
-    loaded = importlib.util.module_from_spec(found)
-    found.loader.exec_module(loaded)
-    files = list(map(File, paths))
-    items = loaded.TarnwickMenu().get_file_items(*([None] if has_window else []), files)
-    if items:
-        assert items[0].label == "用 Tarnwick 压缩"
-        items[0].activate()
-        try:
+    menu = runpy.run_path(entry)["TarnwickMenu"]()
+    for item in menu.get_file_items(*([None] if has_window else []), list(map(file_info, paths))):
+        item.activate()
+        # The subprocess module may already have reaped the process.
+        with contextlib.suppress(ChildProcessError):
             os.wait()
-        except ChildProcessError:
-            pass  # It ended so soon that the subprocess module saw to it.
 
 
-KINDS = {
-    "dolphin": dolphin,
-    "nemo": nemo,
-    "thunar": thunar,
-    "nautilus-script": lambda *given: script("NAUTILUS_SCRIPT_SELECTED_URIS", *given),
-    "caja-script": lambda *given: script("CAJA_SCRIPT_SELECTED_URIS", *given),
-    "nautilus": lambda *given: extension("Nautilus", False, *given),
-    "nautilus-42": lambda *given: extension("Nautilus", True, *given),
-    "caja": lambda *given: extension("Caja", True, *given),
-}
-KINDS[sys.argv[1]](sys.argv[2], sys.argv[3:])
+kind, *given = sys.argv[1], sys.argv[2], sys.argv[3:]
+if kind in ("dolphin", "nemo", "thunar"):
+    globals()[kind](*given)
+elif kind.endswith("-script"):
+    script(kind.removesuffix("-script").upper() + "_SCRIPT_SELECTED_URIS", *given)
+else:
+    extension(kind.split("-")[0].capitalize(), kind != "nautilus", *given)

@@ -10,14 +10,14 @@
 
 namespace tarnwick {
 
-/// Our action among the user's in Thunar's "uca.xml". The name, the icon and the like that the user gave it
-/// since are kept, as long as it starts this application.
-class ThunarEntry : public MenuEntry {
+/// Our action in Thunar's "uca.xml", beside the user's own. An action that starts this application keeps the
+/// name and icon that the user gave it.
+class ThunarMenuEntry : public MenuEntry {
 public:
     /// `created` must outlive the entry.
-    ThunarEntry(std::string application, const UserDirectories& directories, CreatedItems& created);
+    ThunarMenuEntry(std::string application, const UserDirectories& directories, CreatedItems& created);
 
-    bool stands() const override;
+    bool exists() const override;
     bool isCurrent() const override;
     void write() const override;
     void remove() const override;
@@ -25,7 +25,7 @@ public:
 private:
     std::optional<std::string> presentCommand() const;
     std::string initialContents() const;
-    bool isWhatWeMade(const std::string& contents) const;
+    bool isAsCreated(const std::string& contents) const;
 
     std::string application_;
     std::vector<URL> systemFiles_;

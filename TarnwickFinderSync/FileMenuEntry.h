@@ -8,14 +8,14 @@
 
 namespace tarnwick {
 
-/// An entry that is a file by itself. The first of `files` is the one to be there, the others are what may
-/// stand there from other days.
-class FileEntry : public MenuEntry {
+/// A menu entry with a file of its own. The first of `files` is the wanted one. The others are alternatives
+/// that an earlier call may have written, and are removed.
+class FileMenuEntry : public MenuEntry {
 public:
     /// `created` must outlive the entry.
-    FileEntry(std::vector<MenuFile> files, CreatedItems& created);
+    FileMenuEntry(std::vector<MenuFile> files, CreatedItems& created);
 
-    bool stands() const override;
+    bool exists() const override;
     bool isCurrent() const override;
     void write() const override;
     void remove() const override;

@@ -1,4 +1,4 @@
-#include "TarnwickFinderSync/FileEntry.h"
+#include "TarnwickFinderSync/FileMenuEntry.h"
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
@@ -21,7 +21,7 @@ bool isUpToDate(const MenuFile& file) {
            (modeOfFile(file.location, 0) & file.mode) == file.mode;
 }
 
-/// What Python left beside an extension that it has loaded.
+/// The files that Python writes when it loads an extension.
 std::vector<URL> compiledExtensions(const URL& extension) {
     const URL folder = extension.deletingLastPathComponent().appending("__pycache__");
     if (extension.pathExtension() != "py" || !isDirectory(folder)) {
@@ -36,19 +36,19 @@ std::vector<URL> compiledExtensions(const URL& extension) {
 
 } // namespace
 
-FileEntry::FileEntry(std::vector<MenuFile> files, CreatedItems& created)
+FileMenuEntry::FileMenuEntry(std::vector<MenuFile> files, CreatedItems& created)
     : files_(std::move(files)), created_(created) {}
 
-bool FileEntry::stands() const {
+bool FileMenuEntry::exists() const {
     return std::any_of(files_.begin(), files_.end(),
                        [](const MenuFile& file) { return isOurs(readIfPresent(file.location)); });
 }
 
-bool FileEntry::isCurrent() const {
+bool FileMenuEntry::isCurrent() const {
     return isUpToDate(files_.front());
 }
 
-void FileEntry::write() const {
+void FileMenuEntry::write() const {
     const MenuFile& wanted = files_.front();
     const auto present = readIfPresent(wanted.location);
     if (present && !isOurs(present)) {
@@ -62,13 +62,13 @@ void FileEntry::write() const {
                   [this](const MenuFile& file) { removeOurs(file.location); });
 }
 
-void FileEntry::remove() const {
+void FileMenuEntry::remove() const {
     for (const MenuFile& file : files_) {
         removeOurs(file.location);
     }
 }
 
-void FileEntry::removeOurs(const URL& location) const {
+void FileMenuEntry::removeOurs(const URL& location) const {
     if (!isOurs(readIfPresent(location))) {
         return;
     }

@@ -1,4 +1,4 @@
-#include "TarnwickFinderSync/ThunarEntry.h"
+#include "TarnwickFinderSync/ThunarMenuEntry.h"
 
 #include "Foundation/Directory.h"
 #include "TarnwickFinderSync/MenuTexts.h"
@@ -12,14 +12,15 @@ namespace {
 
 constexpr std::string_view fileName = "Thunar/uca.xml";
 
-/// Without parsing: a damaged file without a word of ours needs no work of ours.
-bool mayHoldOurs(const std::optional<std::string>& contents) {
+/// Does not parse: a damaged file without our action must not cause an error.
+bool mayHaveOurs(const std::optional<std::string>& contents) {
     return contents && contents->find(MenuTexts::uniqueID) != std::string::npos;
 }
 
 } // namespace
 
-ThunarEntry::ThunarEntry(std::string application, const UserDirectories& directories, CreatedItems& created)
+ThunarMenuEntry::ThunarMenuEntry(std::string application, const UserDirectories& directories,
+                                 CreatedItems& created)
     : application_(std::move(application)), file_(directories.configuration.appending(fileName)),
       created_(created) {
     for (const URL& folder : directories.systemConfiguration) {
@@ -27,15 +28,15 @@ ThunarEntry::ThunarEntry(std::string application, const UserDirectories& directo
     }
 }
 
-bool ThunarEntry::stands() const {
+bool ThunarMenuEntry::exists() const {
     return presentCommand().has_value();
 }
 
-bool ThunarEntry::isCurrent() const {
+bool ThunarMenuEntry::isCurrent() const {
     return presentCommand() == MenuTexts::thunarCommand(application_);
 }
 
-void ThunarEntry::write() const {
+void ThunarMenuEntry::write() const {
     if (isCurrent()) {
         return;
     }
@@ -49,13 +50,13 @@ void ThunarEntry::write() const {
     replaceFile(file_, contents, modeOfFile(file_, 0644));
 }
 
-void ThunarEntry::remove() const {
+void ThunarMenuEntry::remove() const {
     const auto present = readIfPresent(file_);
-    if (!mayHoldOurs(present)) {
+    if (!mayHaveOurs(present)) {
         return;
     }
     const std::string rest = ThunarActions::withoutAction(*present);
-    if (isWhatWeMade(rest)) {
+    if (isAsCreated(rest)) {
         removeFile(file_);
     } else if (rest != *present) {
         replaceFile(file_, rest, modeOfFile(file_, 0644));
@@ -64,13 +65,13 @@ void ThunarEntry::remove() const {
     created_.removeEmptyDirectories(file_.deletingLastPathComponent());
 }
 
-std::optional<std::string> ThunarEntry::presentCommand() const {
+std::optional<std::string> ThunarMenuEntry::presentCommand() const {
     const auto present = readIfPresent(file_);
-    return mayHoldOurs(present) ? ThunarActions::ourCommand(*present) : std::nullopt;
+    return mayHaveOurs(present) ? ThunarActions::ourCommand(*present) : std::nullopt;
 }
 
-/// The user's file hides the system's, so it begins as a copy of that.
-std::string ThunarEntry::initialContents() const {
+/// The user's file replaces the system's, so it begins as a copy of that.
+std::string ThunarMenuEntry::initialContents() const {
     for (const URL& file : systemFiles_) {
         if (auto contents = readIfPresent(file)) {
             return *contents;
@@ -79,7 +80,7 @@ std::string ThunarEntry::initialContents() const {
     return std::string(ThunarActions::emptyFile);
 }
 
-bool ThunarEntry::isWhatWeMade(const std::string& contents) const {
+bool ThunarMenuEntry::isAsCreated(const std::string& contents) const {
     return created_.contains(file_) && contents == initialContents();
 }
 
