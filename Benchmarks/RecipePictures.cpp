@@ -59,7 +59,7 @@ void write(const URL& url, Bitmap picture) {
     ImageDestination destination(
         url, {.width = picture.width, .height = picture.height, .hasAlpha = false, .profile = {}});
     destination.writeRows(picture.pixels);
-    destination.finalize();
+    destination.commit();
 }
 
 void writeAnimation(const URL& url, const Bitmap& photo, int frames, std::int64_t width,

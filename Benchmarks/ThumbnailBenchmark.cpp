@@ -80,7 +80,7 @@ void makePNG(const URL& url) {
     for (std::int64_t y = 0; y < side; ++y) {
         destination.writeRows(scene.row(y, 4));
     }
-    destination.finalize();
+    destination.commit();
 }
 
 /// Baseline, 4:2:0. An error of the library ends the process, as is its custom.

@@ -30,10 +30,6 @@ struct Decoded {
     std::string label;
 };
 
-bool isQuarterTurn(std::int64_t orientation) {
-    return orientation >= 5;
-}
-
 /// The picture's pixels, upright.
 std::vector<std::uint8_t> uprightPixels(const ImageSource& source, int orientation) {
     const ImageInfo& info = source.info();
@@ -50,19 +46,19 @@ void writePNG(const ImageSource& source, const URL& url) {
     const ImageInfo& info = source.info();
     const int orientation = info.orientation.value_or(1);
     const auto pixels = uprightPixels(source, orientation);
-    const bool isTurned = isQuarterTurn(orientation);
+    const bool isTurned = swapsSides(orientation);
     ImageDestination destination(url, {.width = isTurned ? info.height : info.width,
                                        .height = isTurned ? info.width : info.height,
                                        .hasAlpha = info.hasAlpha,
                                        .profile = info.profile,
                                        .effort = ImageDestination::Effort::small});
     destination.writeRows(pixels);
-    destination.finalize();
+    destination.commit();
 }
 
 void requireSize(const URL& png, const ImageFacts& heic) {
     const ImageFacts facts = ImageFacts::inspect(png);
-    const bool isTurned = isQuarterTurn(heic.orientation);
+    const bool isTurned = swapsSides(heic.orientation);
     if (facts.width != (isTurned ? heic.height : heic.width) ||
         facts.height != (isTurned ? heic.width : heic.height)) {
         throw CompressionError::validationFailed();

@@ -116,7 +116,7 @@ ResultValidation::Verdict ResultValidation::judgePNG(const URL& output, const Im
                                                      const Options& options) const {
     const bool hasAlpha = original_->facts.hasAlpha || facts.hasAlpha;
     if (!options.isLossy) {
-        return {.isAccepted = !hasAlpha || ImageFacts::pixelBandsEqual(original_->url, output)};
+        return {.isAccepted = !hasAlpha || ImageFacts::pixelsEqual(original_->url, output)};
     }
     if (hasAlpha && !ImageFacts::quantizedAlphaWithin(original_->url, output)) {
         return {};

@@ -1,6 +1,7 @@
 #include "ImageIO/BitmapContext.h"
 
-#include "Foundation/CompressionError.h"
+#include "ImageIO/ImageLimits.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <pixman.h>
 
@@ -16,15 +17,14 @@
 namespace tarnwick {
 namespace {
 
-constexpr std::int64_t maximumPixels = 25'000'000;
 constexpr std::int64_t bytesPerPixel = 4;
 
-/// pixman counts in 16.16 and silently draws nothing for an image of 32,767 or more pixels along a side, so
-/// that longer ones are drawn in stretches, each from as much of the source as it needs.
+/// pixman counts in 16.16 and silently draws nothing for an image with a side of 32,767 or more pixels.
+/// Longer ones are drawn in stretches, each from the part of the source that it needs.
 constexpr std::int64_t longestStretch = 4096;
 
-/// Reciprocals of the alpha values, 24 bits behind the point. Rounding them up leaves ⌊n ÷ alpha⌋ exact for
-/// every n below 2^24 ÷ 255, which is more than a component times 255 comes to.
+/// Reciprocals of the alpha values, 24 bits behind the point. Rounded up, they keep ⌊n ÷ alpha⌋ exact for
+/// every n below 2^24 ÷ 255, and a component times 255 is below that.
 constexpr std::array<std::uint32_t, 256> makeReciprocals() {
     std::array<std::uint32_t, 256> reciprocals{};
     for (std::uint32_t alpha = 1; alpha < reciprocals.size(); ++alpha) {
@@ -35,7 +35,7 @@ constexpr std::array<std::uint32_t, 256> makeReciprocals() {
 
 constexpr std::array<std::uint32_t, 256> reciprocals = makeReciprocals();
 
-/// component × alpha ÷ 255, rounded to nearest: exact, without a division.
+/// component × alpha ÷ 255, rounded to nearest, without a division.
 std::uint8_t multiplied(std::uint8_t component, std::uint8_t alpha) {
     const unsigned product = unsigned{component} * alpha + 128U;
     return static_cast<std::uint8_t>((product + (product >> 8U)) >> 8U);
@@ -71,8 +71,8 @@ struct FreeKernel {
     }
 };
 
-/// How one axis of a picture is laid along the canvas: `source` pixels fill `target` pixels from `origin` on,
-/// of which those from `first` to `last` are on the canvas.
+/// How one axis of a picture is laid along the canvas: `source` pixels fill `target` pixels from `origin` on.
+/// The target pixels from `first` to `last` are on the canvas.
 struct Axis {
     std::int64_t source;
     std::int64_t target;
@@ -83,14 +83,13 @@ struct Axis {
     std::int64_t visible() const { return last - first; }
     bool isScaled() const { return source != target; }
     double scale() const { return static_cast<double>(source) / static_cast<double>(target); }
-    /// The scale that pixman is told: held where it does not vanish in 16.16 and its kernels do not leave the
-    /// range.
+    /// The scale for pixman: limited so that it does not vanish in 16.16 and the kernels stay in its range.
     double kernelScale() const {
         return std::clamp(scale(), 1.0 / 65536, static_cast<double>(longestStretch));
     }
 };
 
-/// A picture that is `length` pixels long, laid along `length` pixels of another from the start.
+/// An axis that is not scaled.
 Axis unscaled(std::int64_t length, std::int64_t origin) {
     return {length, length, origin, 0, length};
 }
@@ -132,8 +131,9 @@ std::vector<Stretch> stretches(const Axis& axis) {
     return parts;
 }
 
-/// The kernel of one axis: the exact share of each covered source pixel when it shrinks, linear interpolation
-/// when it grows. pixman evaluates it at a number of places within a pixel; a wider one needs fewer.
+/// The kernel of one axis: the exact share of each covered source pixel when the axis shrinks, linear
+/// interpolation when it grows. pixman evaluates it at several places within a pixel; a wider kernel needs
+/// fewer.
 struct Kernel {
     explicit Kernel(const Axis& axis) : scale(std::max(axis.kernelScale(), 1.0)) {
         if (axis.isScaled()) {
@@ -166,10 +166,10 @@ struct Filter {
 
 /// The rectangle of a bitmap as pixman sees it. The pixels stay the bitmap's.
 Image imageOf(const Bitmap& bitmap, std::int64_t x, std::int64_t y, std::int64_t width, std::int64_t height) {
-    // Red and blue go by each other's name: drawing treats them alike, and this order is pixman's fast one.
+    // pixman takes red for blue here: drawing treats them alike, and this order is its fast one.
     constexpr auto format = std::endian::native == std::endian::little ? PIXMAN_a8r8g8b8 : PIXMAN_b8g8r8a8;
     const std::uint8_t* corner = bitmap.pixels.data() + (y * bitmap.width + x) * bytesPerPixel;
-    // pixman has one type for what it reads and what it writes.
+    // pixman has one type for pixels that it reads and pixels that it writes.
     auto* bits = reinterpret_cast<std::uint32_t*>(const_cast<std::uint8_t*>(corner));
     Image image(pixman_image_create_bits(format, static_cast<int>(width), static_cast<int>(height), bits,
                                          static_cast<int>(bitmap.width * bytesPerPixel)));
@@ -202,7 +202,7 @@ private:
                                     pixman_double_to_fixed(down_.kernelScale()));
         transform.matrix[0][2] = pixman_double_to_fixed(x.offset);
         transform.matrix[1][2] = pixman_double_to_fixed(y.offset);
-        // Beyond its borders the picture goes on as at them, so that they don't fade.
+        // Beyond its borders the picture repeats its border pixels, so that they do not fade.
         pixman_image_set_repeat(source.get(), PIXMAN_REPEAT_PAD);
         if (pixman_image_set_transform(source.get(), &transform) == 0 || !setFilter(source.get())) {
             throw std::bad_alloc();
@@ -229,7 +229,7 @@ Bitmap transparentBitmap(std::int64_t width, std::int64_t height) {
             std::vector<std::uint8_t>(static_cast<std::size_t>(width * height * bytesPerPixel))};
 }
 
-/// Only the axis `across` of the picture scaled: what is visible of it wide, and as high as before.
+/// The picture scaled along one axis, cut to the visible part of that axis.
 Bitmap scaledAcross(const Bitmap& picture, Axis across) {
     Bitmap scaled = transparentBitmap(across.visible(), picture.height);
     across.origin = -across.first;
@@ -244,13 +244,7 @@ Bitmap scaledDown(const Bitmap& picture, Axis down) {
     return scaled;
 }
 
-void requireCanvasSize(std::int64_t width, std::int64_t height) {
-    if (width < 1 || height < 1 || width > maximumPixels / height) {
-        throw CompressionError::invalidImage();
-    }
-}
-
-/// Whether the pixels are as many as the size says, in a form that cannot overflow.
+/// Whether there are as many pixels as the size says. Cannot overflow.
 bool isWhole(const Bitmap& picture) {
     if (picture.width < 1 || picture.height < 1 ||
         picture.width > std::numeric_limits<int>::max() / bytesPerPixel) {
@@ -272,22 +266,20 @@ void unpremultiply(std::span<std::uint8_t> rgba) {
 }
 
 BitmapContext::BitmapContext(std::int64_t width, std::int64_t height) {
-    requireCanvasSize(width, height);
+    requireImage(ImageLimits::areRenderable(width, height));
     bitmap_ = transparentBitmap(width, height);
 }
 
 void BitmapContext::draw(const Bitmap& picture, std::int64_t x, std::int64_t y, std::int64_t width,
                          std::int64_t height) {
-    if (!isWhole(picture)) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(isWhole(picture));
     const Axis across = axis(picture.width, width, x, bitmap_.width);
     const Axis down = axis(picture.height, height, y, bitmap_.height);
     if (across.visible() < 1 || down.visible() < 1) {
         return;
     }
-    // pixman multiplies the weights of both axes into 16 bits, where those of a strong reduction vanish and
-    // the picture with them. So each axis has its own pass, the one that leaves less for the other first.
+    // pixman multiplies the weights of both axes into 16 bits, where those of a strong reduction vanish, and
+    // the picture with them. So each axis has its own pass. The pass that leaves fewer pixels comes first.
     if (!across.isScaled() || !down.isScaled()) {
         Painter(picture, across, down).paint(PIXMAN_OP_OVER, bitmap_);
     } else if (across.visible() * picture.height <= down.visible() * picture.width) {

@@ -1,24 +1,19 @@
 #include "ImageIO/BoxReader.h"
 
-#include "Foundation/CompressionError.h"
+#include "ImageIO/BigEndian.h"
+#include "ImageIO/InvalidImage.h"
 
 namespace tarnwick {
 
 std::span<std::uint8_t> BoxReader::take(std::uint64_t count) {
-    if (count > bytes_.size()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(count <= bytes_.size());
     const auto taken = bytes_.first(static_cast<std::size_t>(count));
     bytes_ = bytes_.subspan(taken.size());
     return taken;
 }
 
 std::uint64_t BoxReader::number(std::size_t bytes) {
-    std::uint64_t value = 0;
-    for (const std::uint8_t byte : take(bytes)) {
-        value = value << 8U | byte;
-    }
-    return value;
+    return bigEndian(take(bytes));
 }
 
 BoxReader::Kind BoxReader::kind() {
@@ -38,9 +33,7 @@ Box BoxReader::box() {
         size = number(8);
         header = 16;
     }
-    if (size < header) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(size >= header);
     return {type, name, take(size - header)};
 }
 
@@ -51,9 +44,7 @@ std::optional<Box> childBox(std::span<std::uint8_t> parent, std::uint32_t type) 
         if (box.type != type) {
             continue;
         }
-        if (found) {
-            throw CompressionError::invalidImage();
-        }
+        requireImage(!found);
         found = box;
     }
     return found;
@@ -61,9 +52,7 @@ std::optional<Box> childBox(std::span<std::uint8_t> parent, std::uint32_t type) 
 
 std::span<std::uint8_t> requiredChild(std::span<std::uint8_t> parent, std::uint32_t type) {
     const auto found = childBox(parent, type);
-    if (!found) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(found.has_value());
     return found->payload;
 }
 

@@ -92,14 +92,6 @@ bool mentions(std::string_view text, std::string_view key) noexcept {
     return !text.empty();
 }
 
-/// The space that a picture with a profile of this name passes for.
-KnownSpace namedSpace(std::string_view name) noexcept {
-    if (mentions(name, "srgb")) {
-        return KnownSpace::sRGB;
-    }
-    return mentions(name, "displayp3") ? KnownSpace::displayP3 : KnownSpace::other;
-}
-
 std::string digestName(std::span<const std::uint8_t> icc) {
     const std::string_view bytes(reinterpret_cast<const char*>(icc.data()), icc.size());
     return "Custom profile " + SHA256::hexDigest(bytes).substr(0, 8);
@@ -110,7 +102,7 @@ std::string digestName(std::span<const std::uint8_t> icc) {
 std::string profileName(const ICCProfile& profile, std::span<const std::uint8_t> icc) {
     std::string stated = profile.description();
     const KnownSpace measured = profile.measuredSpace();
-    if (!stated.empty() && namedSpace(stated) == measured) {
+    if (!stated.empty() && spaceNamed(stated) == measured) {
         return stated;
     }
     if (measured == KnownSpace::other) {
@@ -186,6 +178,13 @@ std::optional<TransferCurve> decodingCurve(std::optional<double> fileGamma) {
 
 } // namespace
 
+KnownSpace spaceNamed(std::string_view profileName) noexcept {
+    if (mentions(profileName, "srgb")) {
+        return KnownSpace::sRGB;
+    }
+    return mentions(profileName, "displayp3") ? KnownSpace::displayP3 : KnownSpace::other;
+}
+
 ColorProfile::ColorProfile() : name_(sRGBName) {}
 
 std::optional<ColorProfile> ColorProfile::fromICC(std::span<const std::uint8_t> icc) {
@@ -235,7 +234,7 @@ ColorProfile ColorProfile::genericCMYK() {
 }
 
 bool ColorProfile::isSRGB() const noexcept {
-    return namedSpace(name_) == KnownSpace::sRGB;
+    return spaceNamed(name_) == KnownSpace::sRGB;
 }
 
 std::vector<std::uint8_t> ColorProfile::iccForRGB() const {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarnwick {
@@ -23,8 +24,15 @@ struct Chromaticities {
     double whiteX, whiteY, redX, redY, greenX, greenY, blueX, blueY;
 };
 
-/// The colour space that a picture states, and the name by which two pictures are held to have the same one.
-/// A value; copies share nothing.
+/// The spaces that are recognized by their curves and primaries. All others are compared by name alone.
+enum class KnownSpace { sRGB, displayP3, other };
+
+/// The space that a profile of this name claims to be: its name contains "sRGB" or "Display P3" in any case
+/// and with any spaces.
+KnownSpace spaceNamed(std::string_view profileName) noexcept;
+
+/// The colour space that a picture states. Two pictures with the same profile name count as being in the same
+/// space. A value; copies share nothing.
 class ColorProfile {
 public:
     /// What a picture without any statement has: named "sRGB IEC61966-2.1".

@@ -1,17 +1,15 @@
 #include "ImageIO/ExifOrientation.h"
 
+#include "Foundation/Text.h"
+
 #include <libexif/exif-data.h>
 
-#include <algorithm>
-#include <array>
 #include <limits>
 #include <memory>
 #include <vector>
 
 namespace tarnwick {
 namespace {
-
-constexpr std::array<std::uint8_t, 6> exifHeader = {'E', 'x', 'i', 'f', 0, 0};
 
 struct ExifDeleter {
     void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
@@ -20,15 +18,14 @@ using ExifPointer = std::unique_ptr<ExifData, ExifDeleter>;
 
 ExifPointer parsed(std::span<const std::uint8_t> exif) {
     std::vector<std::uint8_t> block;
-    if (!std::equal(exifHeader.begin(), exifHeader.end(), exif.begin(),
-                    exif.begin() + static_cast<std::ptrdiff_t>(std::min(exif.size(), exifHeader.size())))) {
+    if (!startsWith(exif, exifHeader)) {
         block.assign(exifHeader.begin(), exifHeader.end());
     }
     block.insert(block.end(), exif.begin(), exif.end());
 
     ExifPointer data(exif_data_new());
     if (data) {
-        // Left on, it would add the entries that a block ought to have.
+        // By default the library adds the entries that a block should have.
         exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
         exif_data_load_data(data.get(), block.data(), static_cast<unsigned>(block.size()));
     }

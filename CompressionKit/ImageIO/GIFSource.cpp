@@ -2,6 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "ImageIO/InputFile.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <gif_lib.h>
 
@@ -26,36 +27,32 @@ int readInput(GifFileType* gif, GifByteType* bytes, int count) {
         std::fread(bytes, 1, static_cast<std::size_t>(count), static_cast<std::FILE*>(gif->UserData)));
 }
 
-void require(bool condition) {
-    if (!condition) {
-        throw CompressionError::invalidImage();
-    }
-}
-
 void check(int result) {
-    require(result == GIF_OK);
+    requireImage(result == GIF_OK);
 }
 
-/// A giflib sub-block: its length, then so many bytes; null at the end of a chain.
+/// The text of a giflib sub-block, which begins with its length; null at the end of a chain.
 std::string_view blockText(const GifByteType* block) {
     return block == nullptr ? std::string_view()
                             : std::string_view(reinterpret_cast<const char*>(block) + 1, *block);
 }
 
-/// Reads a file's records one after the other, holding none of them.
+/// Reads a file's records one after the other and keeps none of them.
 class Records {
 public:
-    explicit Records(std::FILE* file) : gif_(DGifOpen(file, readInput, nullptr)) { require(gif_ != nullptr); }
+    explicit Records(std::FILE* file) : gif_(DGifOpen(file, readInput, nullptr)) {
+        requireImage(gif_ != nullptr);
+    }
 
     std::int64_t screenWidth() const { return gif_->SWidth; }
     std::int64_t screenHeight() const { return gif_->SHeight; }
-    /// As stated up to here.
+    /// As stated in the records read so far.
     std::optional<std::int64_t> loopCount() const { return loopCount_; }
 
     /// Goes to the next image, whose data must then be read or skipped; false at the trailer.
     bool nextImage();
     const GifImageDesc& image() const { return gif_->Image; }
-    /// The current image's; none where it goes without.
+    /// The current image's graphic control extension, if it has one.
     const std::optional<GraphicsControlBlock>& control() const { return control_; }
     const ColorMapObject& palette() const {
         return gif_->Image.ColorMap != nullptr ? *gif_->Image.ColorMap : *gif_->SColorMap;
@@ -100,8 +97,8 @@ bool Records::nextImage() {
 /// Decoders disagree on images without a size or without any palette, so they are refused.
 void Records::readImageHeader() {
     check(DGifGetImageHeader(gif_.get()));
-    require(image().Width > 0 && image().Height > 0);
-    require(image().ColorMap != nullptr || gif_->SColorMap != nullptr);
+    requireImage(image().Width > 0 && image().Height > 0);
+    requireImage(image().ColorMap != nullptr || gif_->SColorMap != nullptr);
 }
 
 void Records::readExtension() {
@@ -109,7 +106,7 @@ void Records::readExtension() {
     GifByteType* block = nullptr;
     check(DGifGetExtension(gif_.get(), &label, &block));
     if (label == GRAPHICS_EXT_FUNC_CODE) {
-        require(block != nullptr);
+        requireImage(block != nullptr);
         check(DGifExtensionToGCB(*block, block + 1, &control_.emplace()));
     } else if (label == PLAINTEXT_EXT_FUNC_CODE) {
         control_.reset();
@@ -125,8 +122,8 @@ void Records::readExtension() {
     }
 }
 
-/// Browsers take 4, by which old descriptions mean "restore to previous", for 3, and leave what has no
-/// meaning in place.
+/// Browsers read 4, which old descriptions use for "restore to previous", as 3. They leave the image in place
+/// for values without a meaning.
 int disposalOf(const Records& records) {
     const int stated = records.control() ? records.control()->DisposalMode : DISPOSAL_UNSPECIFIED;
     return stated == 4 ? DISPOSE_PREVIOUS : stated;
@@ -167,9 +164,9 @@ private:
     std::int64_t height_;
     std::int64_t remainingImages_;
     std::vector<std::uint8_t> canvas_;
-    /// Bytes of the canvas that were read.
+    /// Bytes of the canvas that readRows() has returned.
     std::size_t served_;
-    /// Of the image shown last: what to do with it before the next one, and what it covered.
+    /// Of the last image: how to dispose of it before the next one, and the pixels that it covered.
     int disposal_ = DISPOSAL_UNSPECIFIED;
     Area area_;
     std::vector<std::uint8_t> covered_;
@@ -181,7 +178,7 @@ bool GIFReader::next() {
     }
     --remainingImages_;
     disposeOfImage();
-    require(records_.nextImage());
+    requireImage(records_.nextImage());
     area_ = visibleArea();
     disposal_ = disposalOf(records_);
     if (disposal_ == DISPOSE_PREVIOUS) {
@@ -194,7 +191,7 @@ bool GIFReader::next() {
 
 Area GIFReader::visibleArea() const {
     const GifImageDesc& image = records_.image();
-    require(limits_.allow(image.Width, image.Height, true));
+    requireImage(limits_.allow(image.Width, image.Height, true));
     Area area = {.left = std::min<std::int64_t>(image.Left, width_),
                  .top = std::min<std::int64_t>(image.Top, height_)};
     area.width = std::min<std::int64_t>(image.Width, width_ - area.left);
@@ -202,7 +199,8 @@ Area GIFReader::visibleArea() const {
     return area;
 }
 
-/// The background of the canvas is transparent, whatever colour the file names for it: so do all viewers.
+/// The background of the canvas is transparent, as in all viewers; the background colour that the file states
+/// is ignored.
 void GIFReader::disposeOfImage() {
     const auto rowBytes = static_cast<std::size_t>(area_.width * bytesPerPixel);
     for (std::int64_t y = 0; y < area_.height && rowBytes > 0; ++y) {
@@ -247,7 +245,7 @@ void GIFReader::drawLine(std::int64_t y, std::span<const GifPixelType> line) {
     const int transparent = records_.control() ? records_.control()->TransparentColor : NO_TRANSPARENT_COLOR;
     std::uint8_t* out = pixel(area_.left, y);
     for (const int index : line) {
-        // Viewers leave out pixels whose index no palette entry explains.
+        // Viewers skip pixels whose index is not in the palette.
         if (index != transparent && index < palette.ColorCount) {
             const GifColorType& color = palette.Colors[index];
             out[0] = color.Red;
@@ -267,7 +265,7 @@ void GIFReader::readRows(std::span<std::uint8_t> rows) {
     served_ += rows.size();
 }
 
-/// Viewers take the first image's extent for a screen that has none.
+/// Viewers use the first image's extent when the screen has none.
 void readScreen(const Records& records, ImageInfo& info) {
     const GifImageDesc& image = records.image();
     info.width = records.screenWidth() > 0 ? records.screenWidth() : image.Left + image.Width;
@@ -284,14 +282,14 @@ void readInfo(Records& records, const ImageLimits& limits, ImageInfo& info) {
     while (records.nextImage()) {
         if (info.imageCount == 0) {
             readScreen(records, info);
-            require(limits.allow(info.width, info.height, true));
+            requireImage(limits.allow(info.width, info.height, true));
         }
         ++info.imageCount;
-        require(info.imageCount <= limits.maximumFrames);
+        requireImage(info.imageCount <= limits.maximumFrames);
         info.frameDelays.push_back(records.control() ? records.control()->DelayTime / 100.0 : 0.0);
         records.skipData();
     }
-    require(info.imageCount > 0);
+    requireImage(info.imageCount > 0);
     info.loopCount = records.loopCount();
 }
 

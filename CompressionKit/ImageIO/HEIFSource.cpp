@@ -1,9 +1,9 @@
 #include "ImageIO/HEIFSource.h"
 
-#include "Foundation/CompressionError.h"
 #include "Foundation/FileContents.h"
 #include "ImageIO/BitmapContext.h"
 #include "ImageIO/HEIFBoxes.h"
+#include "ImageIO/InvalidImage.h"
 #include "ImageIO/StillFrameReader.h"
 
 #include <libheif/heif.h>
@@ -16,7 +16,6 @@
 namespace tarnwick {
 namespace {
 
-constexpr std::size_t maximumFileBytes = std::size_t{1} << 30U;
 constexpr std::size_t bytesPerPixel = 4;
 
 struct Release {
@@ -29,15 +28,7 @@ template <typename Resource>
 using Owned = std::unique_ptr<Resource, Release>;
 
 void check(const heif_error& error) {
-    if (error.code != heif_error_Ok) {
-        throw CompressionError::invalidImage();
-    }
-}
-
-void require(bool condition) {
-    if (!condition) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(error.code == heif_error_Ok);
 }
 
 bool isWhole(const HEIFGeometry& geometry) {
@@ -45,13 +36,13 @@ bool isWhole(const HEIFGeometry& geometry) {
            geometry.height == geometry.codedHeight;
 }
 
-/// An opened file, of which the library sees no more than it must decode. Its versions refuse files for what
-/// stands beside the picture, such as telephones' auxiliary pictures and metadata of two items at once, or
-/// movies; they also differ in what transformations they apply to alpha and to deep samples.
+/// An opened file. The library sees only what it must decode: its versions refuse files for other contents,
+/// such as auxiliary pictures from telephones, metadata that describes two items, or movies. They also differ
+/// in the transformations that they apply to alpha and to deep samples.
 class Container {
 public:
-    explicit Container(const URL& url)
-        : bytes_(readFile(url, maximumFileBytes)), boxes_(bytes_),
+    Container(const URL& url, const ImageLimits& limits)
+        : bytes_(readFile(url, limits.maximumHEIFBytes)), boxes_(bytes_, limits),
           geometry_(boxes_.geometry(boxes_.primaryItem())), alphaItem_(findAlpha()),
           imageCount_(std::max({std::int64_t{1}, boxes_.pictureCount(), boxes_.sequenceLength()})),
           context_(heif_context_alloc()) {
@@ -61,9 +52,9 @@ public:
         heif_image_handle* handle = nullptr;
         check(heif_context_get_primary_image_handle(context_.get(), &handle));
         primary_.reset(handle);
-        require(heif_image_handle_get_width(handle) == geometry_.codedWidth &&
-                heif_image_handle_get_height(handle) == geometry_.codedHeight);
-        require(hasAlpha() || !alphaItem_);
+        requireImage(heif_image_handle_get_width(handle) == geometry_.codedWidth &&
+                     heif_image_handle_get_height(handle) == geometry_.codedHeight);
+        requireImage(hasAlpha() || !alphaItem_);
     }
 
     const HEIFGeometry& geometry() const { return geometry_; }
@@ -89,24 +80,24 @@ private:
 
     std::optional<std::uint32_t> findAlpha() const {
         const auto items = boxes_.alphaItems();
-        require(items.size() <= 1);
+        requireImage(items.size() <= 1);
         if (items.empty()) {
             return std::nullopt;
         }
         const HEIFGeometry alpha = boxes_.geometry(items.front());
-        require(alpha.codedWidth == geometry_.codedWidth && alpha.codedHeight == geometry_.codedHeight);
-        require(alpha == geometry_ || isWhole(alpha));
+        requireImage(alpha.codedWidth == geometry_.codedWidth && alpha.codedHeight == geometry_.codedHeight);
+        requireImage(alpha == geometry_ || isWhole(alpha));
         return items.front();
     }
 
-    /// The library copies alpha by the picture's size, whatever the size of the alpha that was really coded.
+    /// The library copies as much alpha as the picture's size requires, even from a smaller alpha picture.
     void checkCodedAlphaSize() const {
         heif_image_handle* handle = nullptr;
         check(heif_image_handle_get_auxiliary_image_handle(primary_.get(), *alphaItem_, &handle));
         const Owned<heif_image_handle> alpha(handle);
         const auto image = decode(handle, heif_colorspace_undefined, heif_chroma_undefined);
-        require(heif_image_get_primary_width(image.get()) == geometry_.codedWidth &&
-                heif_image_get_primary_height(image.get()) == geometry_.codedHeight);
+        requireImage(heif_image_get_primary_width(image.get()) == geometry_.codedWidth &&
+                     heif_image_get_primary_height(image.get()) == geometry_.codedHeight);
     }
 
     Bytes bytes_;
@@ -148,14 +139,14 @@ ColorProfile profileOf(const heif_image_handle* handle) {
 class Plane {
 public:
     Plane(const heif_image* image, heif_channel channel, const HEIFGeometry& geometry) {
-        require(heif_image_get_width(image, channel) == geometry.codedWidth &&
-                heif_image_get_height(image, channel) == geometry.codedHeight);
+        requireImage(heif_image_get_width(image, channel) == geometry.codedWidth &&
+                     heif_image_get_height(image, channel) == geometry.codedHeight);
         const int bits = heif_image_get_bits_per_pixel_range(image, channel);
-        require(bits >= 1 && bits <= 16);
+        requireImage(bits >= 1 && bits <= 16);
         isWide_ = bits > 8;
         int stride = 0;
         samples_ = heif_image_get_plane_readonly(image, channel, &stride);
-        require(samples_ != nullptr);
+        requireImage(samples_ != nullptr);
         stride_ = stride;
         const std::uint32_t maximum = (1U << static_cast<unsigned>(bits)) - 1;
         for (std::uint32_t value = 0; value <= maximum; ++value) {
@@ -187,13 +178,13 @@ private:
 
 class HEIFReader final : public StillFrameReader {
 public:
-    HEIFReader(const URL& url, const ImageInfo& info)
-        : StillFrameReader(info.width, info.height), container_(url),
+    HEIFReader(const URL& url, const ImageInfo& info, const ImageLimits& limits)
+        : StillFrameReader(info.width, info.height), container_(url, limits),
           isPremultiplied_(container_.hasAlpha() &&
                            heif_image_handle_is_premultiplied_alpha(container_.primary()) != 0) {
         const HEIFGeometry& geometry = container_.geometry();
-        require(geometry.width == info.width && geometry.height == info.height &&
-                container_.hasAlpha() == info.hasAlpha);
+        requireImage(geometry.width == info.width && geometry.height == info.height &&
+                     container_.hasAlpha() == info.hasAlpha);
     }
 
 private:
@@ -241,9 +232,9 @@ private:
 } // namespace
 
 HEIFSource::HEIFSource(const URL& url, const ImageLimits& limits) : ImageSource(url, limits) {
-    const Container container(url);
+    const Container container(url, limits);
     const HEIFGeometry& geometry = container.geometry();
-    require(limits.allow(geometry.codedWidth, geometry.codedHeight, true));
+    requireImage(limits.allow(geometry.codedWidth, geometry.codedHeight, true));
     info_.width = geometry.width;
     info_.height = geometry.height;
     info_.orientation = geometry.orientation;
@@ -256,7 +247,7 @@ HEIFSource::HEIFSource(const URL& url, const ImageLimits& limits) : ImageSource(
 }
 
 std::unique_ptr<FrameReader> HEIFSource::frames() const {
-    return std::make_unique<HEIFReader>(url(), info_);
+    return std::make_unique<HEIFReader>(url(), info_, limits());
 }
 
 } // namespace tarnwick

@@ -1,7 +1,9 @@
 #include "ImageIO/ICCProfile.h"
 
 #include "Foundation/Text.h"
+#include "ImageIO/BigEndian.h"
 #include "ImageIO/ICCMaker.h"
+#include "ImageIO/ImageLimits.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +14,6 @@ namespace tarnwick {
 namespace {
 
 constexpr std::size_t headerBytes = 128;
-constexpr std::size_t maximumBytes = std::size_t{16} << 20;
 constexpr std::size_t maximumDescriptionCharacters = 256;
 
 using Colorants = std::array<cmsCIEXYZ, 3>;
@@ -25,11 +26,7 @@ constexpr Colorants displayP3Colorants = {
 
 /// The size that the profile says it has.
 std::size_t statedBytes(std::span<const std::uint8_t> icc) {
-    std::size_t size = 0;
-    for (const std::uint8_t byte : icc.first(4)) {
-        size = size << 8U | byte;
-    }
-    return size;
+    return bigEndian(icc.first(4));
 }
 
 bool areNear(const cmsCIEXYZ& a, const cmsCIEXYZ& b) {
@@ -86,7 +83,8 @@ ICCProfile::ICCProfile(std::span<const std::uint8_t> icc, ContextHandle context,
 
 std::optional<ICCProfile> ICCProfile::open(std::span<const std::uint8_t> icc) {
     // Little CMS would take one that ends early.
-    if (icc.size() < headerBytes || icc.size() > maximumBytes || statedBytes(icc) > icc.size()) {
+    if (icc.size() < headerBytes || icc.size() > ImageLimits().maximumProfileBytes ||
+        statedBytes(icc) > icc.size()) {
         return std::nullopt;
     }
     ContextHandle context = makeContext();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ImageIO/ColorProfile.h"
 #include "ImageIO/LittleCMS.h"
 
 #include <cstdint>
@@ -9,9 +10,6 @@
 #include <vector>
 
 namespace tarnwick {
-
-/// The spaces that pictures are told apart by; the many others are so by their names alone.
-enum class KnownSpace { sRGB, displayP3, other };
 
 /// An embedded ICC profile, opened. The bytes must outlive it.
 class ICCProfile {

@@ -1,35 +1,34 @@
 #include "ImageIO/ImageDestination.h"
 
-#include "Foundation/CompressionError.h"
+#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileSystemError.h"
-#include "ImageIO/ErrorJump.h"
+#include "ImageIO/InvalidImage.h"
+#include "ImageIO/LibPNG.h"
 
 #include <fcntl.h>
-#include <png.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <cerrno>
 #include <exception>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
 namespace tarnwick {
 namespace {
 
-/// The size of the IDAT chunks, and with it of the system calls.
+/// The size of the IDAT chunks, and so of the writes.
 constexpr std::size_t dataChunkBytes = std::size_t{1} << 17U;
 
 using Options = ImageDestination::Options;
 
 const Options& checked(const Options& options) {
     const auto holds = [](std::int64_t length) { return length >= 1 && length <= PNG_UINT_31_MAX; };
-    if (!holds(options.width) || !holds(options.height)) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(holds(options.width) && holds(options.height));
     return options;
 }
 
@@ -42,7 +41,7 @@ FileDescriptor createOrOverwrite(const URL& url) {
 }
 
 Bytes codePointsData(const CodePoints& code) {
-    // The pixels are RGB: whatever matrix the picture had before, it is the identity now.
+    // The pixels are RGB, so the matrix is the identity.
     return {static_cast<std::uint8_t>(code.primaries), static_cast<std::uint8_t>(code.transfer), 0, 1};
 }
 
@@ -66,22 +65,10 @@ public:
     Writer(const URL& url, const Options& options);
 
     void writeRows(std::span<const std::uint8_t> rows);
-    void finalize();
+    void commit();
 
 private:
-    struct Structs {
-        png_structp png = nullptr;
-        png_infop info = nullptr;
-
-        Structs() = default;
-        Structs(const Structs&) = delete;
-        Structs& operator=(const Structs&) = delete;
-        ~Structs() { png_destroy_write_struct(&png, &info); }
-    };
-
     static Writer& of(png_structp png) { return *static_cast<Writer*>(png_get_io_ptr(png)); }
-    [[noreturn]] static void onError(png_structp png, png_const_charp message);
-    static void onWarning(png_structp /*png*/, png_const_charp /*message*/) {}
     static void write(png_structp png, png_bytep bytes, std::size_t count);
     static void flush(png_structp /*png*/) {}
 
@@ -95,16 +82,21 @@ private:
     std::size_t rowBytes_;
     std::size_t rowsLeft_;
     FileDescriptor file_;
+    /// None for what is no regular file: a device must not be removed.
+    std::optional<ScopedFile> unfinished_;
     std::exception_ptr writeFailure_;
     ErrorJump errors_;
-    Structs structs_;
+    PNGWriteStructs structs_;
 };
 
 ImageDestination::Writer::Writer(const URL& url, const Options& options)
     : url_(url), rowBytes_(static_cast<std::size_t>(checked(options).width) * 4),
       rowsLeft_(static_cast<std::size_t>(options.height)), file_(createOrOverwrite(url)) {
+    if (isRegularFile(url)) {
+        unfinished_.emplace(url);
+    }
     run([this] {
-        structs_.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &errors_, onError, onWarning);
+        structs_.png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &errors_, leavePNG, ignorePNGWarning);
         structs_.info = png_create_info_struct(structs_.png);
         png_set_write_fn(structs_.png, this, write, flush);
     });
@@ -112,10 +104,6 @@ ImageDestination::Writer::Writer(const URL& url, const Options& options)
     if (options.tagsProfile) {
         writeProfile(options.profile);
     }
-}
-
-void ImageDestination::Writer::onError(png_structp png, png_const_charp /*message*/) {
-    static_cast<ErrorJump*>(png_get_error_ptr(png))->leave();
 }
 
 void ImageDestination::Writer::write(png_structp png, png_bytep bytes, std::size_t count) {
@@ -157,8 +145,8 @@ void ImageDestination::Writer::writeHeader(const Options& options) {
     });
 }
 
-/// Written as plain chunks: libpng does not know cICP in every version, and refuses ICC profiles that others
-/// read.
+/// Writes plain chunks: some versions of libpng do not know cICP, and libpng refuses ICC profiles that other
+/// readers accept.
 void ImageDestination::Writer::writeProfile(const ColorProfile& profile) {
     const Bytes icc = profile.iccForRGB();
     if (!icc.empty()) {
@@ -190,14 +178,17 @@ void ImageDestination::Writer::writeRows(std::span<const std::uint8_t> rows) {
     rowsLeft_ -= count;
 }
 
-void ImageDestination::Writer::finalize() {
+void ImageDestination::Writer::commit() {
     if (rowsLeft_ != 0 || !file_) {
-        throw std::logic_error("the picture is not whole, or ended already");
+        throw std::logic_error("the picture is not whole, or was committed already");
     }
     run([png = structs_.png] { png_write_end(png, nullptr); });
-    // Some file systems tell only now that they could not keep what was written.
+    // Some file systems report a failed write only now.
     if (::close(file_.release()) != 0) {
         throw FileSystemError("无法写入文件", url_, errno);
+    }
+    if (unfinished_) {
+        unfinished_->release();
     }
 }
 
@@ -210,8 +201,8 @@ void ImageDestination::writeRows(std::span<const std::uint8_t> rows) {
     writer_->writeRows(rows);
 }
 
-void ImageDestination::finalize() {
-    writer_->finalize();
+void ImageDestination::commit() {
+    writer_->commit();
 }
 
 } // namespace tarnwick

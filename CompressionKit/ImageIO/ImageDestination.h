@@ -9,10 +9,11 @@
 
 namespace tarnwick {
 
-/// Writes one picture as a PNG file, row by row. Belongs to one thread.
+/// Writes one picture as a PNG file, row by row. The file is kept by commit(), else the destructor removes
+/// it. Belongs to one thread.
 class ImageDestination {
 public:
-    /// Fast for files that live for moments, small for those that a person keeps.
+    /// Fast for temporary files, small for those that the user keeps.
     enum class Effort { fast, small };
     struct Options {
         std::int64_t width = 0;
@@ -34,8 +35,8 @@ public:
     /// Appends whole rows of straight RGBA, 8 bits a component, width × 4 bytes each; alpha is dropped when
     /// the picture has none. Throws FileSystemError (a full disk), or CompressionError::invalidImage.
     void writeRows(std::span<const std::uint8_t> rows);
-    /// Ends the file once all rows are written. Without it the file stays unfinished. Throws as writeRows().
-    void finalize();
+    /// Completes the file. All rows must have been written. Throws as writeRows().
+    void commit();
 
 private:
     class Writer;

@@ -2,6 +2,8 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/Text.h"
+#include "ImageIO/BigEndian.h"
 #include "ImageIO/GIFSource.h"
 #include "ImageIO/HEIFSource.h"
 #include "ImageIO/JPEGSource.h"
@@ -47,7 +49,7 @@ struct Brand {
 };
 
 /// Brands of the ISO base media file format. The first of a file's brands (the major one, then the compatible
-/// ones) that stands here names its type; "mif1" and "msf1" say only how the file is built, so they come
+/// ones) that is listed gives its type. The structural brands say only how the file is built, so they count
 /// last.
 constexpr std::array specificBrands = {
     Brand{"heic", "public.heic"}, Brand{"heix", "public.heic"}, Brand{"heim", "public.heic"},
@@ -77,15 +79,12 @@ std::optional<std::string> typeOfBrand(std::string_view ftyp, std::span<const Br
     return std::nullopt;
 }
 
-std::optional<std::string> baseMediaType(std::string_view start) {
-    if (start.size() < 16 || start.substr(4, 4) != "ftyp") {
+std::optional<std::string> baseMediaType(std::span<const std::uint8_t> start) {
+    if (start.size() < 16 || !startsWith(start.subspan(4), "ftyp")) {
         return std::nullopt;
     }
-    std::size_t length = 0;
-    for (const char byte : start.substr(0, 4)) {
-        length = length << 8U | static_cast<unsigned char>(byte);
-    }
-    const std::string_view ftyp = start.substr(0, length);
+    const auto box = start.first(std::min<std::size_t>(bigEndian(start.first(4)), start.size()));
+    const std::string ftyp(box.begin(), box.end());
     auto type = typeOfBrand(ftyp, specificBrands);
     return type ? type : typeOfBrand(ftyp, structuralBrands);
 }
@@ -114,7 +113,7 @@ std::optional<std::string> containerType(const URL& url) {
             return std::string(signature.type);
         }
     }
-    return baseMediaType(start);
+    return baseMediaType(prefix);
 }
 
 std::unique_ptr<ImageSource> ImageSource::open(const URL& url, const ImageLimits& limits) {

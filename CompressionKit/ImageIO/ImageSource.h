@@ -2,6 +2,7 @@
 
 #include "Foundation/URL.h"
 #include "ImageIO/ColorProfile.h"
+#include "ImageIO/ImageLimits.h"
 
 #include <cstdint>
 #include <memory>
@@ -12,21 +13,7 @@
 
 namespace tarnwick {
 
-/// What a decoder refuses before it allocates anything. Fuzzing shrinks them.
-struct ImageLimits {
-    std::int64_t maximumDimension = 0x7FFF'FFFF;
-    /// Of pictures that are decoded row by row.
-    std::int64_t maximumPixels = std::int64_t{1} << 30;
-    /// Of pictures that can only be decoded whole (interlaced PNG, GIF's canvas, HEIF).
-    std::int64_t maximumBufferedPixels = std::int64_t{1} << 28;
-    std::int64_t maximumFrames = 1'000'000;
-    std::int64_t maximumMetadataBytes = std::int64_t{64} << 20;
-
-    /// Whether a picture of this size may be decoded. Sizes below 1 may not.
-    bool allow(std::int64_t width, std::int64_t height, bool buffered) const noexcept;
-};
-
-/// What a picture file says of itself. Sizes are in pixels, as stored: not corrected for orientation.
+/// What a picture file states. Sizes are in pixels, as stored: not corrected for orientation.
 struct ImageInfo {
     std::int64_t width = 0;
     std::int64_t height = 0;
@@ -39,7 +26,7 @@ struct ImageInfo {
     /// The EXIF orientation, 1 to 8, when the file gives one. HEIF: from its rotation and mirroring.
     std::optional<int> orientation;
     ColorProfile profile;
-    /// GIF: the number of repetitions, when the file gives one; 0 means for ever.
+    /// GIF: the number of repetitions, when the file gives one; 0 means endless.
     std::optional<std::int64_t> loopCount;
     /// GIF: seconds each frame is shown, one entry a frame, 0 where the file gives none. Empty for other
     /// kinds.
@@ -47,8 +34,8 @@ struct ImageInfo {
 };
 
 /// One forward pass over the pixels of a source's images, in their order: the picture itself, or each frame
-/// of an animated GIF composited on the full canvas. Every failure, a file that ends early above all, throws
-/// CompressionError::invalidImage. Belongs to one thread.
+/// of an animated GIF composited on the full canvas. Every failure throws CompressionError::invalidImage, so
+/// does a file that ends early. Belongs to one thread.
 class FrameReader {
 public:
     virtual ~FrameReader() = default;
@@ -56,19 +43,19 @@ public:
     FrameReader(const FrameReader&) = delete;
     FrameReader& operator=(const FrameReader&) = delete;
 
-    /// Goes to the next image, the first one at the first call; false after the last. The rest of the image
-    /// before is passed over.
+    /// Goes to the next image, the first one at the first call; false after the last. Unread rows of the
+    /// previous image are skipped.
     virtual bool next() = 0;
     /// Decodes the next rows of the image, from the top: straight (not premultiplied) RGBA, 8 bits a
-    /// component, rows of width × 4 bytes without padding; rows.size() must be a whole number of them and no
-    /// more than are left. Values are those of the file, without any colour conversion; deeper samples are
-    /// reduced to 8 bits, grey is spread, CMYK is turned to RGB by the simple formula. Reading the last row
-    /// also reads, and so checks, what must follow it.
+    /// component, rows of width × 4 bytes without padding. rows.size() must be a whole number of rows and at
+    /// most the rows that are left. Values are those of the file, without any colour conversion; deeper
+    /// samples are reduced to 8 bits, grey becomes RGB, CMYK becomes RGB by the simple formula. Reading the
+    /// last row also checks what must follow it.
     virtual void readRows(std::span<std::uint8_t> rows) = 0;
 };
 
-/// A pass over images that the decoder itself makes smaller: to so many eighths of their size, rounded up, so
-/// that the last pixels may stand for less of the picture than the others.
+/// A pass over images that the decoder itself reduces: to `eighths` of their size, rounded up, so that the
+/// last pixels may cover less of the picture than the others.
 struct ReducedFrames {
     std::int64_t width = 0;
     std::int64_t height = 0;
@@ -91,9 +78,9 @@ public:
     const ImageInfo& info() const noexcept { return info_; }
     /// Starts a pass. Throws CompressionError::invalidImage or FileSystemError.
     virtual std::unique_ptr<FrameReader> frames() const = 0;
-    /// Starts a pass for a picture of this size, which must be at least 1 and at most the picture's own: as
-    /// far as the decoder saves time by it, the images are reduced, but never below this size, not even
-    /// before rounding. As frames() otherwise; by default nothing is reduced.
+    /// Starts a pass for a display of this size, at least 1 and at most the picture's own. The images are
+    /// reduced as far as the decoder saves time by it, but never below this size, not even before rounding.
+    /// By default nothing is reduced. Throws as frames().
     virtual ReducedFrames reducedFrames(std::int64_t width, std::int64_t height) const;
 
 protected:
@@ -110,8 +97,8 @@ private:
 };
 
 /// The container's type by the file's first bytes: "public.png", "public.jpeg", "com.compuserve.gif",
-/// "public.heic", "public.heif", or that of another picture format, such as "org.webmproject.webp"; none for
-/// anything else. Throws FileSystemError.
+/// "public.heic", "public.heif", or that of another picture format, such as "org.webmproject.webp". None for
+/// all other content. Throws FileSystemError.
 std::optional<std::string> containerType(const URL& url);
 
 } // namespace tarnwick

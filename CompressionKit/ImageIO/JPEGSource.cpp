@@ -1,9 +1,10 @@
 #include "ImageIO/JPEGSource.h"
 
-#include "Foundation/CompressionError.h"
+#include "Foundation/Text.h"
 #include "ImageIO/ErrorJump.h"
 #include "ImageIO/ExifOrientation.h"
 #include "ImageIO/InputFile.h"
+#include "ImageIO/InvalidImage.h"
 #include "ImageIO/StillFrameReader.h"
 
 #include <algorithm>
@@ -21,17 +22,14 @@
 namespace tarnwick {
 namespace {
 
-/// Real pictures have some ten scans. A small file may hold thousands, each of which costs a walk over the
-/// picture.
-constexpr int maximumScans = 500;
 constexpr int exifMarker = JPEG_APP0 + 1;
 constexpr int iccMarker = JPEG_APP0 + 2;
 constexpr unsigned maximumSegmentBytes = 0xFFFF;
-/// Small, so that the bound on what stands before the first scan is met closely.
+/// Small, so that no more than that is read beyond the limit on the bytes before the first scan.
 constexpr std::size_t headerChunkBytes = 4096;
-/// Where fewer bytes are at hand than an MCU can take, some 3 KB, the library decodes it in a slower way.
+/// Larger than an MCU, about 3 KB at most: the library decodes one that ends beyond its buffer more slowly.
 constexpr std::size_t pixelChunkBytes = std::size_t{1} << 16U;
-/// The side of a block, which can be decoded to any smaller one.
+/// The side of a block. The library can decode a block to any smaller side.
 constexpr std::int64_t fullScale = 8;
 
 /// libjpeg's state for reading one file.
@@ -70,11 +68,12 @@ private:
     std::array<JOCTET, headerChunkBytes> headerInput_;
     std::unique_ptr<JOCTET[]> pixelInput_;
     std::int64_t bytesLeft_;
+    std::int64_t maximumScans_;
     State state_ = {};
 };
 
 JPEGHandle::JPEGHandle(std::FILE* file, const ImageLimits& limits)
-    : file_(file), bytesLeft_(limits.maximumMetadataBytes) {
+    : file_(file), bytesLeft_(limits.maximumMetadataBytes), maximumScans_(limits.maximumScans) {
     state_.err = jpeg_std_error(&errorManager_);
     state_.client_data = this;
     errorManager_.error_exit = onError;
@@ -95,8 +94,8 @@ bool JPEGHandle::readHeader() {
     return isRead;
 }
 
-/// The library goes on after a warning, and fills what it lacks with grey; only of these the pixels are none
-/// the worse.
+/// After a warning the library goes on and fills missing pixels with grey. Only the harmless warnings leave
+/// every pixel right.
 void JPEGHandle::onMessage(j_common_ptr state, int level) {
     if (level >= 0) {
         return;
@@ -110,12 +109,12 @@ void JPEGHandle::onMessage(j_common_ptr state, int level) {
 
 void JPEGHandle::onProgress(j_common_ptr state) {
     auto& self = of(state);
-    if (self.state_.input_scan_number > maximumScans) {
+    if (self.state_.input_scan_number > self.maximumScans_) {
         self.errors_.leave();
     }
 }
 
-/// Bounds what stands before the first scan, which the library keeps in memory as far as it is asked to.
+/// Limits the bytes before the first scan: the library keeps requested segments in memory.
 boolean JPEGHandle::fillInput(j_decompress_ptr state) {
     auto& self = of(state);
     const std::span<JOCTET> chunk = self.pixelInput_ ? std::span(self.pixelInput_.get(), pixelChunkBytes)
@@ -134,7 +133,8 @@ bool isInk(J_COLOR_SPACE space) {
     return space == JCS_CMYK || space == JCS_YCCK;
 }
 
-/// Whether a picture with this header may be decoded. One of several scans is held whole, as coefficients.
+/// Whether a picture with this header may be decoded. The library holds all coefficients of one with several
+/// scans.
 bool isAcceptable(JPEGHandle& handle, const ImageLimits& limits) {
     constexpr std::array known = {JCS_GRAYSCALE, JCS_YCbCr, JCS_RGB, JCS_CMYK, JCS_YCCK};
     const bool buffered = jpeg_has_multiple_scans(handle.get()) != FALSE;
@@ -143,12 +143,9 @@ bool isAcceptable(JPEGHandle& handle, const ImageLimits& limits) {
 }
 
 std::optional<int> orientation(const JPEGHandle& handle) {
-    using namespace std::string_view_literals;
-    constexpr auto start = "Exif\0\0"sv;
     for (auto* marker = handle->marker_list; marker != nullptr; marker = marker->next) {
         const std::span<const std::uint8_t> data(marker->data, marker->data_length);
-        if (marker->marker == exifMarker && data.size() >= start.size() &&
-            std::equal(start.begin(), start.end(), data.begin())) {
+        if (marker->marker == exifMarker && startsWith(data, exifHeader)) {
             return exifOrientation(data);
         }
     }
@@ -173,7 +170,7 @@ ColorProfile profile(JPEGHandle& handle) {
     return isInk(handle->jpeg_color_space) ? ColorProfile::genericCMYK() : ColorProfile();
 }
 
-/// Turns a row of inks into RGBA in place. `inverted`: 255 stands for no ink, as Adobe's marker announces.
+/// Turns a row of inks into RGBA in place. `inverted`: 255 means no ink, as Adobe's marker announces.
 void convertInks(std::span<std::uint8_t> row, bool inverted) {
     const unsigned flip = inverted ? 0x00 : 0xFF;
     for (std::size_t at = 0; at + 4 <= row.size(); at += 4) {
@@ -185,7 +182,7 @@ void convertInks(std::span<std::uint8_t> row, bool inverted) {
     }
 }
 
-/// As the library rounds.
+/// Rounded as the library rounds.
 std::int64_t scaled(std::int64_t length, std::int64_t scale) {
     return (length * scale + fullScale - 1) / fullScale;
 }
@@ -214,11 +211,9 @@ JPEGFrameReader::JPEGFrameReader(const URL& url, const ImageInfo& expected, cons
     if (!handle_.readHeader()) {
         file_.throwUnreadable();
     }
-    // The file may have been replaced since it was opened first.
-    if (handle_->image_width != expected.width || handle_->image_height != expected.height ||
-        !isAcceptable(handle_, limits)) {
-        throw CompressionError::invalidImage();
-    }
+    // The file may have been replaced since the source was opened.
+    requireImage(handle_->image_width == expected.width && handle_->image_height == expected.height &&
+                 isAcceptable(handle_, limits));
 }
 
 void JPEGFrameReader::start() {
@@ -231,21 +226,17 @@ void JPEGFrameReader::start() {
         state->do_fancy_upsampling = TRUE;
         jpeg_start_decompress(state);
     });
-    if (std::size_t{handle_->output_width} * 4 != rowBytes()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(std::size_t{handle_->output_width} * 4 == rowBytes());
     requireAllComponents();
     started_ = true;
 }
 
-/// A component of which no scan has come would be decoded as grey. Its table is latched when its first scan
-/// begins.
+/// The library would decode a component without a scan as grey. Its table is set when its first scan begins.
 void JPEGFrameReader::requireAllComponents() const {
     const std::span components(handle_->comp_info, static_cast<std::size_t>(handle_->num_components));
-    if (std::any_of(components.begin(), components.end(),
-                    [](const jpeg_component_info& component) { return component.quant_table == nullptr; })) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(std::all_of(components.begin(), components.end(), [](const jpeg_component_info& component) {
+        return component.quant_table != nullptr;
+    }));
 }
 
 void JPEGFrameReader::decode(std::span<std::uint8_t> rows) {
@@ -279,9 +270,7 @@ JPEGSource::JPEGSource(const URL& url, const ImageLimits& limits) : ImageSource(
     if (!handle.readHeader()) {
         file.throwUnreadable();
     }
-    if (!isAcceptable(handle, limits)) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(isAcceptable(handle, limits));
     info_.width = handle->image_width;
     info_.height = handle->image_height;
     info_.bitsPerComponent = handle->data_precision;

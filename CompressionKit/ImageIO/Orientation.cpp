@@ -9,7 +9,8 @@ namespace {
 
 constexpr std::int64_t bytesPerPixel = 4;
 
-/// Where a shown pixel is stored: its coordinates change places first, then each is counted from the far end.
+/// How the position of a shown pixel becomes the stored one: its coordinates change places first, then each
+/// may be counted from the far end.
 struct Mapping {
     bool swapped;
     bool fromRight;

@@ -1,5 +1,6 @@
 #include "ImageIO/PNGChunks.h"
 
+#include "ImageIO/BigEndian.h"
 #include "ImageIO/ExifOrientation.h"
 
 #include <zlib.h>
@@ -18,11 +19,6 @@ constexpr std::uint32_t maximumLength = 0x7FFF'FFFF;
 
 using Data = std::vector<std::uint8_t>;
 
-std::uint32_t bigEndian32(std::span<const std::uint8_t, 4> bytes) {
-    return std::uint32_t{bytes[0]} << 24U | std::uint32_t{bytes[1]} << 16U | std::uint32_t{bytes[2]} << 8U |
-           bytes[3];
-}
-
 struct ChunkHeader {
     std::uint32_t length;
     std::array<std::uint8_t, 4> type;
@@ -38,7 +34,7 @@ std::optional<ChunkHeader> readHeader(InputFile& file) {
     if (!file.read(length) || !file.read(header.type)) {
         return std::nullopt;
     }
-    header.length = bigEndian32(length);
+    header.length = static_cast<std::uint32_t>(bigEndian(length));
     return header.length <= maximumLength ? std::optional(header) : std::nullopt;
 }
 
@@ -51,7 +47,7 @@ std::optional<Data> readData(InputFile& file, const ChunkHeader& header) {
     }
     uLong sum = crc32(0, header.type.data(), static_cast<uInt>(header.type.size()));
     sum = crc32_z(sum, data.data(), data.size());
-    return sum == bigEndian32(checksum) ? std::optional(std::move(data)) : std::nullopt;
+    return sum == bigEndian(checksum) ? std::optional(std::move(data)) : std::nullopt;
 }
 
 std::optional<CodePoints> codePoints(std::span<const std::uint8_t> data) {
@@ -66,7 +62,7 @@ std::optional<std::int64_t> frameCount(std::span<const std::uint8_t> data, const
     if (data.size() != 8) {
         return std::nullopt;
     }
-    const std::int64_t count = bigEndian32(data.first<4>());
+    const auto count = static_cast<std::int64_t>(bigEndian(data.first(4)));
     return count >= 1 && count <= limits.maximumFrames ? std::optional(count) : std::nullopt;
 }
 

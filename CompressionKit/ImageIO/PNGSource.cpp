@@ -1,12 +1,10 @@
 #include "ImageIO/PNGSource.h"
 
-#include "Foundation/CompressionError.h"
-#include "ImageIO/ErrorJump.h"
 #include "ImageIO/InputFile.h"
+#include "ImageIO/InvalidImage.h"
+#include "ImageIO/LibPNG.h"
 #include "ImageIO/PNGChunks.h"
 #include "ImageIO/StillFrameReader.h"
-
-#include <png.h>
 
 #include <algorithm>
 #include <array>
@@ -15,11 +13,6 @@
 
 namespace tarnwick {
 namespace {
-
-[[noreturn]] void onError(png_structp png, png_const_charp /*message*/) {
-    static_cast<ErrorJump*>(png_get_error_ptr(png))->leave();
-}
-void onWarning(png_structp /*png*/, png_const_charp /*message*/) {}
 
 /// libpng's state for reading one file.
 class PNGHandle {
@@ -31,30 +24,19 @@ public:
     ErrorJump& errors() noexcept { return errors_; }
 
 private:
-    struct Structs {
-        png_structp png = nullptr;
-        png_infop info = nullptr;
-
-        Structs() = default;
-        Structs(const Structs&) = delete;
-        Structs& operator=(const Structs&) = delete;
-        ~Structs() { png_destroy_read_struct(&png, &info, nullptr); }
-    };
-
     ErrorJump errors_;
-    Structs structs_;
+    PNGReadStructs structs_;
 };
 
 PNGHandle::PNGHandle(std::FILE* file, const ImageLimits& limits) {
     const auto metadataBytes = static_cast<png_alloc_size_t>(limits.maximumMetadataBytes);
     errors_.run([this, file, metadataBytes] {
-        structs_.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &errors_, onError, onWarning);
+        structs_.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &errors_, leavePNG, ignorePNGWarning);
         structs_.info = png_create_info_struct(structs_.png);
         png_init_io(structs_.png, file);
         png_set_user_limits(structs_.png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         png_set_chunk_malloc_max(structs_.png, metadataBytes);
-        // Texts and the like are not wanted, and thousands of them could unpack to more than the memory there
-        // is.
+        // Text chunks are not needed, and thousands of them could unpack to more memory than there is.
         png_set_keep_unknown_chunks(structs_.png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     });
 }
@@ -114,7 +96,7 @@ ColorProfile gammaProfile(const PNGHandle& handle) {
     return gamma || chromaticities ? ColorProfile::fromGamma(gamma, chromaticities) : ColorProfile();
 }
 
-/// The statements in the order of their precedence.
+/// What the chunks state, in the order of precedence.
 ColorProfile profile(const PNGHandle& handle, const PNGChunks& chunks) {
     if (chunks.codePoints) {
         return ColorProfile::fromCodePoints(*chunks.codePoints);
@@ -143,9 +125,9 @@ private:
     PNGHandle handle_;
     std::size_t height_;
     bool interlaced_ = false;
-    /// The whole picture, once an interlaced one is decoded, and how much of it has been given.
+    /// Interlaced pictures: the whole picture once it is decoded, and how many of its bytes were read.
     std::unique_ptr<std::uint8_t[]> pixels_;
-    std::size_t bytesGiven_ = 0;
+    std::size_t bytesRead_ = 0;
 };
 
 PNGFrameReader::PNGFrameReader(const URL& url, const ImageInfo& expected, const ImageLimits& limits)
@@ -155,11 +137,9 @@ PNGFrameReader::PNGFrameReader(const URL& url, const ImageInfo& expected, const 
     if (!header) {
         file_.throwUnreadable();
     }
-    // The file may have been replaced since it was opened first.
-    if (header->width != expected.width || header->height != expected.height ||
-        !limits.allow(header->width, header->height, header->interlaced)) {
-        throw CompressionError::invalidImage();
-    }
+    // The file may have been replaced since the source was opened.
+    requireImage(header->width == expected.width && header->height == expected.height &&
+                 limits.allow(header->width, header->height, header->interlaced));
     interlaced_ = header->interlaced;
     convertToRGBA(!header->hasAlpha);
 }
@@ -175,9 +155,7 @@ void PNGFrameReader::convertToRGBA(bool addsAlpha) {
         png_set_interlace_handling(png);
         png_read_update_info(png, info);
     });
-    if (png_get_rowbytes(handle_.png(), handle_.info()) != rowBytes()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(png_get_rowbytes(handle_.png(), handle_.info()) == rowBytes());
 }
 
 void PNGFrameReader::decode(std::span<std::uint8_t> rows) {
@@ -192,13 +170,13 @@ void PNGFrameReader::decode(std::span<std::uint8_t> rows) {
     if (!pixels_) {
         decodeInterlaced();
     }
-    std::copy_n(pixels_.get() + bytesGiven_, rows.size(), rows.data());
-    bytesGiven_ += rows.size();
+    std::copy_n(pixels_.get() + bytesRead_, rows.size(), rows.data());
+    bytesRead_ += rows.size();
 }
 
 void PNGFrameReader::decodeInterlaced() {
-    // Left uninitialized, so that a small file which claims a large picture takes memory only for what it
-    // fills; together the passes write every pixel.
+    // Left uninitialized: a small file that claims a large picture then takes memory only for the pixels that
+    // it has. Together the passes write every pixel.
     auto pixels = std::make_unique_for_overwrite<std::uint8_t[]>(rowBytes() * height_);
     handle_.errors().run([png = handle_.png(), start = pixels.get(), step = rowBytes(), height = height_] {
         for (int pass = 0; pass < PNG_INTERLACE_ADAM7_PASSES; ++pass) {
@@ -212,12 +190,10 @@ void PNGFrameReader::decodeInterlaced() {
 
 void PNGFrameReader::finish() {
     handle_.errors().run([png = handle_.png()] { png_read_end(png, nullptr); });
-    // Not every version of libpng minds a wrong checksum here.
+    // Some versions of libpng ignore a wrong checksum here.
     constexpr std::array<std::uint8_t, 4> checksumOfIEND = {0xAE, 0x42, 0x60, 0x82};
     std::array<std::uint8_t, 4> found = {};
-    if (!file_.skip(-4) || !file_.read(found) || found != checksumOfIEND) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(file_.skip(-4) && file_.read(found) && found == checksumOfIEND);
 }
 
 } // namespace
@@ -232,9 +208,7 @@ PNGSource::PNGSource(const URL& url, const ImageLimits& limits) : ImageSource(ur
     if (!header) {
         file.throwUnreadable();
     }
-    if (!limits.allow(header->width, header->height, header->interlaced)) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(limits.allow(header->width, header->height, header->interlaced));
     info_.width = header->width;
     info_.height = header->height;
     info_.imageCount = chunks.frameCount;

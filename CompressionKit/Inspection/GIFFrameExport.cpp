@@ -1,22 +1,16 @@
+#include "Inspection/GIFFrameExport.h"
+
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileSystemError.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
-#include "Inspection/ImageFacts.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <memory>
 
 namespace tarnwick {
 namespace {
-
-std::unique_ptr<ImageSource> openContainer(const URL& source) {
-    try {
-        return ImageSource::open(source);
-    } catch (const FileSystemError&) {
-        throw CompressionError::invalidImage();
-    }
-}
 
 bool isOpaque(std::span<const std::uint8_t> rgba) {
     for (std::size_t i = 3; i < rgba.size(); i += 4) {
@@ -38,7 +32,8 @@ std::unique_ptr<ImageDestination> createFrameFile(const URL& file, const ImageDe
     }
 }
 
-/// An opaque frame goes without alpha: the scorer judges a picture with alpha twice, on two backgrounds.
+/// An opaque frame is written without alpha: the scorer judges a picture with alpha twice, on two
+/// backgrounds.
 void writeFrame(const URL& file, std::span<const std::uint8_t> rgba, const ImageInfo& info) {
     const auto destination = createFrameFile(file, {.width = info.width,
                                                     .height = info.height,
@@ -46,22 +41,20 @@ void writeFrame(const URL& file, std::span<const std::uint8_t> rgba, const Image
                                                     .profile = {},
                                                     .tagsProfile = false});
     destination->writeRows(rgba);
-    destination->finalize();
+    destination->commit();
 }
 
 } // namespace
 
-std::vector<URL> ImageFacts::exportGIFFrames(const URL& source, const URL& directory) {
-    const auto container = openContainer(source);
+std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
+    const auto container = unreadableAsInvalidImage([&] { return ImageSource::open(source); });
     const ImageInfo& info = container->info();
     createDirectories(directory);
     const auto frames = container->frames();
     std::vector<std::uint8_t> canvas(static_cast<std::size_t>(info.width * info.height * 4));
     std::vector<URL> files;
     for (std::int64_t i = 0; i < info.imageCount; ++i) {
-        if (!frames->next()) {
-            throw CompressionError::invalidImage();
-        }
+        requireImage(frames->next());
         frames->readRows(canvas);
         files.push_back(directory.appending("frame-" + std::to_string(i) + ".png"));
         writeFrame(files.back(), canvas, info);

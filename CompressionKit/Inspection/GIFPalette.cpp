@@ -1,13 +1,14 @@
 #include "Inspection/GIFPalette.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
+#include "ImageIO/BigEndian.h"
 #include "ImageIO/BitmapContext.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <algorithm>
 #include <array>
@@ -27,24 +28,19 @@ constexpr std::size_t colorTableBytes = 768;
 constexpr std::string_view pngSignature = "\x89PNG\r\n\x1A\n"sv;
 
 Bitmap readPicture(const URL& url) {
-    try {
+    return unreadableAsInvalidImage([&] {
         const auto source = ImageSource::open(url);
         const auto frames = source->frames();
-        if (!frames->next()) {
-            throw CompressionError::invalidImage();
-        }
+        requireImage(frames->next());
         Bitmap picture{source->info().width, source->info().height, {}};
         picture.pixels.resize(static_cast<std::size_t>(picture.width * picture.height * 4));
         frames->readRows(picture.pixels);
         premultiply(picture.pixels);
         return picture;
-    } catch (const FileSystemError&) {
-        throw CompressionError::invalidImage();
-    }
+    });
 }
 
 void writePicture(Bitmap picture, const URL& url) {
-    ScopedFile unfinished(url);
     try {
         unpremultiply(picture.pixels);
         ImageDestination destination(url, {.width = picture.width,
@@ -53,29 +49,21 @@ void writePicture(Bitmap picture, const URL& url) {
                                            .profile = {},
                                            .tagsProfile = false});
         destination.writeRows(picture.pixels);
-        destination.finalize();
+        destination.commit();
     } catch (const FileSystemError& error) {
         if (error.isOutOfSpace()) {
             throw;
         }
         throw CompressionError::invalidImage();
     }
-    unfinished.release();
-}
-
-std::uint32_t bigEndian32(Span bytes) {
-    return std::uint32_t{bytes[0]} << 24U | std::uint32_t{bytes[1]} << 16U | std::uint32_t{bytes[2]} << 8U |
-           bytes[3];
 }
 
 /// The payload of the PNG's PLTE chunk.
 Span findPalette(Span png) {
     constexpr std::size_t chunkOverhead = 12;
-    if (!startsWith(png, pngSignature)) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(startsWith(png, pngSignature));
     for (Span rest = png.subspan(pngSignature.size()); rest.size() >= chunkOverhead;) {
-        const std::size_t length = bigEndian32(rest);
+        const std::size_t length = bigEndian(rest.first(4));
         if (length > rest.size() - chunkOverhead) {
             break;
         }
@@ -87,7 +75,7 @@ Span findPalette(Span png) {
     throw CompressionError::invalidImage();
 }
 
-/// One pixel, with 256 global colours.
+/// A picture of one pixel with 256 global colours.
 Bytes colorMapGIF(Span palette) {
     constexpr std::array<std::uint8_t, 13> start = {'G', 'I', 'F', '8', '9', 'a', 1, 0, 1, 0, 0xF7, 0, 0};
     constexpr std::array<std::uint8_t, 18> end = {0x2C, 0, 0,    0,    0, 1, 0,    1,    0,
@@ -123,9 +111,7 @@ ContactSheetLayout ContactSheetLayout::make(std::int64_t frameCount, std::int64_
 }
 
 void GIFPalette::writeContactSheet(const std::vector<URL>& frames, const URL& destination) {
-    if (frames.empty()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(!frames.empty());
     const Bitmap first = readPicture(frames.front());
     const auto layout =
         ContactSheetLayout::make(static_cast<std::int64_t>(frames.size()), first.width, first.height);
@@ -144,9 +130,7 @@ void GIFPalette::writeContactSheet(const std::vector<URL>& frames, const URL& de
 void GIFPalette::writeColorMap(const URL& source, const URL& destination) {
     const Bytes png = readFile(source, maximumFileBytes);
     const Span palette = findPalette(png);
-    if (palette.size() < 3 || palette.size() > colorTableBytes || palette.size() % 3 != 0) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(palette.size() >= 3 && palette.size() <= colorTableBytes && palette.size() % 3 == 0);
     writeFile(destination, colorMapGIF(palette));
 }
 

@@ -1,9 +1,8 @@
 #include "Inspection/ImageFacts.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/FileSystemError.h"
-#include "Foundation/Text.h"
 #include "ImageIO/ImageSource.h"
+#include "ImageIO/InvalidImage.h"
 #include "Inspection/JPEGMetadata.h"
 #include "Inspection/PixelBands.h"
 
@@ -14,8 +13,8 @@ namespace tarnwick {
 namespace {
 
 constexpr double delayTolerance = 0.000001;
-/// Delays are hundredths of a second held as binary fractions: their difference may miss the tolerance by
-/// rounding.
+/// Delays are hundredths of a second held as binary fractions: rounding may take their difference above the
+/// tolerance.
 constexpr double delayRounding = 1e-12;
 constexpr std::string_view sRGB = "srgb";
 constexpr std::string_view displayP3 = "display-p3";
@@ -23,21 +22,18 @@ constexpr std::string_view displayP3 = "display-p3";
 /// Reads every pixel of the first image, which proves that the file is whole.
 void decodeFirstImage(const ImageSource& source) {
     const auto frames = source.frames();
-    if (!frames->next()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(frames->next());
     for (BandWalk walk(source.info().width, source.info().height); walk.next();) {
         frames->readRows(walk.buffer());
     }
 }
 
 std::string normalizedProfileName(const std::string& name) {
-    std::string key = lowercasedASCII(name);
-    std::erase(key, ' ');
-    if (key.find(sRGB) != std::string::npos) {
-        return std::string(sRGB);
+    const KnownSpace space = spaceNamed(name);
+    if (space == KnownSpace::other) {
+        return name;
     }
-    return key.find("displayp3") != std::string::npos ? std::string(displayP3) : name;
+    return std::string(space == KnownSpace::sRGB ? sRGB : displayP3);
 }
 
 bool profilesCompatible(const ImageFacts& reference, const ImageFacts& candidate, bool allowSRGBConversion) {
@@ -58,32 +54,25 @@ bool timingsCompatible(const ImageFacts& reference, const ImageFacts& candidate)
                       [](double a, double b) { return std::abs(a - b) <= delayTolerance + delayRounding; });
 }
 
-/// Opens the container and decodes its first image; whatever keeps that from happening means that there is no
-/// picture.
+/// Opens the container and decodes its first image.
 ImageInfo decodedInfo(const URL& url, ImageKind kind) {
-    try {
+    return unreadableAsInvalidImage([&] {
         const auto type = containerType(url);
-        if (!type) {
-            throw CompressionError::invalidImage();
-        }
+        requireImage(type.has_value());
         if (!kind.accepts(*type)) {
             throw CompressionError::formatMismatch();
         }
         const auto source = ImageSource::open(url);
         decodeFirstImage(*source);
         return source->info();
-    } catch (const FileSystemError&) {
-        throw CompressionError::invalidImage();
-    }
+    });
 }
 
 } // namespace
 
 ImageFacts ImageFacts::inspect(const URL& url) {
     const auto kind = ImageKind::from(url);
-    if (!kind) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(kind.has_value());
     const ImageInfo info = decodedInfo(url, *kind);
     return {.kind = *kind,
             .width = info.width,

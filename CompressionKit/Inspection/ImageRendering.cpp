@@ -2,8 +2,8 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
-#include "Foundation/FileSystemError.h"
 #include "ImageIO/DisplayDecoder.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <new>
 
@@ -17,13 +17,10 @@ bool differs(const std::optional<std::string>& recorded, const std::string& foun
 } // namespace
 
 DisplayImage ImageRendering::decode(const URL& url, std::optional<std::int64_t> maximumPixelSize) {
-    if (!url.isFileURL()) {
-        throw CompressionError::invalidImage();
-    }
+    requireImage(url.isFileURL());
     try {
-        return std::make_shared<const Bitmap>(decodeForDisplay(url, maximumPixelSize));
-    } catch (const FileSystemError&) {
-        throw CompressionError::invalidImage();
+        return unreadableAsInvalidImage(
+            [&] { return std::make_shared<const Bitmap>(decodeForDisplay(url, maximumPixelSize)); });
     } catch (const std::bad_alloc&) {
         throw CompressionError::invalidImage();
     }

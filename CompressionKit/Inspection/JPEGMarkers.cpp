@@ -1,42 +1,77 @@
 #include "Inspection/JPEGMarkers.h"
 
-namespace tarnwick {
+#include "ImageIO/BigEndian.h"
 
-bool JPEGMarker::startsImage(std::span<const std::uint8_t> file) {
+namespace tarnwick {
+namespace {
+
+constexpr std::size_t lengthBytes = 2;
+
+bool startsImage(std::span<const std::uint8_t> file) {
     return file.size() >= 4 && file[0] == 0xFF && file[1] == 0xD8;
 }
 
-JPEGMarkerWalk::JPEGMarkerWalk(std::span<const std::uint8_t> file)
-    : file_(file), position_(JPEGMarker::startsImage(file) ? 2 : file.size()) {}
+bool isStandalone(std::uint8_t marker) {
+    return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8);
+}
+
+bool endsHeader(std::uint8_t marker) {
+    return marker == JPEGMarker::endOfImage || marker == JPEGMarker::startOfScan;
+}
+
+} // namespace
+
+JPEGMarkerWalk::JPEGMarkerWalk(std::span<const std::uint8_t> file, Standalone standalone)
+    : file_(file), position_(startsImage(file) ? 2 : file.size()), standalone_(standalone) {}
 
 std::optional<JPEGSegment> JPEGMarkerWalk::next() {
     while (position_ + 3 < file_.size() && file_[position_] == 0xFF) {
-        std::size_t code = position_ + 1;
-        while (code < file_.size() && file_[code] == 0xFF) {
-            ++code;
-        }
-        if (code >= file_.size()) {
+        const std::size_t code = codeAfterFillBytes();
+        if (code == file_.size()) {
             break;
         }
-        const std::uint8_t marker = file_[code];
-        if (JPEGMarker::isStandalone(marker)) {
+        if (isSkipped(file_[code])) {
             position_ = code + 1;
             continue;
         }
-        if (marker == JPEGMarker::endOfImage || marker == JPEGMarker::startOfScan ||
-            code + 2 >= file_.size()) {
+        if (endsHeader(file_[code])) {
+            imageData_ = file_.subspan(position_);
             break;
         }
-        const std::size_t length = static_cast<std::size_t>(file_[code + 1]) << 8U | file_[code + 2];
-        const std::size_t end = code + 1 + length;
-        if (length < 2 || end > file_.size()) {
-            break;
-        }
-        position_ = end;
-        return JPEGSegment{marker, length, file_.subspan(code + 3, length - 2)};
+        const auto segment = segmentAt(code);
+        position_ = segment ? position_ + segment->whole.size() : file_.size();
+        return segment;
     }
     position_ = file_.size();
     return std::nullopt;
+}
+
+/// The end of the file when nothing but fill bytes is left.
+std::size_t JPEGMarkerWalk::codeAfterFillBytes() const noexcept {
+    std::size_t code = position_ + 1;
+    while (code < file_.size() && file_[code] == 0xFF) {
+        ++code;
+    }
+    return code;
+}
+
+bool JPEGMarkerWalk::isSkipped(std::uint8_t marker) const noexcept {
+    return standalone_ == Standalone::skipped && isStandalone(marker);
+}
+
+std::optional<JPEGSegment> JPEGMarkerWalk::segmentAt(std::size_t code) const noexcept {
+    const auto rest = file_.subspan(code + 1);
+    if (rest.size() < lengthBytes) {
+        return std::nullopt;
+    }
+    const std::size_t length = bigEndian(rest.first(lengthBytes));
+    if (length < lengthBytes || length > rest.size()) {
+        return std::nullopt;
+    }
+    return JPEGSegment{.marker = file_[code],
+                       .length = length,
+                       .payload = rest.subspan(lengthBytes, length - lengthBytes),
+                       .whole = file_.subspan(position_, code + 1 + length - position_)};
 }
 
 } // namespace tarnwick

@@ -13,20 +13,35 @@ struct JPEGSegment {
     /// As the file states it: the payload's bytes and 2.
     std::size_t length;
     std::span<const std::uint8_t> payload;
+    /// All its bytes, with the fill bytes before the marker.
+    std::span<const std::uint8_t> whole;
 };
 
-/// Goes through the marker segments between a JPEG's start and its first scan. Ends at the scan, at the end
+/// Goes through the marker segments between a JPEG's start and its first scan. Stops at the scan, at the end
 /// of the image, and at anything malformed.
 class JPEGMarkerWalk {
 public:
+    /// What to do with markers that have neither length nor payload: skip them, or read them like all others,
+    /// as if they had.
+    enum class Standalone { skipped, readAsSegment };
+
     /// `file` is the file or its beginning, and must outlive the walk.
-    explicit JPEGMarkerWalk(std::span<const std::uint8_t> file);
+    explicit JPEGMarkerWalk(std::span<const std::uint8_t> file, Standalone standalone = Standalone::skipped);
 
     std::optional<JPEGSegment> next();
+    /// Once next() has returned none: the file from the scan or the end of the image on, fill bytes included.
+    /// Empty when the walk stopped at anything malformed.
+    std::span<const std::uint8_t> imageData() const noexcept { return imageData_; }
 
 private:
+    std::size_t codeAfterFillBytes() const noexcept;
+    bool isSkipped(std::uint8_t marker) const noexcept;
+    std::optional<JPEGSegment> segmentAt(std::size_t code) const noexcept;
+
     std::span<const std::uint8_t> file_;
+    std::span<const std::uint8_t> imageData_;
     std::size_t position_;
+    Standalone standalone_;
 };
 
 namespace JPEGMarker {
@@ -35,13 +50,6 @@ constexpr std::uint8_t startOfScan = 0xDA;
 constexpr std::uint8_t quantizationTables = 0xDB;
 constexpr std::uint8_t app1 = 0xE1;
 constexpr std::uint8_t app2 = 0xE2;
-
-/// Whether a marker stands alone, without a length and a payload.
-constexpr bool isStandalone(std::uint8_t marker) {
-    return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD8);
-}
-/// Whether the bytes begin as a JPEG file does.
-bool startsImage(std::span<const std::uint8_t> file);
 } // namespace JPEGMarker
 
 } // namespace tarnwick

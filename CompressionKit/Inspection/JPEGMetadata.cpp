@@ -4,7 +4,9 @@
 #include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
+#include "ImageIO/ExifOrientation.h"
 #include "ImageIO/ImageSource.h"
+#include "ImageIO/InvalidImage.h"
 #include "Inspection/JPEGMarkers.h"
 
 #include <array>
@@ -19,7 +21,6 @@ using Span = std::span<const std::uint8_t>;
 
 constexpr std::size_t searchedBytes = 1'048'576;
 constexpr std::size_t maximumFileBytes = std::size_t{1} << 31U;
-constexpr std::string_view exifHeader = "Exif\0\0"sv;
 constexpr std::string_view multiPictureHeader = "MPF\0"sv;
 
 /// A TIFF structure's numbers, in its own byte order. Reads must lie within the bytes.
@@ -110,56 +111,36 @@ std::array<std::uint8_t, 36> orientationSegment(std::uint8_t orientation) {
             0,           0,    0,    0};               // no further directory
 }
 
-/// The file with the segment first and without any other EXIF segment. Unlike the search for an index, this
-/// copy takes no marker for standalone: a file with one before its scan is not what an encoder writes.
+void append(Bytes& output, Span bytes) {
+    output.insert(output.end(), bytes.begin(), bytes.end());
+}
+
+bool isExif(const JPEGSegment& segment) {
+    return segment.marker == JPEGMarker::app1 && startsWith(segment.payload, exifHeader);
+}
+
+/// The file with the new segment first and without its own EXIF segments. Encoders write no standalone marker
+/// before the scan; a file that has one is refused wherever its next bytes make no segment.
 Bytes withOrientation(Span file, std::uint8_t orientation) {
-    if (!JPEGMarker::startsImage(file)) {
-        throw CompressionError::invalidImage();
-    }
     Bytes output = {0xFF, 0xD8};
-    const auto inserted = orientationSegment(orientation);
-    output.reserve(file.size() + inserted.size());
-    output.insert(output.end(), inserted.begin(), inserted.end());
-    for (std::size_t start = 2; start + 3 < file.size() && file[start] == 0xFF;) {
-        std::size_t code = start + 1;
-        while (code < file.size() && file[code] == 0xFF) {
-            ++code;
+    output.reserve(file.size() + orientationSegment(orientation).size());
+    append(output, orientationSegment(orientation));
+    JPEGMarkerWalk walk(file, JPEGMarkerWalk::Standalone::readAsSegment);
+    while (const auto segment = walk.next()) {
+        if (!isExif(*segment)) {
+            append(output, segment->whole);
         }
-        if (code >= file.size()) {
-            break;
-        }
-        const std::uint8_t marker = file[code];
-        if (marker == JPEGMarker::endOfImage || marker == JPEGMarker::startOfScan) {
-            output.insert(output.end(), file.begin() + static_cast<std::ptrdiff_t>(start), file.end());
-            return output;
-        }
-        if (code + 2 >= file.size()) {
-            break;
-        }
-        const std::size_t length = static_cast<std::size_t>(file[code + 1]) << 8U | file[code + 2];
-        if (length < 2 || length > file.size() - code - 1) {
-            break;
-        }
-        const std::size_t end = code + 1 + length;
-        const Span payload = file.subspan(code + 3, length - 2);
-        if (marker != JPEGMarker::app1 || !startsWith(payload, exifHeader)) {
-            const Span segment = file.subspan(start, end - start);
-            output.insert(output.end(), segment.begin(), segment.end());
-        }
-        start = end;
     }
-    throw CompressionError::invalidImage();
+    requireImage(!walk.imageData().empty());
+    append(output, walk.imageData());
+    return output;
 }
 
 std::optional<int> statedOrientation(const URL& url) {
-    try {
-        if (containerType(url) != "public.jpeg") {
-            throw CompressionError::invalidImage();
-        }
+    return unreadableAsInvalidImage([&] {
+        requireImage(containerType(url) == "public.jpeg");
         return ImageSource::open(url)->info().orientation;
-    } catch (const FileSystemError&) {
-        throw CompressionError::invalidImage();
-    }
+    });
 }
 
 } // namespace

@@ -1,6 +1,8 @@
+#include "Inspection/JPEGQuantization.h"
+
 #include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
-#include "Inspection/ImageFacts.h"
+#include "ImageIO/BigEndian.h"
 #include "Inspection/JPEGMarkers.h"
 
 namespace tarnwick {
@@ -13,12 +15,12 @@ constexpr double finestMean = 2.0;
 std::uint64_t sumOfEntries(std::span<const std::uint8_t> entries, std::size_t entryBytes) {
     std::uint64_t sum = 0;
     for (std::size_t i = 0; i < entries.size(); i += entryBytes) {
-        sum += entryBytes == 1 ? entries[i] : static_cast<std::uint64_t>(entries[i]) << 8U | entries[i + 1];
+        sum += bigEndian(entries.subspan(i, entryBytes));
     }
     return sum;
 }
 
-enum class Search { notHere, malformed, found };
+enum class Search { absent, malformed, found };
 
 /// Looks for table 0 among the tables of one segment; `sum` becomes the sum of its entries.
 Search findLuminanceTable(std::span<const std::uint8_t> tables, std::uint64_t& sum) {
@@ -35,7 +37,7 @@ Search findLuminanceTable(std::span<const std::uint8_t> tables, std::uint64_t& s
         }
         tables = tables.subspan(1 + bytes);
     }
-    return Search::notHere;
+    return Search::absent;
 }
 
 bool isFine(std::span<const std::uint8_t> file) {
@@ -46,7 +48,7 @@ bool isFine(std::span<const std::uint8_t> file) {
         }
         std::uint64_t sum = 0;
         const Search search = findLuminanceTable(segment->payload, sum);
-        if (search != Search::notHere) {
+        if (search != Search::absent) {
             return search == Search::found && sum > 0 &&
                    static_cast<double>(sum) / tableEntries <= finestMean;
         }
@@ -56,7 +58,7 @@ bool isFine(std::span<const std::uint8_t> file) {
 
 } // namespace
 
-bool ImageFacts::hasFineJPEGQuantization(const URL& url) {
+bool hasFineJPEGQuantization(const URL& url) {
     try {
         return isFine(readFilePrefix(url, searchedBytes));
     } catch (const FileSystemError&) {

@@ -6,17 +6,12 @@ namespace tarnwick {
 namespace {
 
 constexpr std::int64_t bandPixels = 1'048'576;
-constexpr std::int64_t maximumRenderedPixels = 25'000'000;
 constexpr std::int64_t bytesPerPixel = 4;
 
 } // namespace
 
 std::int64_t BandWalk::rowsPerBand(std::int64_t width, std::int64_t height) noexcept {
     return std::max<std::int64_t>(std::min(bandPixels / width, height), 1);
-}
-
-bool BandWalk::isRenderable(std::int64_t width, std::int64_t rows) noexcept {
-    return width >= 1 && rows >= 1 && maximumRenderedPixels / rows >= width;
 }
 
 BandWalk::BandWalk(std::int64_t width, std::int64_t height)

@@ -6,11 +6,11 @@
 
 namespace tarnwick {
 
-/// Steps through a picture from the top in bands of whole rows, so that memory stays bounded whatever its
-/// size.
+/// Steps through a picture from the top in bands of whole rows, so that pictures of any size take bounded
+/// memory.
 class BandWalk {
 public:
-    /// A picture without any pixel has no band.
+    /// A picture without pixels has no band.
     BandWalk(std::int64_t width, std::int64_t height);
 
     /// Goes to the next band; false after the last one.
@@ -22,8 +22,6 @@ public:
 
     /// About a mebipixel, and at least one row.
     static std::int64_t rowsPerBand(std::int64_t width, std::int64_t height) noexcept;
-    /// Whether a band of this size is small enough to be rendered.
-    static bool isRenderable(std::int64_t width, std::int64_t rows) noexcept;
 
 private:
     std::int64_t width_;

@@ -1,8 +1,9 @@
+#include "Inspection/PixelEquivalence.h"
+
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
 #include "ImageIO/BitmapContext.h"
 #include "ImageIO/ImageSource.h"
-#include "Inspection/ImageFacts.h"
 #include "Inspection/PixelBands.h"
 
 #include <algorithm>
@@ -30,13 +31,13 @@ bool everyAlpha(Band reference, Band candidate, Judge judge) {
     return true;
 }
 
-/// Walks the readers' current images, both of this size.
+/// Compares the current images of both readers, which have this size.
 bool bandsPass(FrameReader& a, FrameReader& b, std::int64_t width, std::int64_t height,
-               const ImageFacts::BandCheck& check) {
+               const BandCheck& check) {
     BandWalk walkA(width, height);
     BandWalk walkB(width, height);
     while (walkA.next() && walkB.next()) {
-        if (!BandWalk::isRenderable(width, walkA.rows())) {
+        if (!ImageLimits::areRenderable(width, walkA.rows())) {
             return false;
         }
         a.readRows(walkA.buffer());
@@ -54,7 +55,7 @@ bool sameSize(const ImageInfo& a, const ImageInfo& b) {
     return a.width == b.width && a.height == b.height;
 }
 
-/// Runs a comparison; a file that it cannot open or decode makes it false.
+/// Runs a comparison. False for a file that cannot be opened or decoded.
 template <typename Comparison>
 bool falseOnFailure(Comparison comparison) {
     try {
@@ -66,7 +67,7 @@ bool falseOnFailure(Comparison comparison) {
     }
 }
 
-/// How far a quantizer moved the alpha channel.
+/// How far a quantizer changed the alpha channel.
 class AlphaStatistics {
 public:
     /// False when this pixel alone rules the candidate out.
@@ -116,7 +117,7 @@ private:
 
 } // namespace
 
-bool ImageFacts::pixelBandsEqual(const URL& reference, const URL& candidate, const BandCheck& check) {
+bool pixelBandsEqual(const URL& reference, const URL& candidate, const BandCheck& check) {
     return falseOnFailure([&] {
         const auto a = ImageSource::open(reference);
         const auto b = ImageSource::open(candidate);
@@ -130,17 +131,17 @@ bool ImageFacts::pixelBandsEqual(const URL& reference, const URL& candidate, con
     });
 }
 
-bool ImageFacts::pixelBandsEqual(const URL& reference, const URL& candidate) {
+bool pixelsEqual(const URL& reference, const URL& candidate) {
     return pixelBandsEqual(reference, candidate, bytesEqual);
 }
 
-bool ImageFacts::alphaDeviationWithin(const URL& reference, const URL& candidate, std::uint8_t tolerance) {
+bool alphaDeviationWithin(const URL& reference, const URL& candidate, std::uint8_t tolerance) {
     return pixelBandsEqual(reference, candidate, [tolerance](Band a, Band b) {
         return everyAlpha(a, b, [tolerance](int r, int c) { return std::abs(r - c) <= int{tolerance}; });
     });
 }
 
-bool ImageFacts::quantizedAlphaWithin(const URL& reference, const URL& candidate) {
+bool quantizedAlphaWithin(const URL& reference, const URL& candidate) {
     AlphaStatistics statistics;
     const bool everyPixelPassed = pixelBandsEqual(reference, candidate, [&statistics](Band a, Band b) {
         return everyAlpha(a, b, [&statistics](int r, int c) { return statistics.add(r, c); });
@@ -148,7 +149,7 @@ bool ImageFacts::quantizedAlphaWithin(const URL& reference, const URL& candidate
     return everyPixelPassed && statistics.isAcceptable();
 }
 
-bool ImageFacts::gifFramesEqual(const URL& a, const URL& b) {
+bool gifFramesEqual(const URL& a, const URL& b) {
     return falseOnFailure([&] {
         const auto sourceA = ImageSource::open(a);
         const auto sourceB = ImageSource::open(b);

@@ -35,7 +35,7 @@ TEST_F(HEICConversionTest, PutsAnExactPNGBesideTheFile) {
     EXPECT_EQ(result.qualityScore, std::nullopt);
     EXPECT_EQ(result.originalBytes, fileSize(photo));
     EXPECT_EQ(result.finalBytes, fileSize(result.url));
-    EXPECT_TRUE(ImageFacts::pixelBandsEqual(photo, result.url));
+    EXPECT_TRUE(ImageFacts::pixelsEqual(photo, result.url));
     EXPECT_EQ(contents(photo), original);
     EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
 

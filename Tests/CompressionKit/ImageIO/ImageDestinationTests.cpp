@@ -31,7 +31,7 @@ protected:
         const auto first = static_cast<std::size_t>(options.width) * 4;
         destination.writeRows(std::span(rows).first(first));
         destination.writeRows(std::span(rows).subspan(first));
-        destination.finalize();
+        destination.commit();
         return url;
     }
 
@@ -107,13 +107,13 @@ TEST_F(ImageDestinationTest, endsOnlyAWholePicture) {
     constexpr std::size_t rowBytes = std::size_t{45} * 4;
     ImageDestination destination(url, options());
     destination.writeRows(std::span(rows).first(rowBytes));
-    EXPECT_THROW(destination.finalize(), std::logic_error);
+    EXPECT_THROW(destination.commit(), std::logic_error);
     EXPECT_THROW(destination.writeRows(std::span(rows).first(rowBytes - 1)), std::logic_error);
     EXPECT_THROW(destination.writeRows(rows), std::logic_error) << "one row too many";
     EXPECT_TRUE(isRefused(url)) << "it is unfinished";
     destination.writeRows(std::span(rows).subspan(rowBytes));
-    destination.finalize();
-    EXPECT_THROW(destination.finalize(), std::logic_error);
+    destination.commit();
+    EXPECT_THROW(destination.commit(), std::logic_error);
     EXPECT_EQ(decoded(url), rows);
 }
 
