@@ -26,6 +26,8 @@ ImageLimits shrunkenLimits() {
     limits.maximumBufferedPixels = 1 << 16;
     limits.maximumFrames = 1000;
     limits.maximumMetadataBytes = 1 << 18;
+    limits.maximumScans = 50;
+    limits.maximumInputs = 256;
     return limits;
 }
 

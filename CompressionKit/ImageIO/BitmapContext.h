@@ -23,12 +23,11 @@ void unpremultiply(std::span<std::uint8_t> rgba);
 /// A canvas in memory that pictures are drawn on, without any colour conversion.
 class BitmapContext {
 public:
-    /// A transparent canvas. Throws CompressionError::invalidImage for a size below 1 or above 25,000,000
-    /// pixels.
+    /// A transparent canvas. Throws CompressionError::invalidImage for a size that is not renderable.
     BitmapContext(std::int64_t width, std::int64_t height);
 
-    /// Draws the picture over what is there, scaled with a filter that averages when it shrinks, so that it
-    /// fills the rectangle whose top-left corner is (x, y), counted from the canvas's top-left.
+    /// Draws the picture over the canvas, scaled to fill the rectangle whose top-left corner is (x, y) from
+    /// the canvas's top-left. The filter averages when it shrinks.
     void draw(const Bitmap& picture, std::int64_t x, std::int64_t y, std::int64_t width, std::int64_t height);
 
     const Bitmap& bitmap() const noexcept { return bitmap_; }

@@ -21,7 +21,7 @@ constexpr std::string_view displayP3Name = "Display P3";
 
 constexpr Chromaticities bt709Primaries = {0.3127, 0.3290, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06};
 
-/// By number, as H.273 has them.
+/// By the numbers of H.273.
 constexpr std::array<std::pair<std::uint16_t, Chromaticities>, 9> knownPrimaries = {{
     {1, bt709Primaries},
     {4, {0.310, 0.316, 0.67, 0.33, 0.21, 0.71, 0.14, 0.08}},
@@ -38,7 +38,7 @@ constexpr TransferCurve sRGBCurve = {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0
 constexpr double bt709Alpha = 1.099296826809442;
 constexpr double bt709Beta = 0.018053968510807;
 
-/// Those that an ICC profile can hold.
+/// The curves that an ICC profile can hold, by the numbers of H.273.
 constexpr std::array<std::pair<std::uint16_t, TransferCurve>, 5> knownCurves = {{
     {1, {1 / 0.45, 1 / bt709Alpha, (bt709Alpha - 1) / bt709Alpha, 1 / 4.5, 4.5 * bt709Beta}},
     {4, {.gamma = 2.2}},
@@ -53,7 +53,7 @@ struct SpaceName {
     std::string_view name;
 };
 
-/// "Display P3 PQ" would pass for Display P3, which it is not.
+/// "Display P3 PQ" would be mistaken for Display P3.
 constexpr std::array spaceNames = {
     SpaceName{1, 13, sRGBName},     SpaceName{12, 13, displayP3Name}, SpaceName{1, 1, "ITU-R BT.709"},
     SpaceName{9, 1, "BT.2020"},     SpaceName{9, 16, "BT.2020 PQ"},   SpaceName{9, 18, "BT.2020 HLG"},
@@ -84,7 +84,7 @@ bool startsWith(std::string_view text, std::string_view key) noexcept {
     return key.empty();
 }
 
-/// Whether the text holds `key` (in lower case), whatever its case and its spaces.
+/// Whether the text contains `key` (in lower case) in any case and with any spaces.
 bool mentions(std::string_view text, std::string_view key) noexcept {
     while (!text.empty() && !startsWith(text, key)) {
         text.remove_prefix(1);
@@ -97,8 +97,8 @@ std::string digestName(std::span<const std::uint8_t> icc) {
     return "Custom profile " + SHA256::hexDigest(bytes).substr(0, 8);
 }
 
-/// A profile that calls itself by a space's name without being that space must not pass for it, and one that
-/// is the space must, whatever it calls itself.
+/// A profile that states a space's name but is another space must not count as that space. One that is the
+/// space counts as it under any name.
 std::string profileName(const ICCProfile& profile, std::span<const std::uint8_t> icc) {
     std::string stated = profile.description();
     const KnownSpace measured = profile.measuredSpace();
@@ -118,7 +118,7 @@ std::uint16_t effectivePrimaries(std::uint16_t stated) {
     return stated == 7 ? 6 : stated;
 }
 
-/// One number for each function: BT.601 and both depths of BT.2020 have the curve of BT.709.
+/// One number for each curve: BT.601 and both depths of BT.2020 have the curve of BT.709.
 std::uint16_t effectiveTransfer(std::uint16_t stated) {
     if (stated == 2) {
         return 13;
@@ -146,12 +146,12 @@ bool areBT709(const Chromaticities& chromaticities) {
                       [](double a, double b) { return std::abs(a - b) <= 0.002; });
 }
 
-/// PNG can state the curve of sRGB only by the power that comes nearest, 1 ÷ 2.2.
+/// PNG can state the curve of sRGB only by the nearest power, 1 ÷ 2.2.
 bool isSRGBGamma(double fileGamma) {
     return std::abs(fileGamma - 0.45455) <= 0.005;
 }
 
-/// The rounded values are the name: statements that differ by rounding alone mean the same.
+/// The name consists of rounded values, so that files that differ only by rounding match.
 std::string statedName(std::optional<double> fileGamma, const std::optional<Chromaticities>& chromaticities) {
     std::string name;
     if (fileGamma) {
@@ -167,7 +167,7 @@ std::string statedName(std::optional<double> fileGamma, const std::optional<Chro
     return name;
 }
 
-/// None for a gamma that is no picture's.
+/// None for an implausible gamma.
 std::optional<TransferCurve> decodingCurve(std::optional<double> fileGamma) {
     if (!fileGamma) {
         return sRGBCurve;

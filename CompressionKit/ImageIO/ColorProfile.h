@@ -9,7 +9,7 @@
 
 namespace tarnwick {
 
-/// Coding-independent code points (ITU-T H.273), as PNG's cICP chunk and HEIF's nclx box carry them.
+/// Coding-independent code points (ITU-T H.273), as in PNG's cICP chunk and HEIF's nclx box.
 struct CodePoints {
     std::uint16_t primaries = 2;
     std::uint16_t transfer = 2;
@@ -35,21 +35,21 @@ KnownSpace spaceNamed(std::string_view profileName) noexcept;
 /// space. A value; copies share nothing.
 class ColorProfile {
 public:
-    /// What a picture without any statement has: named "sRGB IEC61966-2.1".
+    /// For a picture that states no colour space: named "sRGB IEC61966-2.1".
     ColorProfile();
 
     /// An embedded ICC profile, kept byte for byte. Named by its description text; a profile whose
     /// description names neither sRGB nor Display P3 but whose primaries and curve are theirs (within small
-    /// tolerances) is named as that space. A profile that cannot be read is none.
+    /// tolerances) is named as that space. None for a profile that cannot be read.
     static std::optional<ColorProfile> fromICC(std::span<const std::uint8_t> icc);
     /// Named after the space, for example "sRGB IEC61966-2.1" for 1/13 and "Display P3" for 12/13.
     /// Unspecified primaries and transfer mean sRGB.
     static ColorProfile fromCodePoints(const CodePoints& codePoints);
     /// PNG's gAMA (the file's gamma, for example 0.45455) and cHRM. Values that equal sRGB's are named so;
-    /// others get a name of their own, for example "Gamma 1.0".
+    /// others get their own name, for example "Gamma 1.0".
     static ColorProfile fromGamma(std::optional<double> fileGamma,
                                   const std::optional<Chromaticities>& chromaticities);
-    /// Four inks without a profile of their own: named "Generic CMYK Profile".
+    /// For CMYK without an embedded profile: named "Generic CMYK Profile".
     static ColorProfile genericCMYK();
 
     const std::string& name() const noexcept { return name_; }
@@ -60,10 +60,9 @@ public:
     /// made for the space; empty for sRGB without an embedded profile, for spaces that only code points can
     /// describe, and for a profile that is not for RGB pixels.
     std::vector<std::uint8_t> iccForRGB() const;
-    /// The same to show the pixels on an ordinary screen: spaces of high dynamic range (PQ and HLG) get a
-    /// curve that keeps the shadows and middle tones and brings the highlights down to white.
+    /// The same for an sRGB screen: spaces of high dynamic range (PQ and HLG) get a curve that keeps the
+    /// shadows and middle tones and brings the highlights down to white.
     std::vector<std::uint8_t> iccForDisplay() const;
-    /// The code points that were stated, if any.
     const std::optional<CodePoints>& codePoints() const noexcept { return codePoints_; }
 
 private:

@@ -30,7 +30,7 @@ std::size_t byteCount(PixelSize size) {
     return static_cast<std::size_t>(size.width * size.height * bytesPerPixel);
 }
 
-/// `length` × `numerator` ÷ `denominator`, rounded, but no side vanishes.
+/// `length` × `numerator` ÷ `denominator`, rounded, and at least 1.
 std::int64_t scaled(std::int64_t length, std::int64_t numerator, std::int64_t denominator) {
     return std::max<std::int64_t>((length * numerator + denominator / 2) / denominator, 1);
 }
@@ -42,7 +42,7 @@ PixelSize fitted(PixelSize size, std::int64_t maximum) {
                : PixelSize{scaled(size.width, maximum, longer), scaled(size.height, maximum, longer)};
 }
 
-/// Takes memory as the rows come, not as the header promises.
+/// Takes memory for the rows that the file has, not for those that its header claims.
 Rows readWhole(FrameReader& reader, PixelSize size, const SRGBConversion& conversion) {
     Rows rows;
     rows.reserve(byteCount(size));
@@ -58,7 +58,7 @@ Rows readWhole(FrameReader& reader, PixelSize size, const SRGBConversion& conver
     return rows;
 }
 
-/// Converts what is left of the picture: averages of many pixels, whose space matters little.
+/// Converts colours after shrinking, which is faster; averages in either space look alike.
 Rows readShrunk(const ReducedFrames& frames, PixelSize from, PixelSize to, const SRGBConversion& conversion) {
     Rows rows;
     rows.reserve(byteCount(to));

@@ -7,17 +7,17 @@
 
 namespace tarnwick {
 
-/// The way back out of libpng and libjpeg, whose error handlers must not return. They may not throw either,
-/// as the libraries need not be built for exceptions to pass through; so they jump. A jump over an object
-/// with a destructor is undefined: `body` owns nothing, and calls nothing but the library.
+/// Leaves libpng and libjpeg after an error. Their error handlers must not return, and must not throw either,
+/// as the libraries may be built without support for exceptions; so they jump. A jump over an object with a
+/// destructor is undefined: `body` must own nothing and call only the library.
 class ErrorJump {
 public:
     ErrorJump() = default;
     ErrorJump(const ErrorJump&) = delete;
     ErrorJump& operator=(const ErrorJump&) = delete;
 
-    /// Makes the library's calls. False after an error, and ever after: the library's state is of no use
-    /// then.
+    /// Makes the library's calls. False after an error, and at every later call: the library's state is
+    /// unusable then.
     template <typename Body>
     bool attempt(Body body) {
         static_assert(std::is_trivially_destructible_v<Body>);

@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// What stands before the TIFF part of an EXIF block in JPEG.
+/// Precedes the TIFF part of an EXIF block in JPEG.
 constexpr std::string_view exifHeader("Exif\0\0", 6);
 
 /// The orientation, 1 to 8, in an EXIF block: the TIFF part, with or without `exifHeader` before it. None

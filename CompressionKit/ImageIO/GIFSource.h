@@ -4,7 +4,7 @@
 
 namespace tarnwick {
 
-/// GIF. Opening it walks the whole file, so that one that ends early is refused, but decodes no frame.
+/// GIF. The constructor walks the whole file without decoding a frame, and refuses one that ends early.
 class GIFSource final : public ImageSource {
 public:
     GIFSource(const URL& url, const ImageLimits& limits);

@@ -62,7 +62,7 @@ public:
     bool hasAlpha() const { return heif_image_handle_has_alpha_channel(primary_.get()) != 0; }
     std::int64_t imageCount() const { return imageCount_; }
 
-    /// The primary item in planes of red, green, blue and alpha, of the coded size.
+    /// The primary item in planes of red, green, blue and alpha in the coded size.
     Owned<heif_image> decode() const {
         if (alphaItem_) {
             checkCodedAlphaSize();
@@ -135,7 +135,7 @@ ColorProfile profileOf(const heif_image_handle* handle) {
          .fullRange = nclx->full_range_flag != 0});
 }
 
-/// One component of a decoded picture, with the table that reduces its samples to 8 bits.
+/// One component of a decoded picture, with a table that reduces its samples to 8 bits.
 class Plane {
 public:
     Plane(const heif_image* image, heif_channel channel, const HEIFGeometry& geometry) {
@@ -154,7 +154,7 @@ public:
         }
     }
 
-    /// Fills every fourth byte.
+    /// Writes every fourth byte.
     void copyRow(std::int64_t left, std::int64_t y, std::int64_t count, std::uint8_t* out) const {
         const std::uint8_t* row = samples_ + y * stride_;
         const std::size_t last = reduced_.size() - 1;

@@ -36,7 +36,7 @@ double lightOfHLG(double value) {
     return masteringPeak * std::pow(scene, systemGamma);
 }
 
-/// Straight up to half of white; from there a shoulder that meets white at the peak.
+/// Linear up to half of white; above it a shoulder that reaches white at the peak.
 double compressed(double light) {
     constexpr double knee = 0.5;
     constexpr double peak = (masteringPeak / standardWhite - knee) / (1 - knee);

@@ -16,7 +16,7 @@ bool isPlausible(const Chromaticities& c) {
            isPrimary(c.greenX, c.greenY) && isPrimary(c.blueX, c.blueY);
 }
 
-/// Whether the results fit the format's fixed-point numbers. Primaries nearly on one line give huge ones.
+/// Whether the results fit the format's fixed-point numbers. Primaries nearly on one line make huge ones.
 bool hasModestColorants(cmsHPROFILE profile) {
     constexpr std::array tags = {cmsSigRedColorantTag, cmsSigGreenColorantTag, cmsSigBlueColorantTag};
     return std::all_of(tags.begin(), tags.end(), [&](cmsTagSignature tag) {
@@ -31,7 +31,7 @@ std::vector<std::uint8_t> serialized(cmsHPROFILE profile) {
     requireMemory(cmsSaveProfileToMem(profile, nullptr, &size) != 0);
     std::vector<std::uint8_t> icc(size);
     requireMemory(cmsSaveProfileToMem(profile, icc.data(), &size) != 0);
-    // Little CMS writes the time of day, and offers no way to set it.
+    // Little CMS writes the current time and has no function to set it.
     constexpr std::array<std::uint8_t, 12> newYear2000 = {0x07, 0xD0, 0, 1, 0, 1};
     constexpr std::ptrdiff_t creationDate = 24;
     std::copy(newYear2000.begin(), newYear2000.end(), icc.begin() + creationDate);

@@ -10,7 +10,7 @@
 
 namespace tarnwick {
 
-/// How a value becomes light: (a × value + b) ^ gamma from `d` on, c × value below.
+/// Decodes a value to light: (a × value + b) ^ gamma from `d` on, c × value below.
 struct TransferCurve {
     double gamma = 1;
     double a = 1;
@@ -19,16 +19,16 @@ struct TransferCurve {
     double d = 0;
 };
 
-/// A profile for RGB pixels of this space, described by its name in ASCII: the same bytes at any time. Empty
-/// when no space can have such primaries; a file may state any.
+/// A profile for RGB pixels of this space, described by its name in ASCII. Equal input makes equal bytes.
+/// Empty for primaries that no space can have; a file may state any.
 std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, const TransferCurve& curve,
                                   const std::string& name);
 
-/// The same with a curve given by its values, from that of black to that of white.
+/// The same with a curve given by its values from black to white.
 std::vector<std::uint8_t> makeICC(const Chromaticities& chromaticities, std::span<const float> curve,
                                   const std::string& name);
 
-/// The same of what Little CMS holds already, described by `description`, in the context of both.
+/// The same with a curve and a description of Little CMS, which belong to `context`.
 std::vector<std::uint8_t> makeICC(cmsContext context, const Chromaticities& chromaticities,
                                   const cmsToneCurve& curve, const cmsMLU& description);
 

@@ -18,13 +18,13 @@ constexpr std::size_t maximumDescriptionCharacters = 256;
 
 using Colorants = std::array<cmsCIEXYZ, 3>;
 
-/// Red, green and blue in the profile connection space, that is, adapted to D50.
+/// Red, green and blue in the profile connection space, adapted to D50.
 constexpr Colorants sRGBColorants = {
     {{0.4360, 0.2225, 0.0139}, {0.3851, 0.7169, 0.0971}, {0.1431, 0.0606, 0.7139}}};
 constexpr Colorants displayP3Colorants = {
     {{0.5151, 0.2412, -0.0011}, {0.2920, 0.6922, 0.0419}, {0.1571, 0.0666, 0.7841}}};
 
-/// The size that the profile says it has.
+/// The size that the profile states.
 std::size_t statedBytes(std::span<const std::uint8_t> icc) {
     return bigEndian(icc.first(4));
 }
@@ -48,7 +48,7 @@ double sRGBEncoded(double light) {
     return light <= 0.0031308 ? 12.92 * light : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
-/// Whether every 8-bit value means the same light as in sRGB, to within one step of 8 bits.
+/// Whether every 8-bit value means the same light as in sRGB, within one step of 8 bits.
 bool hasSRGBCurve(cmsHPROFILE profile, cmsTagSignature tag) {
     const auto* curve = readTag<cmsToneCurve>(profile, tag);
     if (curve == nullptr) {
@@ -57,7 +57,7 @@ bool hasSRGBCurve(cmsHPROFILE profile, cmsTagSignature tag) {
     for (int code = 0; code < 256; ++code) {
         const double value = code / 255.0;
         const double light = cmsEvalToneCurveFloat(curve, static_cast<cmsFloat32Number>(value));
-        // Written so that what is not a number fails.
+        // In this form a NaN fails.
         if (!(std::abs(sRGBEncoded(light) - value) <= 1.0 / 255)) {
             return false;
         }
@@ -82,7 +82,7 @@ ICCProfile::ICCProfile(std::span<const std::uint8_t> icc, ContextHandle context,
     : icc_(icc), context_(std::move(context)), profile_(std::move(profile)) {}
 
 std::optional<ICCProfile> ICCProfile::open(std::span<const std::uint8_t> icc) {
-    // Little CMS would take one that ends early.
+    // Little CMS accepts profiles that end early.
     if (icc.size() < headerBytes || icc.size() > ImageLimits().maximumProfileBytes ||
         statedBytes(icc) > icc.size()) {
         return std::nullopt;
@@ -105,12 +105,11 @@ std::string ICCProfile::description() const {
     cmsGetProfileInfo(profile_.get(), cmsInfoDescription, "en", "US", characters.data(), bytes);
     std::string text;
     for (const wchar_t* character = characters.data(); *character != 0; ++character) {
-        // Behind a character that took two units of UTF-16, Little CMS ends the text with memory that it
-        // never set.
+        // After a character of two UTF-16 units, Little CMS leaves the end of the text uninitialized.
         if (*character > 0xFFFF) {
             return {};
         }
-        // It has the bytes of an 8-bit description as signed numbers.
+        // Little CMS returns the bytes of an 8-bit description as signed numbers.
         appendUTF8(text, static_cast<std::uint32_t>(*character < 0 ? *character & 0xFF : *character));
     }
     return displayText(trimmed(text));
@@ -147,7 +146,7 @@ std::vector<std::uint8_t> ICCProfile::forRGB(const std::string& name) const {
                                                               : std::vector<std::uint8_t>();
 }
 
-/// Whether curves and colorants are all that the profile has. Tables would go before them.
+/// Whether the profile has only curves and colorants. Tables would take precedence over them.
 bool ICCProfile::isPlain() const {
     constexpr std::array tables = {cmsSigAToB0Tag, cmsSigAToB1Tag, cmsSigAToB2Tag, cmsSigDToB0Tag,
                                    cmsSigDToB1Tag, cmsSigDToB2Tag, cmsSigDToB3Tag};
@@ -165,7 +164,7 @@ std::vector<std::uint8_t> ICCProfile::spreadGray(const std::string& name) const 
     if (const auto* stated = readTag<cmsCIEXYZ>(profile_.get(), cmsSigMediaWhitePointTag)) {
         cmsXYZ2xyY(&white, stated);
     }
-    // Neutral colours don't depend on the primaries.
+    // Neutral colours do not depend on the primaries.
     const Chromaticities chromaticities = {white.x, white.y, 0.64, 0.33, 0.30, 0.60, 0.15, 0.06};
     const auto* stated = readTag<cmsMLU>(profile_.get(), cmsSigProfileDescriptionTag);
     if (stated != nullptr && name == description()) {

@@ -11,25 +11,24 @@
 
 namespace tarnwick {
 
-/// An embedded ICC profile, opened. The bytes must outlive it.
+/// An opened ICC profile. The bytes must outlive it.
 class ICCProfile {
 public:
-    /// None when the bytes are no whole profile, or unreasonably many.
+    /// None when the bytes are not a complete profile, or exceed the limit.
     static std::optional<ICCProfile> open(std::span<const std::uint8_t> icc);
 
     ~ICCProfile() = default;
     ICCProfile(ICCProfile&&) = default;
-    // Would end the old context before the old profile.
+    // Would delete the old context before the old profile.
     ICCProfile& operator=(ICCProfile&&) = delete;
 
-    /// The profile's name for itself in English, fit for people; empty when it has none, or an absurdly long
-    /// one.
+    /// The English description as displayable text; empty when there is none, or a very long one.
     std::string description() const;
-    /// Which space the profile's curves and primaries are, within small tolerances. Grey ones with the curve
-    /// of sRGB are sRGB. Whatever tables say is not measured, so that such a profile is of another space.
+    /// The space that the profile's curves and primaries define, within small tolerances. Grey profiles with
+    /// the curve of sRGB are sRGB. Tables are not measured: a profile with tables is another space.
     KnownSpace measuredSpace() const;
-    /// The profile by which RGB pixels look right: these bytes, or for a grey one whose values are spread to
-    /// three components one made of its curve, described by `name`. Empty for other pixels.
+    /// The profile for the decoded RGB pixels: these bytes, or for a grey profile a new one with its curve,
+    /// described by `name`. Empty for other kinds of pixels.
     std::vector<std::uint8_t> forRGB(const std::string& name) const;
 
 private:

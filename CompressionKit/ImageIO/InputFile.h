@@ -9,7 +9,7 @@
 
 namespace tarnwick {
 
-/// A file opened for reading through the C library, as the decoding libraries want it.
+/// A file opened for reading through the C library, as the decoding libraries require.
 class InputFile {
 public:
     /// Throws FileSystemError.
@@ -21,7 +21,7 @@ public:
     bool skip(std::int64_t count) noexcept;
     void rewind() noexcept;
 
-    /// Says why a header could not be read: throws FileSystemError after a failed system call, else
+    /// To be called when a header could not be read. Throws FileSystemError after a failed system call, else
     /// CompressionError::invalidImage.
     [[noreturn]] void throwUnreadable() const;
 

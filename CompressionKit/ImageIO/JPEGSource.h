@@ -9,7 +9,7 @@ class JPEGSource final : public ImageSource {
 public:
     JPEGSource(const URL& url, const ImageLimits& limits);
     std::unique_ptr<FrameReader> frames() const override;
-    /// Scales in the cosine transform, by eighths.
+    /// Reduces in the cosine transform, by eighths.
     ReducedFrames reducedFrames(std::int64_t width, std::int64_t height) const override;
 };
 

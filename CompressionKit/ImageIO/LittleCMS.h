@@ -8,7 +8,7 @@
 
 namespace tarnwick {
 
-// What Little CMS hands out, owned. A profile, a curve and a text must not outlive their context.
+// Owning handles. A profile, a curve and a text must not outlive their context.
 
 struct DeleteContext {
     void operator()(cmsContext context) const noexcept { cmsDeleteContext(context); }
@@ -27,14 +27,14 @@ using ProfileHandle = std::unique_ptr<void, CloseProfile>;
 using CurveHandle = std::unique_ptr<cmsToneCurve, FreeCurve>;
 using TextHandle = std::unique_ptr<cmsMLU, FreeText>;
 
-/// For steps that can fail for want of memory only, as the values were checked before.
+/// For steps that can fail only when memory is short, as the values were checked before.
 inline void requireMemory(bool succeeded) {
     if (!succeeded) {
         throw std::bad_alloc();
     }
 }
 
-/// A context that reports nothing to anyone.
+/// A context that reports no errors.
 inline ContextHandle makeContext() {
     ContextHandle context(cmsCreateContext(nullptr, nullptr));
     requireMemory(context != nullptr);

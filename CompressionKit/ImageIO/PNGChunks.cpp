@@ -38,7 +38,7 @@ std::optional<ChunkHeader> readHeader(InputFile& file) {
     return header.length <= maximumLength ? std::optional(header) : std::nullopt;
 }
 
-/// The chunk's contents; none when the file ends before, or the checksum disagrees.
+/// The chunk's contents. None when the file ends early, or the checksum is wrong.
 std::optional<Data> readData(InputFile& file, const ChunkHeader& header) {
     Data data(header.length);
     std::array<std::uint8_t, checksumBytes> checksum = {};
@@ -51,7 +51,7 @@ std::optional<Data> readData(InputFile& file, const ChunkHeader& header) {
 }
 
 std::optional<CodePoints> codePoints(std::span<const std::uint8_t> data) {
-    // The pixels are RGB, so nothing but the identity matrix, 0, makes sense.
+    // The pixels are RGB, so only the identity matrix, 0, is valid.
     if (data.size() != 4 || data[2] != 0 || data[3] > 1) {
         return std::nullopt;
     }
@@ -66,7 +66,7 @@ std::optional<std::int64_t> frameCount(std::span<const std::uint8_t> data, const
     return count >= 1 && count <= limits.maximumFrames ? std::optional(count) : std::nullopt;
 }
 
-/// Remembers what the chunks that have passed say.
+/// Collects the contents of the chunks.
 class Collector {
 public:
     explicit Collector(const ImageLimits& limits) : limits_(limits) {}

@@ -9,7 +9,7 @@
 
 namespace tarnwick {
 
-/// What a PNG says in chunks that libpng does not know, or only gives once the pixels are decoded.
+/// The contents of chunks that libpng does not know, or returns only after the pixels.
 struct PNGChunks {
     /// cICP
     std::optional<CodePoints> codePoints;
@@ -19,8 +19,8 @@ struct PNGChunks {
     std::optional<int> orientation;
 };
 
-/// Walks over the chunks from the file's start. Damaged chunks, and those in a place where they must not
-/// stand, count as absent; where the walk finds no further chunk it ends.
+/// Walks over the chunks from the file's start until it finds no further chunk. Damaged and misplaced chunks
+/// count as absent.
 PNGChunks readPNGChunks(InputFile& file, const ImageLimits& limits);
 
 } // namespace tarnwick

@@ -13,21 +13,21 @@ struct PixelSize {
     friend bool operator==(const PixelSize&, const PixelSize&) = default;
 };
 
-/// Makes a picture smaller while its rows come, holding no more of it than one row of the result. Every pixel
-/// of the result is the average over the area that it covers, in which colours count by their alpha.
+/// Makes a picture smaller while its rows are decoded, and holds only one row of the result. Every pixel of
+/// the result is the average over the area that it covers; colours are weighted by their alpha.
 class RowShrinker {
 public:
-    /// The rows are those of a picture of the size `from`, perhaps reduced to so many eighths of it and
-    /// rounded up to whole pixels. `to` must be at least 1, and no more than what that is before it is
-    /// rounded.
+    /// The rows are those of a picture of the size `from`, reduced to `eighths` of it and rounded up to whole
+    /// pixels. `to` must be at least 1, and at most the reduced size before rounding.
     RowShrinker(PixelSize from, PixelSize to, std::int64_t eighths);
 
-    /// Takes the next row and appends the row of the result that it ends, if any. Both are straight RGBA, 8
-    /// bits a component.
+    /// Adds the next row, and appends a row to `shrunk` when it is complete. Both are straight RGBA, 8 bits a
+    /// component.
     void add(std::span<const std::uint8_t> row, std::vector<std::uint8_t>& shrunk);
 
 private:
-    /// Sums over an area, in units so small that every weight is a whole number; those of 2^41 pixels fit.
+    /// Sums over an area. The unit is so small that every weight is a whole number; sums over 2^41 pixels
+    /// fit.
     struct Sums {
         std::uint64_t red = 0;
         std::uint64_t green = 0;
@@ -42,15 +42,15 @@ private:
     void sumDown(std::uint64_t weight) noexcept;
     void appendAverages(std::vector<std::uint8_t>& shrunk);
 
-    /// What a pixel of the rows covers, and one of the result, in units.
+    /// The units that a pixel of the given rows covers, and one of the result.
     std::uint64_t givenWidth_;
     std::uint64_t givenHeight_;
     std::uint64_t shrunkWidth_;
     std::uint64_t shrunkHeight_;
-    /// Of the current row, and of the current row of the result.
+    /// Of the current given row, and of the current row of the result.
     std::vector<Sums> across_;
     std::vector<Sums> area_;
-    /// What the current row of the result still lacks.
+    /// The units that the current row of the result still lacks.
     std::uint64_t lacking_;
 };
 

@@ -10,8 +10,8 @@
 
 namespace tarnwick {
 
-/// Takes pixels from a picture's colour space to sRGB. Where they are in it already, or the profile cannot be
-/// used, it leaves them as they are. Belongs to one thread.
+/// Converts pixels from a picture's colour space to sRGB. Pixels that are sRGB already, or whose profile
+/// cannot be used, do not change. Belongs to one thread.
 class SRGBConversion {
 public:
     explicit SRGBConversion(const ColorProfile& profile);

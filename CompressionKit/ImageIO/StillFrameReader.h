@@ -6,11 +6,11 @@
 
 namespace tarnwick {
 
-/// What the readers of still pictures share: there is one image, and no more rows are given than it has.
+/// The base of readers of still pictures: one image, and no more rows than it has.
 class StillFrameReader : public FrameReader {
 public:
     bool next() final;
-    /// Throws std::logic_error for rows that are not there to be read.
+    /// Throws std::logic_error for more rows than are left.
     void readRows(std::span<std::uint8_t> rows) final;
 
 protected:

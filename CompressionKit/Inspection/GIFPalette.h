@@ -5,19 +5,19 @@
 #include <cstdint>
 #include <vector>
 
-/// The two files by which one palette is found for a whole animation and handed to the GIF encoder.
+/// Two files for a palette that all frames of an animation share: a contact sheet, from which a quantizer
+/// computes it, and a colour map, which hands it to the GIF encoder.
 namespace tarnwick::GIFPalette {
 
-/// How many frames a sheet shows at most.
 constexpr std::int64_t mostTiles = 8;
 
-/// How sample frames stand on the sheet. Sizes in pixels.
+/// Where the sample frames are on the sheet. Sizes in pixels.
 struct ContactSheetLayout {
     std::int64_t tileWidth = 0;
     std::int64_t tileHeight = 0;
     std::int64_t columns = 0;
     std::int64_t rows = 0;
-    /// Indices of the frames shown, spread evenly, the first and the last among them.
+    /// Indices of the frames shown: evenly spread, with the first and the last.
     std::vector<std::int64_t> frames;
 
     /// For `frameCount` (at least 1) frames, the first of which has this size.
@@ -25,12 +25,12 @@ struct ContactSheetLayout {
 };
 
 /// Lays up to `mostTiles` of the frames (picture files) side by side into one PNG, the first row at the
-/// bottom. Throws CompressionError::invalidImage, or FileSystemError on a full disk; nothing is left at the
-/// destination then.
+/// bottom. Throws CompressionError::invalidImage, or FileSystemError on a full disk; a failure leaves no
+/// file.
 void writeContactSheet(const std::vector<URL>& frames, const URL& destination);
 
-/// Writes the palette of an indexed PNG as a GIF of 799 bytes whose global colour table it is, filled up with
-/// its last colour. Throws CompressionError::invalidImage when there is no usable palette, FileSystemError.
+/// Writes the palette of an indexed PNG as the global colour table of a GIF of 799 bytes; its last colour
+/// fills the rest. Throws CompressionError::invalidImage when there is no usable palette, FileSystemError.
 void writeColorMap(const URL& source, const URL& destination);
 
 } // namespace tarnwick::GIFPalette

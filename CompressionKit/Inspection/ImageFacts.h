@@ -26,7 +26,7 @@ struct ImageFacts {
     std::optional<std::string> profileName = std::nullopt;
     /// EXIF orientation, 1 to 8.
     std::int64_t orientation = 1;
-    /// JPEG: whether the file announces further pictures behind the first.
+    /// JPEG: whether the file states that further pictures follow the first.
     bool hasJPEGMultiPictureData = false;
     std::optional<std::int64_t> gifLoopCount = std::nullopt;
     /// GIF: seconds, one entry a frame. Empty for other kinds.
@@ -35,8 +35,8 @@ struct ImageFacts {
     friend bool operator==(const ImageFacts&, const ImageFacts&) = default;
 
     /// Reads the file's structure and decodes its first image whole. Throws CompressionError::formatMismatch
-    /// when the content is not what the name's extension promises, CompressionError::invalidImage when the
-    /// name promises nothing, or the file cannot be opened and decoded to the end of its first image.
+    /// when the content is of another kind than the name's extension, CompressionError::invalidImage for an
+    /// unknown extension, or when the file cannot be opened and decoded to the end of its first image.
     static ImageFacts inspect(const URL& url);
 
     /// Whether a file with the facts `other` may replace one with these. `allowSRGBConversion` lets a

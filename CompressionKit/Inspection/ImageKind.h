@@ -18,8 +18,7 @@ public:
     constexpr ImageKind(Value value) : value_(value) {} // NOLINT(google-explicit-constructor)
     constexpr operator Value() const { return value_; } // NOLINT(google-explicit-constructor)
 
-    /// The kind that the file's name promises, by its extension in any case; the file itself is not looked
-    /// at.
+    /// The kind by the extension of the file's name in any case. Does not read the file.
     static std::optional<ImageKind> from(const URL& url);
     static std::optional<ImageKind> fromRawValue(std::string_view rawValue);
 

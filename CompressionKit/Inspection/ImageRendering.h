@@ -12,11 +12,11 @@
 
 namespace tarnwick {
 
-/// A picture decoded for display: its primary image, turned as it is to be shown, in sRGB. Any thread may
-/// read it, and passing it on copies no pixel.
+/// The primary image of a file, decoded for display: upright and in sRGB. Any thread may read it; copies
+/// share the pixels.
 using DisplayImage = std::shared_ptr<const Bitmap>;
 
-/// Both at full size. Two null pointers until it is filled.
+/// Both at full size. Null pointers until they are decoded.
 struct ComparisonImages {
     DisplayImage original;
     DisplayImage compressed;
@@ -26,25 +26,25 @@ struct ComparisonImages {
 /// other functions work on ReadingQueue::shared() and complete as its run() does.
 class ImageRendering {
 public:
-    /// Runs `body` on one of the two threads of the process that read pictures, and completes with what it
-    /// returns or throws.
+    /// Runs `body` on one of the process's two picture-reading threads, and completes with its result or
+    /// exception.
     template <typename Body, typename CompletionToken>
     static auto read(ReadingPriority priority, Body body, CompletionToken&& token) {
         return ReadingQueue::shared().run(priority, std::move(body), std::forward<CompletionToken>(token));
     }
 
     /// The picture, its longer side at most `maximumPixelSize` pixels, or at full size; never enlarged.
-    /// Throws CompressionError::invalidImage for whatever is no whole picture, or a maximum below 1.
+    /// Throws CompressionError::invalidImage for a file that is not a complete picture, or a maximum below 1.
     static DisplayImage decode(const URL& url, std::optional<std::int64_t> maximumPixelSize);
-    /// The picture at full size. Throws CompressionError::fileOperation for a location that is no file, else
+    /// The picture at full size. Throws CompressionError::fileOperation for a URL that is no file URL, else
     /// as decode().
     static DisplayImage comparisonImage(const URL& url);
-    /// Throws CompressionError::invalidImage, also for a location that is no file.
+    /// Throws CompressionError::invalidImage, also for a URL that is no file URL.
     static DisplayImage thumbnail(const URL& url, std::int64_t maximumPixelSize);
 
     /// Reads both files at high priority and completes with ComparisonImages. Fails with
-    /// CompressionError::fileOperation when a file has another hash than the one given, or was changed while
-    /// it was read; with what hash() throws; else as comparisonImage().
+    /// CompressionError::fileOperation when a file does not have the given hash, or was changed while it was
+    /// read; else as hash() and comparisonImage().
     template <typename CompletionToken>
     static auto comparisonImages(const URL& original, const URL& compressed,
                                  std::optional<std::string> originalHash,

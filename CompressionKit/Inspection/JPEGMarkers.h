@@ -10,7 +10,7 @@ namespace tarnwick {
 /// One marker segment of a JPEG file.
 struct JPEGSegment {
     std::uint8_t marker;
-    /// As the file states it: the payload's bytes and 2.
+    /// As stated in the file: the payload's bytes and 2.
     std::size_t length;
     std::span<const std::uint8_t> payload;
     /// All its bytes, with the fill bytes before the marker.
@@ -21,16 +21,15 @@ struct JPEGSegment {
 /// of the image, and at anything malformed.
 class JPEGMarkerWalk {
 public:
-    /// What to do with markers that have neither length nor payload: skip them, or read them like all others,
-    /// as if they had.
+    /// Whether markers that have neither length nor payload are skipped, or read as if they had both.
     enum class Standalone { skipped, readAsSegment };
 
     /// `file` is the file or its beginning, and must outlive the walk.
     explicit JPEGMarkerWalk(std::span<const std::uint8_t> file, Standalone standalone = Standalone::skipped);
 
     std::optional<JPEGSegment> next();
-    /// Once next() has returned none: the file from the scan or the end of the image on, fill bytes included.
-    /// Empty when the walk stopped at anything malformed.
+    /// After the last segment: the rest of the file, from the fill bytes before the scan or the end of the
+    /// image. Empty when the walk stopped at something malformed.
     std::span<const std::uint8_t> imageData() const noexcept { return imageData_; }
 
 private:

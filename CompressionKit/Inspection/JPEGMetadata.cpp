@@ -23,7 +23,7 @@ constexpr std::size_t searchedBytes = 1'048'576;
 constexpr std::size_t maximumFileBytes = std::size_t{1} << 31U;
 constexpr std::string_view multiPictureHeader = "MPF\0"sv;
 
-/// A TIFF structure's numbers, in its own byte order. Reads must lie within the bytes.
+/// Reads numbers in the byte order of a TIFF structure. They must lie within the bytes.
 class TIFFNumbers {
 public:
     /// None unless the bytes begin with a byte order mark and the magic number.
@@ -56,8 +56,7 @@ private:
 
 enum class Answer { none, onePicture, multiplePictures, malformed };
 
-/// Reads the number of images from a Multi-Picture index. Its first directory begins at an offset from the
-/// TIFF header.
+/// Reads the number of images from a Multi-Picture index. Offsets count from the TIFF header.
 Answer readIndex(Span tiff) {
     constexpr std::size_t entryBytes = 12;
     constexpr std::uint32_t numberOfImages = 0xB001;
@@ -119,8 +118,7 @@ bool isExif(const JPEGSegment& segment) {
     return segment.marker == JPEGMarker::app1 && startsWith(segment.payload, exifHeader);
 }
 
-/// The file with the new segment first and without its own EXIF segments. Encoders write no standalone marker
-/// before the scan; a file that has one is refused wherever its next bytes make no segment.
+/// The file with the new segment first and without its other EXIF segments.
 Bytes withOrientation(Span file, std::uint8_t orientation) {
     Bytes output = {0xFF, 0xD8};
     output.reserve(file.size() + orientationSegment(orientation).size());

@@ -22,7 +22,7 @@ std::uint64_t sumOfEntries(std::span<const std::uint8_t> entries, std::size_t en
 
 enum class Search { absent, malformed, found };
 
-/// Looks for table 0 among the tables of one segment; `sum` becomes the sum of its entries.
+/// Looks for table 0 among the tables of one segment, and sets `sum` to the sum of its entries.
 Search findLuminanceTable(std::span<const std::uint8_t> tables, std::uint64_t& sum) {
     while (!tables.empty()) {
         const std::uint8_t header = tables[0];

@@ -19,8 +19,7 @@ bool bytesEqual(Band a, Band b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end());
 }
 
-/// Calls `judge(referenceAlpha, candidateAlpha)` for each pixel; stops and returns false at the first that
-/// fails.
+/// Calls `judge(referenceAlpha, candidateAlpha)` for each pixel. False at the first pixel that fails.
 template <typename Judge>
 bool everyAlpha(Band reference, Band candidate, Judge judge) {
     for (std::size_t i = 3; i < reference.size(); i += 4) {
@@ -70,7 +69,7 @@ bool falseOnFailure(Comparison comparison) {
 /// How far a quantizer changed the alpha channel.
 class AlphaStatistics {
 public:
-    /// False when this pixel alone rules the candidate out.
+    /// False when this pixel alone disqualifies the candidate.
     bool add(int reference, int candidate) {
         const bool opaqueBecameTranslucent = reference == 255 && candidate < 192;
         const bool transparentBecameVisible = reference == 0 && candidate > 2;

@@ -8,7 +8,7 @@
 namespace tarnwick {
 namespace {
 
-/// The kernel leaves room for 15 characters; the process's name stands beside it wherever threads are listed.
+/// At most 15 characters, the kernel's limit.
 constexpr const char* threadName = "image-reading";
 
 std::exception_ptr canceled() {
@@ -33,7 +33,7 @@ ReadingQueue::ReadingQueue() {
 }
 
 ReadingQueue::~ReadingQueue() {
-    // All at once: a thread that was not told yet would go on with what waits.
+    // All threads before the first join: a thread without the request would start the waiting jobs.
     for (std::jthread& thread : threads_) {
         thread.request_stop();
     }
@@ -53,7 +53,7 @@ void ReadingQueue::submit(ReadingPriority priority, Job job) {
 }
 
 void ReadingQueue::work(const std::stop_token& stop) {
-    // The name only helps whoever looks.
+    // The name is only for debugging.
     static_cast<void>(::pthread_setname_np(::pthread_self(), threadName));
     while (const Job job = next(stop)) {
         std::exception_ptr error = stop.stop_requested() ? canceled() : perform(*job);
@@ -61,7 +61,7 @@ void ReadingQueue::work(const std::stop_token& stop) {
     }
 }
 
-/// Waits for a job; none when none waits and none may come any more.
+/// Waits for a job. None when the queue is empty and stops.
 ReadingQueue::Job ReadingQueue::next(const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
     jobCame_.wait(lock, stop, [this] { return !isIdle(); });

@@ -18,11 +18,11 @@
 
 namespace tarnwick {
 
-/// Which of the waiting bodies is next: the one of the highest priority, and of these the first that came.
+/// The waiting body of the highest priority is next; among equals, the first submitted.
 enum class ReadingPriority { veryLow, low, normal, high, veryHigh };
 
-/// The two threads on which pictures are read for display, so that large ones neither block the interface nor
-/// flood the machine. All functions may be called from any thread.
+/// Two threads that read pictures for display, so that large pictures neither block the interface nor
+/// overload the machine. All functions may be called from any thread.
 class ReadingQueue {
 public:
     static constexpr std::size_t concurrency = 2;
@@ -30,17 +30,16 @@ public:
     ReadingQueue();
     ReadingQueue(const ReadingQueue&) = delete;
     ReadingQueue& operator=(const ReadingQueue&) = delete;
-    /// Lets the running bodies end, completes the waiting ones with std::system_error of
-    /// std::errc::operation_canceled, and returns when both is done. The executors of the handlers must still
-    /// be there.
+    /// Waits for the running bodies, and completes the waiting ones with std::system_error of
+    /// std::errc::operation_canceled. The handlers' executors must still exist.
     ~ReadingQueue();
 
-    /// The process's own. It ends with the process, in the way its destructor says.
+    /// The queue of the process, destroyed at its exit.
     static ReadingQueue& shared();
 
-    /// Runs `body` when its turn has come, and completes with what it returns or throws: the signature is
+    /// Runs `body` and completes with its result or exception: the signature is
     /// void(std::exception_ptr, Result), or void(std::exception_ptr) for a void body. The body is destroyed
-    /// before the completion handler is called through its associated executor; without one it runs on a
+    /// before the completion handler runs on its associated executor. Without one the handler runs on a
     /// thread of the queue and must not block. A body must not wait for another one.
     template <typename Body, typename CompletionToken>
     auto run(ReadingPriority priority, Body body, CompletionToken&& token) {
@@ -64,7 +63,7 @@ private:
     std::mutex mutex_;
     std::condition_variable_any jobCame_;
     std::array<std::deque<Job>, 5> waiting_;
-    // Last, so that the threads are gone before what they use.
+    // Last, so that the threads end before the members that they use are destroyed.
     std::array<std::jthread, concurrency> threads_;
 };
 

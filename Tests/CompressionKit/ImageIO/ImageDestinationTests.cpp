@@ -115,6 +115,9 @@ TEST_F(ImageDestinationTest, endsOnlyAWholePicture) {
     destination.commit();
     EXPECT_THROW(destination.commit(), std::logic_error);
     EXPECT_EQ(decoded(url), rows);
+
+    ImageDestination(url, options()).writeRows(rows);
+    EXPECT_FALSE(itemExists(url)) << "what was not committed is discarded";
 }
 
 TEST_F(ImageDestinationTest, refusesSizesThatPNGCannotHold) {
