@@ -154,11 +154,11 @@ TEST_P(PictureTableTest, ShowsTurnedPixelsInSRGB) {
 
 TEST_P(PictureTableTest, FindsEachPictureEqualToItselfAlone) {
     forEachPicture([](const URL& url, const Row& row) {
-        EXPECT_TRUE(ImageFacts::pixelBandsEqual(url, url));
+        EXPECT_TRUE(ImageFacts::pixelsEqual(url, url));
         EXPECT_TRUE(ImageFacts::alphaDeviationWithin(url, url, 0));
         EXPECT_TRUE(ImageFacts::quantizedAlphaWithin(url, url));
         EXPECT_TRUE(GetParam() != ".gif" || ImageFacts::gifFramesEqual(url, url));
-        EXPECT_EQ(ImageFacts::pixelBandsEqual(url, picture("noise.png")), row["file"] == "noise.png");
+        EXPECT_EQ(ImageFacts::pixelsEqual(url, picture("noise.png")), row["file"] == "noise.png");
     });
 }
 
@@ -172,7 +172,7 @@ TEST_P(PictureTableTest, WritesWhatItReads) {
             copy,
             {.width = info.width, .height = info.height, .hasAlpha = info.hasAlpha, .profile = info.profile});
         destination.writeRows(rows);
-        destination.finalize();
+        destination.commit();
         EXPECT_EQ(decoded(copy), rows);
         if (row.value("profile", "") != "Generic CMYK Profile") {
             EXPECT_EQ(ImageSource::open(copy)->info().profile.name(), info.profile.name());

@@ -86,8 +86,8 @@ TEST_F(PixelEquivalenceTests, comparesPremultipliedPixels) {
     const auto invisible = [](std::uint8_t red) {
         return [red](std::int64_t, std::int64_t) { return Pixel{red, 0, 0, 0}; };
     };
-    EXPECT_TRUE(ImageFacts::pixelsEqual(picture("a.png", 2, 2, invisible(1)),
-                                            picture("b.png", 2, 2, invisible(9))))
+    EXPECT_TRUE(
+        ImageFacts::pixelsEqual(picture("a.png", 2, 2, invisible(1)), picture("b.png", 2, 2, invisible(9))))
         << "what cannot be seen does not count";
 }
 
