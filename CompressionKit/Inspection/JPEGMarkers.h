@@ -43,6 +43,9 @@ private:
     Standalone standalone_;
 };
 
+/// The bytes in which the checks look for segments.
+constexpr std::size_t searchedJPEGBytes = 1'048'576;
+
 namespace JPEGMarker {
 constexpr std::uint8_t endOfImage = 0xD9;
 constexpr std::uint8_t startOfScan = 0xDA;

@@ -19,7 +19,6 @@ namespace {
 using namespace std::string_view_literals;
 using Span = std::span<const std::uint8_t>;
 
-constexpr std::size_t searchedBytes = 1'048'576;
 constexpr std::size_t maximumFileBytes = std::size_t{1} << 31U;
 constexpr std::string_view multiPictureHeader = "MPF\0"sv;
 
@@ -145,7 +144,7 @@ std::optional<int> statedOrientation(const URL& url) {
 
 bool JPEGMetadata::hasMultiplePictures(const URL& url) {
     try {
-        return announcesMultiplePictures(readFilePrefix(url, searchedBytes));
+        return announcesMultiplePictures(readFilePrefix(url, searchedJPEGBytes));
     } catch (const FileSystemError&) {
         return false;
     }

@@ -8,7 +8,6 @@
 namespace tarnwick {
 namespace {
 
-constexpr std::size_t searchedBytes = 1'048'576;
 constexpr std::size_t tableEntries = 64;
 constexpr double finestMean = 2.0;
 
@@ -60,7 +59,7 @@ bool isFine(std::span<const std::uint8_t> file) {
 
 bool hasFineJPEGQuantization(const URL& url) {
     try {
-        return isFine(readFilePrefix(url, searchedBytes));
+        return isFine(readFilePrefix(url, searchedJPEGBytes));
     } catch (const FileSystemError&) {
         return false;
     }
