@@ -1,7 +1,7 @@
 #include "Tarnwick/TarnwickAppDelegate.h"
 
 #include "Tarnwick/Desktop/ApplicationInstance.h"
-#include "Tarnwick/Desktop/ExtensionManagement.h"
+#include "Tarnwick/Desktop/FinderServices.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Views/MainWindow.h"
 

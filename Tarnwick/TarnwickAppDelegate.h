@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Model/OpenedFiles.h"
+#include "Tarnwick/Model/CompressionConfirmation.h"
 
 #include <QList>
 #include <QObject>
@@ -40,7 +40,7 @@ public:
 
 private:
     Parts parts_;
-    OpenedFiles opened_;
+    CompressionConfirmation opened_;
 };
 
 } // namespace tarnwick

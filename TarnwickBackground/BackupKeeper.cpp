@@ -2,7 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
-#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <QDebug>
 #include <cstdlib>

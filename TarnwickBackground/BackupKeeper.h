@@ -4,12 +4,11 @@
 #include "Foundation/URL.h"
 #include "History/Leftovers.h"
 #include "History/UndoStore.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
-#include "Tarnwick/Desktop/LogindWakeMonitor.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/SystemClock.h"
-#include "Tarnwick/Maintenance/BackgroundWorker.h"
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
+#include "Tarnwick/QtSupport/BackgroundWorker.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 
 #include <exception>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "Foundation/Text.h"
 #include "Process/Event.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 #include "Wording/Messages.h"
 

@@ -3,7 +3,7 @@
 #include "Foundation/URL.h"
 #include "History/UndoStore.h"
 #include "Process/Cancellation.h"
-#include "Tarnwick/Desktop/HelperLauncher.h"
+#include "Tarnwick/Desktop/DesktopServices.h"
 #include "TarnwickCommand/Output.h"
 
 namespace tarnwick {

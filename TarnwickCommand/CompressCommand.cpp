@@ -2,7 +2,7 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/Collecting.h"
 #include "TarnwickCommand/CompressReporter.h"

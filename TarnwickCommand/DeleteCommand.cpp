@@ -2,7 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/QueuedWork.h"
 #include "TarnwickCommand/RecordLookup.h"

@@ -1,7 +1,7 @@
 #include "TarnwickCommand/MaintainCommand.h"
 
 #include "History/Leftovers.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 
 #include <fmt/format.h>

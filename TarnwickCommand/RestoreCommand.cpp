@@ -3,7 +3,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/Text.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "TarnwickCommand/JSONLine.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Foundation/URL.h"
-#include "Tarnwick/Desktop/HelperLauncher.h"
+#include "Tarnwick/Desktop/DesktopServices.h"
 
 namespace tarnwick {
 

@@ -1,9 +1,10 @@
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
 
+#include "Tarnwick/QtSupport/DebugLog.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QDebug>
 #include <QProcess>
 #include <QStringList>
 
@@ -19,7 +20,7 @@ void openFolder(const QString& folder) {
     opener.setProgram("xdg-open");
     opener.setArguments({folder});
     if (!opener.startDetached()) {
-        qWarning().noquote() << "无法打开文件夹：" + opener.errorString();
+        qCDebug(debugLog).noquote() << "无法打开文件夹：" + opener.errorString();
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Desktop/FileRevealer.h"
+#include "Tarnwick/Desktop/DesktopServices.h"
 
 namespace tarnwick {
 

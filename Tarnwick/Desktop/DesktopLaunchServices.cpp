@@ -1,8 +1,9 @@
 #include "Tarnwick/Desktop/DesktopLaunchServices.h"
 
+#include "Tarnwick/QtSupport/DebugLog.h"
+
 #include <unistd.h>
 
-#include <QDebug>
 #include <QFile>
 #include <cerrno>
 
@@ -10,8 +11,8 @@ namespace tarnwick {
 
 void DesktopLaunchServices::registerBundle(const URL& bundle) {
     if (::access(bundle.c_str(), R_OK | X_OK) != 0) {
-        qWarning().noquote() << "无法读取 " + QFile::decodeName(bundle.c_str()) + "：" +
-                                    qt_error_string(errno);
+        qCDebug(debugLog).noquote() << "无法读取 " + QFile::decodeName(bundle.c_str()) + "：" +
+                                           qt_error_string(errno);
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Desktop/LaunchServices.h"
+#include "Tarnwick/Desktop/FinderServices.h"
 
 namespace tarnwick {
 

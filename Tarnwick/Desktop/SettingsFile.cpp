@@ -1,6 +1,7 @@
 #include "Tarnwick/Desktop/SettingsFile.h"
 
-#include <QDebug>
+#include "Tarnwick/QtSupport/DebugLog.h"
+
 #include <QStandardPaths>
 
 namespace tarnwick {
@@ -19,7 +20,7 @@ void SettingsFile::setBoolean(const QString& key, bool value) {
     settings_.setValue(key, value);
     settings_.sync();
     if (settings_.status() != QSettings::NoError) {
-        qWarning().noquote() << "无法保存设置：" + settings_.fileName();
+        qCDebug(debugLog).noquote() << "无法保存设置：" + settings_.fileName();
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Desktop/Defaults.h"
+#include "Tarnwick/Desktop/FinderServices.h"
 
 #include <QSettings>
 

@@ -1,8 +1,8 @@
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
 
-#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/QtSupport/DebugLog.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
-#include <QDebug>
 #include <algorithm>
 #include <utility>
 
@@ -60,7 +60,7 @@ void BackupMaintenance::passEnded(const std::exception_ptr& error, const Finding
     if (isStale_) {
         pass();
     } else if (error) {
-        qWarning().noquote() << "无法清理原图备份：" + errorText(error);
+        qCDebug(debugLog).noquote() << "无法清理原图备份：" + errorText(error);
         onFailure_();
     } else {
         if (findings.nextExpiration) {

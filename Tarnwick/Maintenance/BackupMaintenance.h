@@ -2,8 +2,8 @@
 
 #include "Foundation/UUID.h"
 #include "History/UndoStore.h"
-#include "Tarnwick/Desktop/Clock.h"
-#include "Tarnwick/Maintenance/BackgroundWorker.h"
+#include "Tarnwick/Desktop/DesktopServices.h"
+#include "Tarnwick/QtSupport/BackgroundWorker.h"
 
 #include <functional>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tarnwick/Desktop/Registration.h"
-#include "Tarnwick/Model/BatchProgress.h"
+#include "Tarnwick/Model/BatchTotals.h"
 #include "Tarnwick/Model/ComparisonItem.h"
 #include "Tarnwick/Model/ImageTaskListModel.h"
 
@@ -171,7 +171,7 @@ private:
     QString importAnimationID_;
     bool isClearing_ = false;
     bool isChoosingFiles_ = false;
-    BatchProgress progress_;
+    BatchTotals progress_;
     std::unique_ptr<Work> work_;
     Registration historyObservation_;
     Registration wakeObservation_;

@@ -1,6 +1,6 @@
 #include "Tarnwick/Model/ComparisonItem.h"
 
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 #include "Wording/RowText.h"
 
 namespace tarnwick {

@@ -4,7 +4,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/Text.h"
 #include "Inspection/ImageFacts.h"
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <utility>
 

@@ -1,6 +1,6 @@
 #include "Tarnwick/Model/ExtensionSettings.h"
 
-#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Tarnwick/Desktop/ExtensionManagement.h"
 #include "Tarnwick/Desktop/FileManagerExtensions.h"
-#include "Tarnwick/Maintenance/BackgroundWorker.h"
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
+#include "Tarnwick/Desktop/FinderServices.h"
+#include "Tarnwick/QtSupport/BackgroundWorker.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 
 #include <QAbstractListModel>
 #include <QString>

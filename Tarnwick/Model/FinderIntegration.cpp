@@ -1,9 +1,8 @@
 #include "Tarnwick/Model/FinderIntegration.h"
 
-#include "Tarnwick/Desktop/AlertPresenter.h"
-#include "Tarnwick/Desktop/Defaults.h"
-#include "Tarnwick/Desktop/ExtensionManagement.h"
-#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/Desktop/Dialogs.h"
+#include "Tarnwick/Desktop/FinderServices.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <QDebug>
 #include <utility>

@@ -2,9 +2,9 @@
 
 #include "Process/Cancellation.h"
 #include "Process/ToolBudget.h"
-#include "Tarnwick/Maintenance/BackgroundWorker.h"
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 #include "Tarnwick/Model/FinderRegistration.h"
+#include "Tarnwick/QtSupport/BackgroundWorker.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 
 #include <QString>
 #include <exception>

@@ -2,7 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Text.h"
-#include "Tarnwick/Desktop/LaunchServices.h"
+#include "Tarnwick/Desktop/FinderServices.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #include "Tarnwick/Model/HistoryLoading.h"
 
-#include "Tarnwick/Maintenance/ErrorText.h"
+#include "Tarnwick/QtSupport/DebugLog.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
-#include <QDebug>
 #include <algorithm>
 #include <filesystem>
 #include <utility>
@@ -64,7 +64,7 @@ void HistoryLoading::finish(const std::exception_ptr& error, std::vector<History
         return;
     }
     if (error) {
-        qWarning().noquote() << "无法读取历史记录：" + errorText(error);
+        qCDebug(debugLog).noquote() << "无法读取历史记录：" + errorText(error);
     }
     std::erase_if(entries, [this](const HistoryEntry& entry) { return isExcluded(entry); });
     const bool isStartup = *std::exchange(newest_, std::nullopt);

@@ -3,7 +3,7 @@
 #include "Foundation/URL.h"
 #include "Foundation/UUID.h"
 #include "History/UndoStore.h"
-#include "Tarnwick/Maintenance/BackgroundWorker.h"
+#include "Tarnwick/QtSupport/BackgroundWorker.h"
 
 #include <functional>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "Tarnwick/Model/ImageTaskListModel.h"
 
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <algorithm>
 #include <array>

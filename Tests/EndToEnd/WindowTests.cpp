@@ -10,14 +10,13 @@
 #include "Support/HEIFMaker.h"
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
-#include "Tarnwick/Desktop/LogindWakeMonitor.h"
 #include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
-#include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Support/HEIFMaker.h"
-#include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/ModelFixture.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <gmock/gmock.h>
 

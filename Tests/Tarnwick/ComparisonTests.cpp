@@ -2,8 +2,8 @@
 #include "Support/JPEGMaker.h"
 #include "Tarnwick/Model/ComparisonModel.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
-#include "Tarnwick/Model/Conversions.h"
 #include "Tarnwick/ModelFixture.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <gmock/gmock.h>
 

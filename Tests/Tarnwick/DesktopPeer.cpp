@@ -7,7 +7,7 @@
 
 #include "Foundation/FileLock.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 
 #include <QCoreApplication>
 #include <chrono>

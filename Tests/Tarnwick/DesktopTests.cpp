@@ -4,10 +4,9 @@
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
 #include "Tarnwick/Desktop/DesktopLaunchServices.h"
-#include "Tarnwick/Desktop/LogindWakeMonitor.h"
 #include "Tarnwick/Desktop/SettingsFile.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/ModelFixture.h"
@@ -214,7 +213,7 @@ TEST(SettingsFileTest, KeepsWhatIsStored) {
     }
     EXPECT_TRUE(SettingsFile(path).boolean("Done"));
     folder.file("blocked", "no folder");
-    const Log logged;
+    const Log logged(true);
     SettingsFile blocked(QString::fromStdString((folder / "blocked/Settings.ini").path()));
     blocked.setBoolean("Done", true);
     EXPECT_THAT(Log::lines(), testing::StartsWith("无法保存设置："));
@@ -223,9 +222,14 @@ TEST(SettingsFileTest, KeepsWhatIsStored) {
 TEST(DesktopLaunchServicesTest, LogsABundleThatCannotBeRead) {
     const TemporaryFolder folder;
     DesktopLaunchServices services;
-    const Log logged;
-    services.registerBundle(folder.url());
-    EXPECT_EQ(Log::lines(), "");
+    for (const bool withDebugOutput : {false, true}) {
+        const Log log(withDebugOutput);
+        services.registerBundle(folder.url());
+        EXPECT_EQ(Log::lines(), "");
+        services.registerBundle(folder / "absent");
+        EXPECT_EQ(Log::lines().empty(), !withDebugOutput);
+    }
+    const Log log(true);
     services.registerBundle(folder / "absent");
     EXPECT_THAT(Log::lines(), testing::AllOf(testing::StartsWith("无法读取 "), testing::HasSubstr("absent")));
 }

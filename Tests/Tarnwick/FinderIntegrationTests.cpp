@@ -1,9 +1,7 @@
 #include "Support/FakeTools.h"
 #include "Support/TemporaryFolder.h"
-#include "Tarnwick/Desktop/AlertPresenter.h"
-#include "Tarnwick/Desktop/Defaults.h"
-#include "Tarnwick/Desktop/ExtensionManagement.h"
-#include "Tarnwick/Desktop/LaunchServices.h"
+#include "Tarnwick/Desktop/Dialogs.h"
+#include "Tarnwick/Desktop/FinderServices.h"
 #include "Tarnwick/Model/FinderIntegration.h"
 #include "Tarnwick/ModelFixture.h"
 

@@ -110,7 +110,7 @@ TEST_F(HistoryTest, ARunningCompressionsRecordIsItsRows) {
 
 TEST_F(HistoryTest, AnUnreadableStoreIsAnEmptyHistory) {
     home.file("Undo", "no folder");
-    const Log log;
+    const Log log(true);
     makeModel();
     EXPECT_TRUE(waitUntil([] { return Log::lines().find("无法清理原图备份：") != std::string::npos; }));
     EXPECT_THAT(Log::lines(), testing::StartsWith("无法读取历史记录："));

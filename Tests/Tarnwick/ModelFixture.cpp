@@ -4,6 +4,7 @@
 
 #include <asio/use_future.hpp>
 
+#include <QLoggingCategory>
 #include <QTest>
 #include <utility>
 
@@ -16,13 +17,15 @@ bool waitUntil(const std::function<bool()>& condition) {
 
 std::string Log::lines_;
 
-Log::Log() {
+Log::Log(bool withDebugOutput) {
     lines_.clear();
+    QLoggingCategory::setFilterRules(withDebugOutput ? "tarnwick.debug=true" : "");
     qInstallMessageHandler(&Log::add);
 }
 
 Log::~Log() {
     qInstallMessageHandler(nullptr);
+    QLoggingCategory::setFilterRules("");
 }
 
 void Log::add(QtMsgType, const QMessageLogContext&, const QString& message) {

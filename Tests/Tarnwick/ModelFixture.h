@@ -3,12 +3,8 @@
 #include "Scheduling/CompressionQueue.h"
 #include "Support/EngineFixture.h"
 #include "Support/PNGMaker.h"
-#include "Tarnwick/Desktop/Clock.h"
-#include "Tarnwick/Desktop/DistributedNotifications.h"
-#include "Tarnwick/Desktop/FileChooser.h"
-#include "Tarnwick/Desktop/FileRevealer.h"
-#include "Tarnwick/Desktop/HelperLauncher.h"
-#include "Tarnwick/Desktop/WakeMonitor.h"
+#include "Tarnwick/Desktop/DesktopServices.h"
+#include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
 
 #include <QAbstractItemModelTester>
@@ -23,10 +19,10 @@ namespace tarnwick::test {
 /// Runs the event loop until the condition holds; false when that takes too long.
 bool waitUntil(const std::function<bool()>& condition);
 
-/// Takes what Qt logs meanwhile, instead of its being printed. One at a time.
+/// Collects what Qt would log. One at a time.
 class Log {
 public:
-    Log();
+    explicit Log(bool withDebugOutput = false);
     ~Log();
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;

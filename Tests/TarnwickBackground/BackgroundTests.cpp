@@ -5,7 +5,7 @@
 #include "Support/EnvironmentVariable.h"
 #include "Support/HistoryFixture.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
-#include "Tarnwick/Desktop/DBusNotifications.h"
+#include "Tarnwick/Desktop/DBusSignals.h"
 
 #include <gmock/gmock.h>
 

@@ -2,6 +2,8 @@
 BEGIN {
     count = split("Foundation Process ImageIO Inspection History Engine Wording Scheduling", folders)
     for (i = 1; i <= count; i++) place[folders[i]] = i
+    count = split("QtSupport Desktop Maintenance Model Views", rooms)
+    for (i = 1; i <= count; i++) storey[rooms[i]] = i
 }
 
 function violation(words) { printf "%s:%d: %s\n", FILENAME, FNR, words }
@@ -24,23 +26,24 @@ function check_folder(header, here,   there) {
         violation("Scheduling and " there " do not know each other")
 }
 
-# The application's folders, from the window down: Views, Model, Maintenance, Desktop.
+# The folder of Tarnwick that the file or header is in, or nothing.
+function room(path,   parts) {
+    return split(path, parts, "/") > 2 && parts[1] == "Tarnwick" ? parts[2] : ""
+}
+
 function check_application(header) {
     if (header ~ /^TarnwickCommand\//) violation("Tarnwick does not know TarnwickCommand")
     if (header ~ /^TarnwickBackground\//) violation("Tarnwick does not know TarnwickBackground")
-    if (FILENAME ~ /^Tarnwick\/Maintenance\// && header ~ /^Tarnwick\/(Model|Views)\//)
-        violation("Maintenance knows no window and no model: " header)
-    if (FILENAME ~ /^Tarnwick\/(Model|Desktop)\// && header ~ /^Tarnwick\/Views\//)
-        violation("only the window knows Views")
+    if (storey[room(header)] > storey[room(FILENAME)] && room(FILENAME) != "")
+        violation(room(FILENAME) " stands above " room(header) " and does not know it")
     if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
         violation("Model knows no window: " header)
     if (FILENAME ~ /^Tarnwick\/(Model|Views)\// && header ~ /^TarnwickFinderSync\//)
         violation("of Tarnwick, Desktop alone knows TarnwickFinderSync")
-    if (FILENAME !~ /^Tarnwick\/Desktop\//) return
-    if (header ~ /^Tarnwick\/Model\//) violation("Desktop stands above Model and does not know it")
-    if (header ~ /^Tarnwick\/Maintenance\//) violation("Desktop stands above Maintenance and does not know it")
+    if (FILENAME !~ /^Tarnwick\/(QtSupport|Desktop)\//) return
     sub(/\/.*/, "", header)
-    if (header in place && header != "Foundation") violation("of CompressionKit, Desktop knows Foundation only")
+    if (header in place && header != "Foundation")
+        violation("of CompressionKit, QtSupport and Desktop know Foundation only")
 }
 
 # The file managers' menus hand paths over and work nowhere else.
@@ -93,8 +96,8 @@ FILENAME ~ /CMakeLists\.txt$/ {
         header !~ /^Tarnwick\/Desktop\//)
         violation("of Tarnwick, TarnwickCommand knows Desktop only")
     if (FILENAME ~ /^TarnwickBackground\// && header ~ /^(Tarnwick|TarnwickCommand)\// &&
-        header !~ /^Tarnwick\/(Desktop|Maintenance)\//)
-        violation("TarnwickBackground knows Desktop and Maintenance of Tarnwick only")
+        header !~ /^Tarnwick\/(QtSupport|Desktop|Maintenance)\//)
+        violation("of Tarnwick, TarnwickBackground knows QtSupport, Desktop and Maintenance only")
     if (FILENAME ~ /^TarnwickCommand\// && header ~ /^TarnwickBackground\//)
         violation("TarnwickCommand does not know TarnwickBackground")
     if (FILENAME ~ /^Tarnwick\//) check_application(header)

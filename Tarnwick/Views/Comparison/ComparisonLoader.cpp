@@ -1,8 +1,7 @@
 #include "Tarnwick/Views/Comparison/ComparisonLoader.h"
 
 #include "Inspection/ImageRendering.h"
-#include "Tarnwick/Maintenance/ErrorText.h"
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 #include "Tarnwick/Views/Comparison/PicturePyramid.h"
 
 #include <asio/bind_executor.hpp>

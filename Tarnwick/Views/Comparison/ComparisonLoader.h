@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ComparisonModel.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 #include "Tarnwick/Views/Comparison/Picture.h"
 
 #include <QtQml/qqmlregistration.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Desktop/FileChooser.h"
+#include "Tarnwick/Desktop/Dialogs.h"
 
 #include <QtQml/qqmlregistration.h>
 

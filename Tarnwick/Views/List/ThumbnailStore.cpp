@@ -1,7 +1,7 @@
 #include "Tarnwick/Views/List/ThumbnailStore.h"
 
 #include "Inspection/ImageRendering.h"
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <asio/bind_executor.hpp>
 #include <sys/stat.h>

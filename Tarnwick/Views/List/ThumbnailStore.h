@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 
 #include <QtQml/qqmlregistration.h>
 

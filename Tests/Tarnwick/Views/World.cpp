@@ -2,7 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Support/PNGMaker.h"
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <QCoreApplication>
 #include <QDragEnterEvent>

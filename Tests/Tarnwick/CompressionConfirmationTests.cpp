@@ -1,7 +1,7 @@
-#include "Tarnwick/Desktop/AlertPresenter.h"
-#include "Tarnwick/Model/Conversions.h"
-#include "Tarnwick/Model/OpenedFiles.h"
+#include "Tarnwick/Desktop/Dialogs.h"
+#include "Tarnwick/Model/CompressionConfirmation.h"
 #include "Tarnwick/ModelFixture.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <gmock/gmock.h>
 
@@ -29,7 +29,7 @@ private:
     Answer answer_;
 };
 
-class OpenedFilesTest : public ModelFixture {
+class CompressionConfirmationTest : public ModelFixture {
 protected:
     void SetUp() override {
         ModelFixture::SetUp();
@@ -38,10 +38,10 @@ protected:
     }
 
     Alerts alerts;
-    std::optional<OpenedFiles> files;
+    std::optional<CompressionConfirmation> files;
 };
 
-TEST_F(OpenedFilesTest, WhatWasAskedForNeedsNoQuestion) {
+TEST_F(CompressionConfirmationTest, WhatWasAskedForNeedsNoQuestion) {
     files->open({toQUrl(largePicture("photo.png"))}, true);
     files->open({}, false);
     settle();
@@ -49,7 +49,7 @@ TEST_F(OpenedFilesTest, WhatWasAskedForNeedsNoQuestion) {
     EXPECT_EQ(model->tasks()->count(), 1);
 }
 
-TEST_F(OpenedFilesTest, WhatWasOnlyOpenedIsCompressedWhenTheUserAgrees) {
+TEST_F(CompressionConfirmationTest, WhatWasOnlyOpenedIsCompressedWhenTheUserAgrees) {
     const URL first = largePicture("first.png");
     const URL second = largePicture("second.png");
     files->open({toQUrl(first)}, false);

@@ -8,7 +8,7 @@ namespace tarnwick {
 
 /// Counts the files that are at work together: a batch begins with an import while nothing is compressed and
 /// takes in all that come before it has ended. It stays to be seen until the next one.
-class BatchProgress {
+class BatchTotals {
 public:
     void begin(int files);
     void endWith(const CompressionResult& result);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tarnwick/Maintenance/MainThreadExecutor.h"
+#include "Tarnwick/QtSupport/MainThreadExecutor.h"
 
 #include <asio/post.hpp>
 #include <asio/thread_pool.hpp>

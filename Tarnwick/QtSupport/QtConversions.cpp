@@ -1,4 +1,6 @@
-#include "Tarnwick/Model/Conversions.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
+
+#include "Foundation/CompressionError.h"
 
 namespace tarnwick {
 
@@ -12,6 +14,10 @@ QUrl toQUrl(const URL& url) {
 
 URL fromQUrl(const QUrl& url) {
     return URL::parse(url.toEncoded().toStdString()).value_or(URL());
+}
+
+QString errorText(const std::exception_ptr& error) {
+    return toQString(errorDescription(error));
 }
 
 } // namespace tarnwick

@@ -1,6 +1,6 @@
-#include "Tarnwick/Model/OpenedFiles.h"
+#include "Tarnwick/Model/CompressionConfirmation.h"
 
-#include "Tarnwick/Desktop/AlertPresenter.h"
+#include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
 
 namespace tarnwick {
@@ -13,7 +13,7 @@ QString question(const QList<QUrl>& urls) {
 
 } // namespace
 
-void OpenedFiles::open(const QList<QUrl>& urls, bool isAskedFor) {
+void CompressionConfirmation::open(const QList<QUrl>& urls, bool isAskedFor) {
     if (urls.isEmpty()) {
         return;
     }
@@ -25,7 +25,7 @@ void OpenedFiles::open(const QList<QUrl>& urls, bool isAskedFor) {
     }
 }
 
-void OpenedFiles::ask() {
+void CompressionConfirmation::ask() {
     const Alert alert = {.message = question(asked_),
                          .informativeText = "图片会原地压缩，原图保留 4 小时，可随时恢复。",
                          .firstButton = "压缩",
@@ -33,7 +33,7 @@ void OpenedFiles::ask() {
     alerts_.show(alert, [this, asked = asked_](bool isFirstButton) { answered(asked, isFirstButton); });
 }
 
-void OpenedFiles::answered(const QList<QUrl>& urls, bool isAgreed) {
+void CompressionConfirmation::answered(const QList<QUrl>& urls, bool isAgreed) {
     // A question with more files took its place.
     if (urls != asked_) {
         return;

@@ -1,17 +1,17 @@
-#include "Tarnwick/Model/BatchProgress.h"
+#include "Tarnwick/Model/BatchTotals.h"
 
 #include <algorithm>
 
 namespace tarnwick {
 
-void BatchProgress::begin(int files) {
+void BatchTotals::begin(int files) {
     if (done_ == total_) {
         *this = {};
     }
     total_ += files;
 }
 
-void BatchProgress::endWith(const CompressionResult& result) {
+void BatchTotals::endWith(const CompressionResult& result) {
     ++done_;
     // A converted picture is most often larger, which takes nothing from what the others saved.
     savedBytes_ += std::max<std::int64_t>(result.savedBytes(), 0);

@@ -11,10 +11,10 @@ class AppModel;
 /// Files that the application was started or called with. Those that the desktop merely opened are compressed
 /// only when the user says so: a double click is enough where no viewer of pictures was ever chosen. Belongs
 /// to the main thread.
-class OpenedFiles {
+class CompressionConfirmation {
 public:
     /// Both must outlive the object.
-    OpenedFiles(AppModel& model, AlertPresenter& alerts) : model_(model), alerts_(alerts) {}
+    CompressionConfirmation(AppModel& model, AlertPresenter& alerts) : model_(model), alerts_(alerts) {}
 
     /// With `isAskedFor` the user asked for their compression; otherwise asks about them, together with
     /// those of a question that is still open.
