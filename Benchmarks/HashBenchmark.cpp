@@ -1,8 +1,8 @@
 // hash() against the system's `openssl dgst` on one file of 1 GiB, in turns, so that both meet the same
 // machine.
 
+#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
-#include "Foundation/FileOperations.h"
 #include "Measuring.h"
 #include "Process/ToolRunner.h"
 

@@ -1,6 +1,7 @@
 // Thumbnails of 160 pixels of a JPEG and a PNG of 100 megapixels beside decoding the same files whole: the
 // time and the peak memory, each in a process of its own.
 
+#include "Foundation/Directory.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 #include "ImageIO/ImageDestination.h"

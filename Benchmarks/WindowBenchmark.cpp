@@ -2,8 +2,8 @@
 // and the times between frames while it scrolls. Run it on the screen to be measured, or under xvfb-run.
 
 #include "Engine/CompressionEngine.h"
+#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
-#include "Foundation/FileOperations.h"
 #include "Measuring.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"

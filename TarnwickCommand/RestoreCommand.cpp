@@ -1,7 +1,7 @@
 #include "TarnwickCommand/RestoreCommand.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/Text.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"

@@ -2,8 +2,10 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
-#include "TarnwickFinderSync/UserFiles.h"
+#include "Foundation/Text.h"
 
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -75,7 +77,8 @@ void CreatedItems::save() {
     if (paths().empty()) {
         removeFile(file_);
     } else {
-        replaceFile(file_, nlohmann::json{{"created", paths()}}.dump(1) + "\n", 0600);
+        writeFileAtomically(resolvingLinks(file_),
+                            bytesOf(nlohmann::json{{"created", paths()}}.dump(1) + "\n"), 0600);
     }
 }
 

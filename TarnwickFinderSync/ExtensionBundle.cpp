@@ -1,9 +1,9 @@
 #include "TarnwickFinderSync/ExtensionBundle.h"
 
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileContents.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <QByteArray>
 #include <QXmlStreamReader>

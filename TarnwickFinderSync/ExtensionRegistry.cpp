@@ -1,9 +1,10 @@
 #include "TarnwickFinderSync/ExtensionRegistry.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/Text.h"
 #include "Foundation/UUID.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <fmt/chrono.h>
 #include <nlohmann/json.hpp>
@@ -91,7 +92,7 @@ void ExtensionRegistry::save() const {
     for (const Registration& item : registrations_) {
         stored["bundles"].push_back(toJSON(item));
     }
-    replaceFile(file_, stored.dump(1) + "\n", 0600);
+    writeFileAtomically(resolvingLinks(file_), bytesOf(stored.dump(1) + "\n"), 0600);
 }
 
 } // namespace tarnwick

@@ -1,6 +1,7 @@
 #include "TarnwickFinderSync/FileManagerMenus.h"
 
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileLock.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "TarnwickFinderSync/CreatedItems.h"
@@ -8,7 +9,6 @@
 #include "TarnwickFinderSync/MenuFile.h"
 #include "TarnwickFinderSync/PluginLookup.h"
 #include "TarnwickFinderSync/ThunarMenuEntry.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <algorithm>
 #include <functional>
@@ -134,7 +134,7 @@ std::vector<FileManagerMenus::State> FileManagerMenus::states() const {
 }
 
 void FileManagerMenus::setEnabled(FileManager fileManager, bool isEnabled) const {
-    const FolderLock lock(Entries::folder(directories_));
+    const auto lock = FileLock::acquireFolder(Entries::folder(directories_));
     Entries entries(application_, directories_);
     if (isEnabled) {
         entries.write(fileManager);
@@ -144,7 +144,7 @@ void FileManagerMenus::setEnabled(FileManager fileManager, bool isEnabled) const
 }
 
 void FileManagerMenus::enableInstalled() const {
-    const FolderLock lock(Entries::folder(directories_));
+    const auto lock = FileLock::acquireFolder(Entries::folder(directories_));
     Entries entries(application_, directories_);
     forEachFileManager([&](FileManager fileManager) {
         if (isInstalled(fileManager, directories_)) {
@@ -154,13 +154,13 @@ void FileManagerMenus::enableInstalled() const {
 }
 
 void FileManagerMenus::disableAll() const {
-    const FolderLock lock(Entries::folder(directories_));
+    const auto lock = FileLock::acquireFolder(Entries::folder(directories_));
     Entries entries(application_, directories_);
     forEachFileManager([&](FileManager fileManager) { entries.entry(fileManager)->remove(); });
 }
 
 void FileManagerMenus::refresh() const {
-    const FolderLock lock(Entries::folder(directories_));
+    const auto lock = FileLock::acquireFolder(Entries::folder(directories_));
     Entries entries(application_, directories_);
     forEachFileManager([&](FileManager fileManager) {
         if (entries.entry(fileManager)->exists()) {

@@ -2,8 +2,10 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/Text.h"
 #include "TarnwickFinderSync/MenuTexts.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <algorithm>
 #include <string>
@@ -56,7 +58,7 @@ void FileMenuEntry::write() const {
     }
     if (!isUpToDate(wanted)) {
         created_.createDirectories(wanted.location.deletingLastPathComponent());
-        replaceFile(wanted.location, wanted.contents, wanted.mode);
+        writeFileAtomically(resolvingLinks(wanted.location), bytesOf(wanted.contents), wanted.mode);
     }
     std::for_each(files_.begin() + 1, files_.end(),
                   [this](const MenuFile& file) { removeOurs(file.location); });

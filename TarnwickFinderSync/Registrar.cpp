@@ -1,10 +1,10 @@
 #include "TarnwickFinderSync/Registrar.h"
 
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileLock.h"
 #include "Foundation/Text.h"
 #include "TarnwickFinderSync/FileManagerMenus.h"
 #include "TarnwickFinderSync/PluginLookup.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <fmt/format.h>
 #include <sysexits.h>
@@ -66,7 +66,7 @@ void Registrar::add(const URL& location) const {
     }
     const ExtensionBundle bundle = ExtensionBundle::at(location);
     {
-        const FolderLock lock(folder());
+        const auto lock = FileLock::acquireFolder(folder());
         ExtensionRegistry registry(file());
         registry.add(bundle);
         registry.save();
@@ -84,7 +84,7 @@ void Registrar::elect(const std::string& identifier, Election election) const {
     } else {
         throw CompressionError::fileOperation("找不到应用程序：" + application.path());
     }
-    const FolderLock lock(folder());
+    const auto lock = FileLock::acquireFolder(folder());
     ExtensionRegistry registry(file());
     registry.elect(identifier, election);
     registry.save();

@@ -1,9 +1,10 @@
 #include "TarnwickFinderSync/ThunarMenuEntry.h"
 
-#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/Text.h"
 #include "TarnwickFinderSync/MenuTexts.h"
 #include "TarnwickFinderSync/ThunarActions.h"
-#include "TarnwickFinderSync/UserFiles.h"
 
 #include <utility>
 
@@ -47,7 +48,7 @@ void ThunarMenuEntry::write() const {
         created_.createDirectories(file_.deletingLastPathComponent());
         created_.add(file_);
     }
-    replaceFile(file_, contents, modeOfFile(file_, 0644));
+    writeFileAtomically(resolvingLinks(file_), bytesOf(contents), modeOfFile(file_, 0644));
 }
 
 void ThunarMenuEntry::remove() const {
@@ -59,7 +60,7 @@ void ThunarMenuEntry::remove() const {
     if (isAsCreated(rest)) {
         removeFile(file_);
     } else if (rest != *present) {
-        replaceFile(file_, rest, modeOfFile(file_, 0644));
+        writeFileAtomically(resolvingLinks(file_), bytesOf(rest), modeOfFile(file_, 0644));
     }
     created_.forget(file_);
     created_.removeEmptyDirectories(file_.deletingLastPathComponent());

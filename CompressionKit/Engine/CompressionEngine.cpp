@@ -8,6 +8,7 @@
 #include "Engine/ToolPaths.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/WorkRegister.h"

@@ -1,6 +1,6 @@
 #include "Engine/GIFReference.h"
 
-#include "Foundation/Directory.h"
+#include "Foundation/FileOperations.h"
 
 #include <algorithm>
 #include <string>

@@ -1,7 +1,7 @@
 #include "Engine/Original.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/FileOperations.h"
+#include "Foundation/FileContents.h"
 
 namespace tarnwick {
 

@@ -4,6 +4,7 @@
 #include "Engine/ToolMemory.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/Text.h"
 #include "ImageIO/ImageSource.h"

@@ -1,7 +1,10 @@
 #include "Foundation/Directory.h"
 
+#include "Foundation/FileDescriptor.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,12 +21,7 @@
 namespace tarnwick {
 namespace {
 
-std::optional<struct stat> linkStatus(const URL& url) noexcept {
-    struct stat status {};
-    return ::lstat(url.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
-}
-
-/// An environment variable that holds an absolute path; a relative one is to be ignored.
+/// The absolute path in an environment variable; a relative one is ignored.
 std::optional<URL> directoryFromEnvironment(const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && value[0] == '/' ? std::optional(URL::file(value)) : std::nullopt;
@@ -51,12 +49,38 @@ void createDirectories(const URL& url, unsigned mode) {
         }
         throw FileSystemError("无法创建文件夹", url, errno);
     }
-    // A link to a folder serves as well as a folder.
+    // A link to a folder is fine too.
     struct stat status {};
     if (code == EEXIST && ::stat(url.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
         return;
     }
     throw FileSystemError("无法创建文件夹", url, code == EEXIST ? ENOTDIR : code);
+}
+
+void createDurably(const URL& folder) {
+    if (itemExists(folder)) {
+        // Throws unless it is a folder.
+        createDirectories(folder);
+        return;
+    }
+    const URL parent = folder.deletingLastPathComponent();
+    createDurably(parent);
+    createDirectories(folder, 0700);
+    syncDirectory(parent);
+}
+
+void syncDirectory(const URL& url) {
+    const FileDescriptor directory(::open(url.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory) {
+        if (errno != EACCES) {
+            throw FileSystemError("无法打开文件夹", url, errno);
+        }
+        // A folder that may be written but not listed cannot be opened; all disks can be flushed instead.
+        ::sync();
+    } else if (::fsync(directory.get()) != 0 && errno != EINVAL && errno != ENOTSUP) {
+        // Some network file systems cannot flush folders.
+        throw FileSystemError("无法写入磁盘", url, errno);
+    }
 }
 
 std::vector<URL> entries(const URL& directory) {
@@ -71,33 +95,6 @@ std::vector<URL> entries(const URL& directory) {
     }
     std::sort(found.begin(), found.end());
     return found;
-}
-
-bool itemExists(const URL& url) {
-    struct stat status {};
-    if (::lstat(url.c_str(), &status) == 0) {
-        return true;
-    }
-    if (errno == ENOENT || errno == ENOTDIR) {
-        return false;
-    }
-    throw FileSystemError("无法读取文件信息", url, errno);
-}
-
-bool isRegularFile(const URL& url) noexcept {
-    const auto status = linkStatus(url);
-    return status && S_ISREG(status->st_mode);
-}
-
-bool isDirectory(const URL& url) noexcept {
-    const auto status = linkStatus(url);
-    return status && S_ISDIR(status->st_mode);
-}
-
-void removeFile(const URL& url) {
-    if (::unlink(url.c_str()) != 0 && errno != ENOENT) {
-        throw FileSystemError("无法删除文件", url, errno);
-    }
 }
 
 URL temporaryDirectory() {
@@ -116,14 +113,6 @@ URL configurationDirectory() {
         return *configuration;
     }
     return homeDirectory().appending(".config");
-}
-
-ScopedFile::ScopedFile(URL url) : url_(std::move(url)) {}
-
-ScopedFile::~ScopedFile() {
-    if (!released_) {
-        ::unlink(url_.c_str());
-    }
 }
 
 ScopedDirectory::ScopedDirectory(URL url) : url_(std::move(url)) {

@@ -6,23 +6,18 @@
 
 namespace tarnwick {
 
-/// Creates a folder and the folders above it that are missing; an existing folder is fine. New folders get
-/// `mode` (less the umask). Throws FileSystemError.
+/// Creates a folder and the missing folders above it; an existing folder is fine. New folders get `mode`
+/// (less the umask). Throws FileSystemError.
 void createDirectories(const URL& url, unsigned mode = 0777);
+/// Creates a private folder (mode 0700) and the missing folders above it, and flushes their names to the
+/// disk. Every folder above the store must be created this way, because an existing folder is not flushed
+/// again. Throws FileSystemError.
+void createDurably(const URL& folder);
+/// Returns when the folder's entries are on the disk. Throws FileSystemError.
+void syncDirectory(const URL& url);
 
-/// What stands directly in the folder, sorted by name. Throws FileSystemError.
+/// The items directly in the folder, sorted by name. Throws FileSystemError.
 std::vector<URL> entries(const URL& directory);
-
-/// Whether something, of any kind, stands at `url`; a dangling link counts. Throws FileSystemError when it
-/// cannot be told.
-bool itemExists(const URL& url);
-/// Whether a regular file, and no link to one, stands at `url`.
-bool isRegularFile(const URL& url) noexcept;
-/// Whether a folder, and no link to one, stands at `url`.
-bool isDirectory(const URL& url) noexcept;
-
-/// Removes a file; one that is missing is no failure. Throws FileSystemError.
-void removeFile(const URL& url);
 
 /// The folder for temporary files: $TMPDIR, else /tmp.
 URL temporaryDirectory();
@@ -31,23 +26,7 @@ URL applicationSupportDirectory();
 /// The folder for the user's settings: $XDG_CONFIG_HOME, else ~/.config.
 URL configurationDirectory();
 
-/// A temporary file's name: what stands there at the end of the scope is removed, unless it was released.
-class ScopedFile {
-public:
-    explicit ScopedFile(URL url);
-    ScopedFile(const ScopedFile&) = delete;
-    ScopedFile& operator=(const ScopedFile&) = delete;
-    ~ScopedFile();
-
-    const URL& url() const noexcept { return url_; }
-    void release() noexcept { released_ = true; }
-
-private:
-    URL url_;
-    bool released_ = false;
-};
-
-/// A private folder (mode 0700), made on construction and removed with all it holds at the end of the scope.
+/// A private folder (mode 0700): the constructor creates it, the destructor removes it with its contents.
 class ScopedDirectory {
 public:
     /// Throws FileSystemError.

@@ -3,6 +3,7 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
+#include "Foundation/SHA256.h"
 #include "Foundation/UUID.h"
 
 #include <fcntl.h>
@@ -14,14 +15,19 @@
 namespace tarnwick {
 namespace {
 
+constexpr mode_t privateMode = 0600;
 constexpr std::size_t readStepBytes = 1U << 16U;
+constexpr std::size_t hashChunkBytes = 1U << 20U;
+constexpr std::size_t maximumConfigurationBytes = std::size_t{4} << 20U;
+/// File managers that watch the folder ignore such a name: it begins with a dot and has no extension.
+constexpr std::string_view unfinishedPrefix = ".tarnwick-write-";
 
 Bytes readUpTo(const URL& url, std::size_t maximumBytes) {
     const FileDescriptor file = openForReading(url);
     Bytes bytes;
     while (bytes.size() < maximumBytes) {
         const std::size_t held = bytes.size();
-        // Grows with what is really there: the limit may be far larger than the file.
+        // Grows with what was read: the limit may be far larger than the file.
         bytes.resize(std::min(maximumBytes, std::max(held * 2, readStepBytes)));
         const ssize_t count = ::read(file.get(), bytes.data() + held, bytes.size() - held);
         const int code = errno;
@@ -36,9 +42,10 @@ Bytes readUpTo(const URL& url, std::size_t maximumBytes) {
     return bytes;
 }
 
-void sync(const FileDescriptor& file, const URL& url) {
-    if (::fsync(file.get()) != 0) {
-        throw FileSystemError("无法写入磁盘", url, errno);
+/// Not for the mode that the file was created with: some file systems know no modes and refuse.
+void setMode(const FileDescriptor& file, mode_t mode, const URL& url) {
+    if (mode != privateMode && ::fchmod(file.get(), mode) != 0) {
+        throw FileSystemError("无法写入文件", url, errno);
     }
 }
 
@@ -56,13 +63,27 @@ Bytes readFilePrefix(const URL& url, std::size_t maximumBytes) {
     return readUpTo(url, maximumBytes);
 }
 
-void writeAll(const FileDescriptor& file, std::span<const std::uint8_t> bytes, const URL& url) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file.get(), bytes.data(), bytes.size());
+std::optional<std::string> readIfPresent(const URL& url) {
+    if (!itemExists(url)) {
+        return std::nullopt;
+    }
+    const Bytes bytes = readFile(url, maximumConfigurationBytes);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+std::string hash(const URL& url) {
+    const FileDescriptor file = openForReading(url);
+    ::posix_fadvise(file.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    SHA256 computation;
+    std::vector<std::byte> chunk(hashChunkBytes);
+    while (true) {
+        const ssize_t count = ::read(file.get(), chunk.data(), chunk.size());
         if (count > 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            throw FileSystemError("无法写入文件", url, count == 0 ? ENOSPC : errno);
+            computation.update(std::span(chunk).first(static_cast<std::size_t>(count)));
+        } else if (count == 0) {
+            return computation.finalize();
+        } else if (errno != EINTR) {
+            throw FileSystemError("无法读取文件", url, errno);
         }
     }
 }
@@ -75,34 +96,43 @@ void writeFile(const URL& url, std::span<const std::uint8_t> bytes) {
     writeAll(file, bytes, url);
 }
 
-void writeFileAtomically(const URL& url, std::span<const std::uint8_t> bytes) {
+void writeFileAtomically(const URL& url, std::span<const std::uint8_t> bytes, mode_t mode) {
     const URL folder = url.deletingLastPathComponent();
-    ScopedFile temporary(folder.appending(".tarnwick-write-" + UUID::random().text()));
+    ScopedFile temporary(folder.appending(std::string(unfinishedPrefix) + UUID::random().text()));
     {
-        const FileDescriptor file = createNewFile(temporary.url(), 0600);
+        const FileDescriptor file = createNewFile(temporary.url(), privateMode);
         writeAll(file, bytes, temporary.url());
-        sync(file, temporary.url());
+        setMode(file, mode, temporary.url());
+        syncFile(file, temporary.url());
     }
     atomicRename(temporary.url(), url);
-    temporary.release();
+    temporary.commit();
     syncDirectory(folder);
 }
 
-void syncFile(const URL& url) {
-    sync(openForReading(url), url);
+bool isUnfinishedWrite(const URL& url) {
+    const std::string name = url.lastPathComponent();
+    return name.starts_with(unfinishedPrefix) && UUID::parse(name.substr(unfinishedPrefix.size())) &&
+           isRegularFile(url);
 }
 
-void syncDirectory(const URL& url) {
-    const FileDescriptor directory(::open(url.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory) {
-        if (errno != EACCES) {
-            throw FileSystemError("无法打开文件夹", url, errno);
+void writeAll(const FileDescriptor& file, std::span<const std::uint8_t> bytes, const URL& url) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(file.get(), bytes.data(), bytes.size());
+        if (count > 0) {
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            throw FileSystemError("无法写入文件", url, count == 0 ? ENOSPC : errno);
         }
-        // A folder that may be written but not listed cannot be opened; all of the disk can be flushed
-        // instead.
-        ::sync();
-    } else if (::fsync(directory.get()) != 0 && errno != EINVAL && errno != ENOTSUP) {
-        // Some network file systems have no such thing for folders: their renames are as lasting as they get.
+    }
+}
+
+void syncFile(const URL& url) {
+    syncFile(openForReading(url), url);
+}
+
+void syncFile(const FileDescriptor& file, const URL& url) {
+    if (::fsync(file.get()) != 0) {
         throw FileSystemError("无法写入磁盘", url, errno);
     }
 }

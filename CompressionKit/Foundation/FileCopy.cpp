@@ -1,8 +1,8 @@
 #include "Foundation/FileCopy.h"
 
-#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileDescriptor.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
 #include <acl/libacl.h>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::size_t copyStepBytes = 1U << 20U;
 
-/// libattr reports through callbacks; the code alone is enough here, and nothing may reach standard error.
+/// libattr prints to standard error by default; the error code is enough here.
 void ignoreReport(error_context* /*context*/, const char* /*format*/, ...) {}
 const char* plainName(error_context* /*context*/, const char* name) {
     return name;
@@ -34,17 +34,9 @@ int isUserAttribute(const char* name, error_context* /*context*/) {
     return std::strncmp(name, "user.", 5) == 0 ? 1 : 0;
 }
 
-/// Whether an attribute was refused for what it is, not because something is broken.
+/// Whether the file system or the user's rights do not allow the attribute.
 bool isRefusal(int code) {
     return code == ENOTSUP || code == EPERM || code == EACCES || code == ENOSYS;
-}
-
-struct stat statusOf(const FileDescriptor& file, const URL& url) {
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw FileSystemError("无法读取文件信息", url, errno);
-    }
-    return status;
 }
 
 void copyByReading(const FileDescriptor& in, const URL& source, const FileDescriptor& out,
@@ -73,7 +65,7 @@ void copyBytes(const FileDescriptor& in, const URL& source, const FileDescriptor
         if (count < 0 && (errno == ENOSPC || errno == EDQUOT)) {
             throw FileSystemError("无法写入文件", destination, errno);
         }
-        // The end, or a pair of file systems that cannot do this: both go on from the current offsets.
+        // The end of the file, or a pair of file systems without this call: reading continues at the offset.
         copyByReading(in, source, out, destination);
         return;
     }
@@ -109,7 +101,7 @@ void copyFileAttributes(const URL& source, const URL& destination) {
 
 void copyFile(const URL& source, const URL& destination) {
     const FileDescriptor in = openForReading(source);
-    // Private until the attributes are known to be right.
+    // Private until the attributes are copied.
     const FileDescriptor out = createNewFile(destination, 0600);
     ScopedFile unfinished(destination);
     copyBytes(in, source, out, destination);
@@ -117,10 +109,8 @@ void copyFile(const URL& source, const URL& destination) {
         throw FileSystemError("无法写入文件", destination, EIO);
     }
     copyFileAttributes(source, destination);
-    if (::fsync(out.get()) != 0) {
-        throw FileSystemError("无法写入磁盘", destination, errno);
-    }
-    unfinished.release();
+    syncFile(out, destination);
+    unfinished.commit();
 }
 
 } // namespace tarnwick

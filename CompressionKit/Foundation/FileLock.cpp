@@ -1,7 +1,7 @@
 #include "Foundation/FileLock.h"
 
 #include "Foundation/Directory.h"
-#include "Foundation/DurableDirectory.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
 #include <fcntl.h>
@@ -12,13 +12,18 @@
 namespace tarnwick {
 namespace {
 
-bool tryLock(const FileDescriptor& file, const URL& url, int operation) {
-    while (::flock(file.get(), operation | LOCK_NB) != 0) {
+/// False when the lock is held and `operation` does not wait.
+bool lockAs(int operation, const FileDescriptor& file, const URL& url,
+            const std::function<void()>& interrupted = {}) {
+    while (::flock(file.get(), operation) != 0) {
         if (errno == EWOULDBLOCK) {
             return false;
         }
         if (errno != EINTR) {
             throw FileSystemError("无法锁定文件", url, errno);
+        }
+        if (interrupted) {
+            interrupted();
         }
     }
     return true;
@@ -27,7 +32,11 @@ bool tryLock(const FileDescriptor& file, const URL& url, int operation) {
 } // namespace
 
 bool tryLock(const FileDescriptor& file, const URL& url) {
-    return tryLock(file, url, LOCK_EX);
+    return lockAs(LOCK_EX | LOCK_NB, file, url);
+}
+
+void lock(const FileDescriptor& file, const URL& url, const std::function<void()>& interrupted) {
+    lockAs(LOCK_EX, file, url, interrupted);
 }
 
 std::optional<FileLock> FileLock::tryAcquire(const URL& file) {
@@ -40,7 +49,14 @@ std::optional<FileLock> FileLock::tryAcquire(const URL& file) {
 }
 
 bool FileLock::isHeld(const URL& file) {
-    return itemExists(file) && !tryLock(openForReading(file), file, LOCK_SH);
+    return itemExists(file) && !lockAs(LOCK_SH | LOCK_NB, openForReading(file), file);
+}
+
+FileLock FileLock::acquireFolder(const URL& folder) {
+    createDirectories(folder, 0700);
+    FileDescriptor descriptor = openForReading(folder);
+    lock(descriptor, folder);
+    return FileLock(std::move(descriptor));
 }
 
 } // namespace tarnwick

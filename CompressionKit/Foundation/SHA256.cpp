@@ -11,38 +11,38 @@
 namespace tarnwick {
 namespace {
 
-void require(int result) {
+void requireSuccess(int result) {
     if (result != 1) {
         throw std::runtime_error("SHA-256 is not available from OpenSSL");
     }
 }
 
-/// Without this OpenSSL takes itself down at the process's exit, while a pool's threads may still be hashing.
-void keepOpenSSLUntilTheEnd() {
-    static const int isKept = OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
-    require(isKept);
+/// By default OpenSSL frees its data when the process exits, while threads of a pool may still be hashing.
+void keepOpenSSLAtExit() {
+    static const int isInitialized = OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT, nullptr);
+    requireSuccess(isInitialized);
 }
 
 } // namespace
 
 SHA256::SHA256() : context_(nullptr, EVP_MD_CTX_free) {
-    keepOpenSSLUntilTheEnd();
+    keepOpenSSLAtExit();
     context_.reset(EVP_MD_CTX_new());
     if (!context_) {
         throw std::bad_alloc();
     }
-    require(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
+    requireSuccess(EVP_DigestInit_ex(context_.get(), EVP_sha256(), nullptr));
 }
 
 SHA256::~SHA256() = default;
 
 void SHA256::update(std::span<const std::byte> bytes) {
-    require(EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()));
+    requireSuccess(EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()));
 }
 
 std::string SHA256::finalize() {
     std::array<unsigned char, 32> digest{};
-    require(EVP_DigestFinal_ex(context_.get(), digest.data(), nullptr));
+    requireSuccess(EVP_DigestFinal_ex(context_.get(), digest.data(), nullptr));
     return fmt::format("{:02x}", fmt::join(digest, ""));
 }
 

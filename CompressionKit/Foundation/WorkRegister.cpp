@@ -2,15 +2,14 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
-#include "Foundation/DurableDirectory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileLock.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "Foundation/UUID.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -48,14 +47,6 @@ bool isFolder(WorkItem kind) {
     return kind == WorkItem::directory || kind == WorkItem::links;
 }
 
-struct stat statusOf(const FileDescriptor& file, const URL& url) {
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        throw FileSystemError("无法读取文件信息", url, errno);
-    }
-    return status;
-}
-
 bool hasName(const FileDescriptor& file, const URL& url) {
     return statusOf(file, url).st_nlink > 0;
 }
@@ -63,12 +54,8 @@ bool hasName(const FileDescriptor& file, const URL& url) {
 FileDescriptor createLocked(const URL& note) {
     while (true) {
         FileDescriptor file = createNewFile(note, 0600);
-        while (::flock(file.get(), LOCK_EX) != 0) {
-            if (errno != EINTR) {
-                throw FileSystemError("无法锁定文件", note, errno);
-            }
-        }
-        // A sweep that came before the lock took the empty note for a dead process's.
+        lock(file, note);
+        // A sweep that ran before the lock may have removed the empty note.
         if (hasName(file, note)) {
             return file;
         }
@@ -76,13 +63,13 @@ FileDescriptor createLocked(const URL& note) {
 }
 
 void write(const FileDescriptor& file, const URL& note, const URL& item) {
-    // The line's end tells a whole path from a torn one.
+    // The line's end tells a complete path from a truncated one.
     const std::string text = item.path() + "\n";
-    writeAll(file, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, note);
-    syncFile(note);
+    writeAll(file, bytesOf(text), note);
+    syncFile(file, note);
 }
 
-/// The item that a whole note tells of.
+/// The item named in the note; none when the note is incomplete.
 std::optional<URL> itemOf(const URL& note) {
     const Bytes bytes = readFilePrefix(note, maximumNoteBytes);
     if (bytes.size() < 2 || bytes.back() != '\n' || bytes.front() != '/') {
@@ -91,7 +78,7 @@ std::optional<URL> itemOf(const URL& note) {
     return URL::file(std::string(bytes.begin(), bytes.end() - 1));
 }
 
-/// The kind of the item, if its name is of one that the note of this name may tell of.
+/// The kind that the item's name stands for; none when the name does not fit the note's UUID.
 std::optional<WorkItem> kindOf(const URL& item, const UUID& id) {
     const std::string name = item.lastPathComponent();
     const auto* const found =
@@ -99,18 +86,10 @@ std::optional<WorkItem> kindOf(const URL& item, const UUID& id) {
     return found == kinds.end() ? std::nullopt : std::optional(*found);
 }
 
-enum class Standing { ours, absent, foreign };
-
-Standing standingOf(const URL& item, WorkItem kind) {
-    struct stat status {};
-    if (::lstat(item.c_str(), &status) != 0) {
-        if (errno == ENOENT || errno == ENOTDIR) {
-            return Standing::absent;
-        }
-        throw FileSystemError("无法读取文件信息", item, errno);
-    }
+/// Whether the item is a real folder or file of the user, and no link.
+bool isOurs(const struct stat& status, WorkItem kind) {
     const bool isOfKind = isFolder(kind) ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
-    return isOfKind && status.st_uid == ::geteuid() ? Standing::ours : Standing::foreign;
+    return isOfKind && status.st_uid == ::geteuid();
 }
 
 /// Links in the folder are removed, never followed.
@@ -130,36 +109,36 @@ bool isLongAbsent(const FileDescriptor& note, const URL& url) {
     return std::time(nullptr) - statusOf(note, url).st_mtim.tv_sec > longestAbsence;
 }
 
-/// The note is locked, so that its process is dead and so are the tools that it started.
-void sweepItem(const FileDescriptor& lock, const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
+/// The lock on the note proves that its process and the tools started by it have ended.
+void sweepItem(const FileDescriptor& file, const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
     const std::optional<URL> item = itemOf(note);
     const std::optional<WorkItem> kind = item ? kindOf(*item, id) : std::nullopt;
-    // A torn note was still being written: its item was never made.
+    // An incomplete note was still being written, so its item was never made.
     if (!kind) {
         removeFile(note);
         return;
     }
-    const Standing standing = standingOf(*item, *kind);
-    if (standing == Standing::ours) {
+    const auto status = statusIfPresent(*item);
+    if (status && isOurs(*status, *kind)) {
         removeItem(*item, *kind);
         ++sweep.removed;
-    } else if (!isLongAbsent(lock, note)) {
+    } else if (!isLongAbsent(file, note)) {
         return;
     }
     removeFile(note);
 }
 
 void sweepNote(const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
-    const FileDescriptor lock(::open(note.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-    if (!lock) {
+    const FileDescriptor file(::open(note.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    if (!file) {
         if (errno != ENOENT) {
             throw FileSystemError("无法打开文件", note, errno);
         }
-    } else if (!tryLock(lock, note)) {
+    } else if (!tryLock(file, note)) {
         sweep.held.push_back(itemOf(note).value_or(URL()));
-    } else if (hasName(lock, note)) { // Its owner may have removed it since it was opened.
+    } else if (hasName(file, note)) { // Its owner may have removed it after it was opened here.
         try {
-            sweepItem(lock, note, id, sweep);
+            sweepItem(file, note, id, sweep);
         } catch (const FileSystemError& error) {
             sweep.problems.push_back(errorDescription(error));
         }
@@ -201,7 +180,7 @@ WorkNote::WorkNote(const URL& folder, WorkItem kind) {
     lock_ = createLocked(note_);
     ScopedFile unfinished(note_);
     write(lock_, note_, item_);
-    unfinished.release();
+    unfinished.commit();
 }
 
 WorkNote::~WorkNote() {

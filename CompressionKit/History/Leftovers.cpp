@@ -12,7 +12,6 @@
 #include <exception>
 #include <optional>
 #include <set>
-#include <string_view>
 
 namespace tarnwick {
 namespace {
@@ -22,12 +21,6 @@ std::vector<UndoRecord> preparedRecords(const UndoStore& store) {
     std::erase_if(records,
                   [](const UndoRecord& record) { return record.state != UndoRecord::State::prepared; });
     return records;
-}
-
-bool isUnfinishedRecord(const URL& file) {
-    constexpr std::string_view prefix = ".tarnwick-write-";
-    const std::string name = file.lastPathComponent();
-    return name.starts_with(prefix) && UUID::parse(name.substr(prefix.size())) && isRegularFile(file);
 }
 
 std::vector<URL> unfinishedRecords(const UndoStore& store) {
@@ -40,7 +33,7 @@ std::vector<URL> unfinishedRecords(const UndoStore& store) {
             continue;
         }
         const std::vector<URL> files = entries(session);
-        std::copy_if(files.begin(), files.end(), std::back_inserter(found), isUnfinishedRecord);
+        std::copy_if(files.begin(), files.end(), std::back_inserter(found), isUnfinishedWrite);
     }
     return found;
 }

@@ -2,7 +2,6 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
-#include "Foundation/DurableDirectory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"

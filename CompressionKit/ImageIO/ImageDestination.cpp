@@ -1,8 +1,8 @@
 #include "ImageIO/ImageDestination.h"
 
-#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileDescriptor.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "ImageIO/InvalidImage.h"
 #include "ImageIO/LibPNG.h"
@@ -188,7 +188,7 @@ void ImageDestination::Writer::commit() {
         throw FileSystemError("无法写入文件", url_, errno);
     }
     if (unfinished_) {
-        unfinished_->release();
+        unfinished_->commit();
     }
 }
 

@@ -1,7 +1,7 @@
 #include "Inspection/ImageRendering.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/FileOperations.h"
+#include "Foundation/FileContents.h"
 #include "ImageIO/DisplayDecoder.h"
 #include "ImageIO/InvalidImage.h"
 

@@ -1,14 +1,15 @@
 #include "Scheduling/ExecutionPermit.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/DurableDirectory.h"
+#include "Foundation/Directory.h"
+#include "Foundation/FileLock.h"
+#include "Foundation/FileSystemError.h"
 #include "Foundation/SHA256.h"
-#include "Scheduling/Interruption.h"
+#include "Scheduling/SystemCallInterrupter.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
@@ -36,16 +37,15 @@ void throwIfStopped(const std::stop_token& stop) {
     }
 }
 
-/// A blocking flock queues in the kernel, in the order of arrival; polling would let newcomers overtake. Only
-/// a signal ends its waiting, hence the Interruption.
-void lockFile(const FileDescriptor& file, const std::stop_token& stop) {
-    const Interruption interruption(stop);
+/// Waits in the kernel's queue, in the order of arrival; polling would let newcomers overtake. Only a signal
+/// ends the wait, hence the SystemCallInterrupter.
+void lockFile(const FileDescriptor& file, const URL& url, const std::stop_token& stop) {
+    const SystemCallInterrupter interrupter(stop);
     throwIfStopped(stop);
-    while (::flock(file.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
-            throw CompressionError::fileOperation("无法锁定压缩中的文件");
-        }
-        throwIfStopped(stop);
+    try {
+        lock(file, url, [&] { throwIfStopped(stop); });
+    } catch (const FileSystemError&) {
+        throw CompressionError::fileOperation("无法锁定压缩中的文件");
     }
 }
 
@@ -58,23 +58,22 @@ std::vector<FileDescriptor> openSlots(const URL& directory, int capacity) {
     return slots;
 }
 
-bool tryLockSlot(const FileDescriptor& slot) {
-    if (::flock(slot.get(), LOCK_EX | LOCK_NB) == 0) {
-        return true;
-    }
-    if (errno != EWOULDBLOCK && errno != EINTR) {
+FileDescriptor* firstFree(std::vector<FileDescriptor>& slots, const URL& directory) {
+    try {
+        const auto free = std::find_if(slots.begin(), slots.end(),
+                                       [&](const FileDescriptor& slot) { return tryLock(slot, directory); });
+        return free == slots.end() ? nullptr : &*free;
+    } catch (const FileSystemError&) {
         throw CompressionError::fileOperation("无法获取压缩任务名额");
     }
-    return false;
 }
 
-FileDescriptor takeSlot(std::vector<FileDescriptor> slots, const std::stop_token& stop) {
+FileDescriptor takeSlot(const URL& directory, int capacity, const std::stop_token& stop) {
+    std::vector<FileDescriptor> slots = openSlots(directory, capacity);
     while (true) {
         throwIfStopped(stop);
-        for (FileDescriptor& slot : slots) {
-            if (tryLockSlot(slot)) {
-                return std::move(slot);
-            }
+        if (FileDescriptor* slot = firstFree(slots, directory)) {
+            return std::move(*slot);
         }
         std::this_thread::sleep_for(slotPollInterval);
     }
@@ -88,10 +87,11 @@ ExecutionPermit::ExecutionPermit(const URL& directory, const std::string& key, i
         std::abort();
     }
     createDurably(directory);
-    fileDescriptor_ = openLock(directory.appending("file-" + SHA256::hexDigest(key) + ".lock"));
-    // The file comes first, so that whoever waits for a busy file occupies no slot.
-    lockFile(fileDescriptor_, stop);
-    capacityDescriptor_ = takeSlot(openSlots(directory, capacity), stop);
+    const URL file = directory.appending("file-" + SHA256::hexDigest(key) + ".lock");
+    fileDescriptor_ = openLock(file);
+    // The file comes first, so that a wait for a busy file occupies no slot.
+    lockFile(fileDescriptor_, file, stop);
+    capacityDescriptor_ = takeSlot(directory, capacity, stop);
 }
 
 } // namespace tarnwick

@@ -1,6 +1,6 @@
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 
-#include "Foundation/Directory.h"
+#include "Foundation/FileOperations.h"
 
 #include <filesystem>
 

@@ -2,6 +2,7 @@
 
 #include "Foundation/Directory.h"
 #include "Foundation/FileLock.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
 #include <QDebug>

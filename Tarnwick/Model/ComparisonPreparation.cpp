@@ -1,7 +1,7 @@
 #include "Tarnwick/Model/ComparisonPreparation.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/FileOperations.h"
+#include "Foundation/FileContents.h"
 #include "Foundation/Text.h"
 #include "Inspection/ImageFacts.h"
 #include "Tarnwick/QtSupport/QtConversions.h"

@@ -118,6 +118,7 @@ int __real_open64(const char* path, int flags, ...);
 ssize_t __real_write(int file, const void* bytes, size_t count);
 ssize_t __real_copy_file_range(int in, loff_t* inAt, int out, loff_t* outAt, size_t count, unsigned flags);
 int __real_fsync(int file);
+int __real_fchmod(int file, mode_t mode);
 int __real_rename(const char* from, const char* to);
 int __real_renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags);
 int __real_link(const char* from, const char* to);
@@ -162,6 +163,10 @@ ssize_t __wrap_copy_file_range(int in, loff_t* inAt, int out, loff_t* outAt, siz
 
 int __wrap_fsync(int file) {
     return observed({"fsync", pathOf(file), ""}, [&] { return __real_fsync(file); });
+}
+
+int __wrap_fchmod(int file, mode_t mode) {
+    return observed({"fchmod", pathOf(file), ""}, [&] { return __real_fchmod(file, mode); });
 }
 
 int __wrap_rename(const char* from, const char* to) {

@@ -1,5 +1,6 @@
 #include "Support/TemporaryFolder.h"
 
+#include "Foundation/Text.h"
 #include "Foundation/UUID.h"
 
 #include <filesystem>
@@ -26,7 +27,7 @@ TemporaryFolder::~TemporaryFolder() {
 
 URL TemporaryFolder::file(std::string_view name, std::string_view contents) const {
     URL url = *this / name;
-    writeFile(url, {reinterpret_cast<const std::uint8_t*>(contents.data()), contents.size()});
+    writeFile(url, bytesOf(contents));
     return url;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/URL.h"
 
 #include <string>

@@ -143,7 +143,7 @@ TEST(FileOperationsTests, createsAndRemovesFolders) {
         createDirectories(scoped.url().appending("inner"));
         const ScopedFile removed(folder.file("removed", ""));
         ScopedFile kept(folder.file("kept", ""));
-        kept.release();
+        kept.commit();
     }
     EXPECT_EQ(folder.listing(), "a file kept");
     removeFile(folder / "kept");

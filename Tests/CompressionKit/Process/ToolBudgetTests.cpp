@@ -2,6 +2,7 @@
 #include "Process/ToolBudget.h"
 #include "Process/ToolRunner.h"
 #include "Support/FakeTools.h"
+#include "Support/Waiting.h"
 
 #include <gtest/gtest.h>
 
@@ -15,60 +16,35 @@
 namespace tarnwick::test {
 namespace {
 
-using namespace std::chrono_literals;
 using Capacity = ToolBudget::Capacity;
 
-/// A run on a thread of its own that holds its share until it is told to end.
-class Holder {
-public:
-    Holder(ToolBudget& budget, std::int64_t memory, const Cancellation& cancellation = {})
-        : end_(std::async(std::launch::async, [=, this, &budget] {
-              const auto share = budget.take(memory, cancellation);
-              begun_.set_value();
-              finish_.get_future().wait();
-          })) {}
-
-    ~Holder() {
-        if (end_.valid()) {
-            finish_.set_value();
-        }
-    }
-
-    bool hasBegun(std::chrono::milliseconds patience = 30s) {
-        return begin_.wait_for(patience) == std::future_status::ready;
-    }
-    /// Long enough for it to begin if it may.
-    bool waits() { return !hasBegun(100ms); }
-    void finish() {
-        finish_.set_value();
-        end_.get();
-    }
-    std::future<void>& end() { return end_; }
-
-private:
-    std::promise<void> begun_;
-    std::promise<void> finish_;
-    std::shared_future<void> begin_ = begun_.get_future().share();
-    std::future<void> end_;
-};
+/// A run that holds its share until it is told to finish.
+HeldJob hold(ToolBudget& budget, std::int64_t memory, const Cancellation& cancellation = {}) {
+    return HeldJob([&](const auto& body) {
+        return std::async(std::launch::async, [=, &budget] {
+            const auto share = budget.take(memory, cancellation);
+            body();
+        });
+    });
+}
 
 TEST(ToolBudget, LetsAsManyRunAsThereAreProcessorsAndMemory) {
     ToolBudget budget([] { return Capacity{.processors = 3, .memory = 100}; });
-    Holder first(budget, 60);
+    HeldJob first = hold(budget, 60);
     ASSERT_TRUE(first.hasBegun());
-    Holder second(budget, 40);
+    HeldJob second = hold(budget, 40);
     ASSERT_TRUE(second.hasBegun());
-    Holder third(budget, 1);
-    EXPECT_TRUE(third.waits()) << "no memory left";
+    HeldJob third = hold(budget, 1);
+    EXPECT_FALSE(third.hasBegun(aMoment)) << "no memory left";
     second.finish();
     ASSERT_TRUE(third.hasBegun());
-    Holder fourth(budget, 0);
+    HeldJob fourth = hold(budget, 0);
     ASSERT_TRUE(fourth.hasBegun());
-    Holder fifth(budget, 0);
-    EXPECT_TRUE(fifth.waits()) << "no processor left";
+    HeldJob fifth = hold(budget, 0);
+    EXPECT_FALSE(fifth.hasBegun(aMoment)) << "no processor left";
     first.finish();
     EXPECT_TRUE(fifth.hasBegun());
-    for (Holder* holder : {&third, &fourth, &fifth}) {
+    for (HeldJob* holder : {&third, &fourth, &fifth}) {
         holder->finish();
     }
 }
@@ -79,15 +55,15 @@ TEST(ToolBudget, RunsTheOversizedAloneAndInItsTurn) {
         ++asked;
         return Capacity{.processors = 4, .memory = 100};
     });
-    Holder small(budget, 10);
+    HeldJob small = hold(budget, 10);
     ASSERT_TRUE(small.hasBegun());
-    Holder huge(budget, 5'000);
-    EXPECT_TRUE(huge.waits());
-    Holder late(budget, 10);
-    EXPECT_TRUE(late.waits()) << "it would fit, but came later";
+    HeldJob huge = hold(budget, 5'000);
+    EXPECT_FALSE(huge.hasBegun(aMoment));
+    HeldJob late = hold(budget, 10);
+    EXPECT_FALSE(late.hasBegun(aMoment)) << "it would fit, but came later";
     small.finish();
     ASSERT_TRUE(huge.hasBegun());
-    EXPECT_TRUE(late.waits());
+    EXPECT_FALSE(late.hasBegun(aMoment));
     huge.finish();
     ASSERT_TRUE(late.hasBegun());
     late.finish();
@@ -96,15 +72,15 @@ TEST(ToolBudget, RunsTheOversizedAloneAndInItsTurn) {
 
 TEST(ToolBudget, LetsTheNextGoWhenOneThatWaitsGivesUp) {
     ToolBudget budget([] { return Capacity{.processors = 2, .memory = 100}; });
-    Holder running(budget, 50);
+    HeldJob running = hold(budget, 50);
     ASSERT_TRUE(running.hasBegun());
     const auto cancellation = Cancellation::make();
-    Holder waiting(budget, 80, cancellation.linked());
-    EXPECT_TRUE(waiting.waits());
-    Holder behind(budget, 50);
-    EXPECT_TRUE(behind.waits());
+    HeldJob waiting = hold(budget, 80, cancellation.linked());
+    EXPECT_FALSE(waiting.hasBegun(aMoment));
+    HeldJob behind = hold(budget, 50);
+    EXPECT_FALSE(behind.hasBegun(aMoment));
     cancellation.request();
-    EXPECT_THROW(waiting.end().get(), Cancelled);
+    EXPECT_THROW(waiting.get(), Cancelled);
     EXPECT_TRUE(behind.hasBegun());
     running.finish();
     behind.finish();
@@ -144,14 +120,14 @@ TEST(ToolBudget, WaitingIsNoPartOfTheToolsTime) {
     tools.script("oxipng", {{"print", "ran"}});
     ToolBudget budget([] { return Capacity{.processors = 1, .memory = 0}; });
     const ToolRunner runner(tools.folder(), {}, budget);
-    Holder holder(budget, 0);
+    HeldJob holder = hold(budget, 0);
     ASSERT_TRUE(holder.hasBegun());
     auto run = std::async(std::launch::async, [&] { return runner.run("oxipng", {}, 5, 1); });
     EXPECT_EQ(run.wait_for(6s), std::future_status::timeout);
     EXPECT_TRUE(tools.runs().empty());
     holder.finish();
     EXPECT_EQ(run.get(), "ran");
-    Holder next(budget, 0);
+    HeldJob next = hold(budget, 0);
     EXPECT_TRUE(next.hasBegun()) << "given back";
 }
 

@@ -2,6 +2,7 @@
 #include "HolderProcess.h"
 #include "Scheduling/CompressionQueue.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Waiting.h"
 
 #include <asio/awaitable.hpp>
 #include <asio/co_spawn.hpp>
@@ -32,9 +33,6 @@ namespace {
 using namespace std::chrono_literals;
 using asio::use_future;
 
-/// Long enough for a job to start if it may.
-constexpr auto aMoment = 200ms;
-
 template <typename Result>
 std::string failureOf(std::future<Result> job) {
     try {
@@ -47,30 +45,12 @@ std::string failureOf(std::future<Result> job) {
     }
 }
 
-/// A job that runs until it is told to end.
-class HeldJob {
-public:
-    HeldJob(CompressionQueue& queue, const URL& url)
-        : done_(queue.run(
-              url, [this] { started_.set_value(), end_.get_future().wait(); }, use_future)) {}
-
-    bool isRunning(std::chrono::milliseconds patience = 30s) {
-        return start_.wait_for(patience) == std::future_status::ready;
-    }
-    void finish() {
-        end_.set_value();
-        done_.get();
-    }
-
-private:
-    std::promise<void> started_;
-    std::promise<void> end_;
-    std::future<void> start_ = started_.get_future();
-    std::future<void> done_;
-};
-
 class CompressionQueueTests : public testing::Test {
 protected:
+    static HeldJob hold(CompressionQueue& queue, const URL& url) {
+        return HeldJob([&](const auto& body) { return queue.run(url, body, use_future); });
+    }
+
     TemporaryFolder folder_;
     const URL locks_ = folder_ / "locks";
     const URL a_ = folder_ / "a.png";
@@ -98,18 +78,18 @@ TEST_F(CompressionQueueTests, knowsAFileByAllItsPaths) {
 
 TEST_F(CompressionQueueTests, passesOverABusyFileWithoutTakingItsPlace) {
     CompressionQueue queue(2, locks_);
-    HeldJob firstA(queue, a_);
-    HeldJob secondA(queue, folder_ / "none/../a.png");
-    HeldJob b(queue, b_);
-    ASSERT_TRUE(firstA.isRunning());
-    ASSERT_TRUE(b.isRunning());
-    HeldJob c(queue, c_);
-    EXPECT_FALSE(secondA.isRunning(aMoment));
+    HeldJob firstA = hold(queue, a_);
+    HeldJob secondA = hold(queue, folder_ / "none/../a.png");
+    HeldJob b = hold(queue, b_);
+    ASSERT_TRUE(firstA.hasBegun());
+    ASSERT_TRUE(b.hasBegun());
+    HeldJob c = hold(queue, c_);
+    EXPECT_FALSE(secondA.hasBegun(aMoment));
     firstA.finish();
-    EXPECT_TRUE(secondA.isRunning());
-    EXPECT_FALSE(c.isRunning(aMoment));
+    EXPECT_TRUE(secondA.hasBegun());
+    EXPECT_FALSE(c.hasBegun(aMoment));
     b.finish();
-    EXPECT_TRUE(c.isRunning());
+    EXPECT_TRUE(c.hasBegun());
     secondA.finish();
     c.finish();
 }
@@ -231,8 +211,8 @@ TEST_F(CompressionQueueTests, endsWhileJobsWait) {
     HolderProcess holder(locks_, CompressionQueue::fileIdentity(a_), 3);
     ASSERT_TRUE(holder.isHolding());
     std::optional<CompressionQueue> queue(std::in_place, 2, locks_);
-    HeldJob running(*queue, b_);
-    ASSERT_TRUE(running.isRunning());
+    HeldJob running = hold(*queue, b_);
+    ASSERT_TRUE(running.hasBegun());
     const auto submit = [&](const URL& url) {
         return queue->run(
             url, [] {}, use_future);

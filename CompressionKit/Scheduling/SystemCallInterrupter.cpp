@@ -1,4 +1,4 @@
-#include "Scheduling/Interruption.h"
+#include "Scheduling/SystemCallInterrupter.h"
 
 #include <chrono>
 #include <system_error>
@@ -7,7 +7,7 @@
 namespace tarnwick {
 namespace {
 
-// Ignored by default, so one that comes late, or reaches a child that reset its handlers, hurts nobody.
+// Ignored by default, so a late one is harmless, also in a child that reset its handlers.
 constexpr int interruptingSignal = SIGURG;
 constexpr auto repetitionInterval = std::chrono::milliseconds(1);
 
@@ -33,25 +33,25 @@ sigset_t unblockSignal() {
 
 } // namespace
 
-Interruption::Interruption(const std::stop_token& stop) : thread_(::pthread_self()) {
+SystemCallInterrupter::SystemCallInterrupter(const std::stop_token& stop) : thread_(::pthread_self()) {
     [[maybe_unused]] static const bool isInstalled = (installHandler(), true);
     previousMask_ = unblockSignal();
-    onStop_.emplace(stop, [this] { interruptUntilLeft(); });
+    onStop_.emplace(stop, [this] { interruptUntilDestroyed(); });
 }
 
-Interruption::~Interruption() {
-    hasLeft_ = true;
+SystemCallInterrupter::~SystemCallInterrupter() {
+    isLeaving_ = true;
     onStop_.reset();
     ::pthread_sigmask(SIG_SETMASK, &previousMask_, nullptr);
 }
 
-// A signal that arrives just before the system call begins is lost, hence the repetition.
-void Interruption::interruptUntilLeft() const {
-    // A request older than this object is reported by its own constructor, with nothing to interrupt yet.
+// A signal just before the system call has no effect on it, hence the repetition.
+void SystemCallInterrupter::interruptUntilDestroyed() const {
+    // The constructor of the callback calls this if the stop was requested before: nothing to interrupt yet.
     if (::pthread_equal(::pthread_self(), thread_) != 0) {
         return;
     }
-    while (!hasLeft_) {
+    while (!isLeaving_) {
         ::pthread_kill(thread_, interruptingSignal);
         std::this_thread::sleep_for(repetitionInterval);
     }
