@@ -18,12 +18,6 @@ namespace {
 
 using test::TemporaryFolder;
 
-struct stat statusOf(const URL& url) {
-    struct stat status {};
-    EXPECT_EQ(::lstat(url.c_str(), &status), 0);
-    return status;
-}
-
 std::string accessList(const URL& url) {
     acl_t list = ::acl_get_file(url.c_str(), ACL_TYPE_ACCESS);
     char* text = ::acl_to_text(list, nullptr);
