@@ -8,8 +8,8 @@
 namespace tarnwick::test {
 namespace {
 
-// Both change the file in place: file systems write a file that is truncated and filled anew to the disk at
-// once, which takes a thousand times longer.
+// Changes the file in place: file systems write a truncated and refilled file to the disk at once, which is a
+// thousand times slower.
 void put(const URL& url, std::size_t place, std::uint8_t byte) {
     std::fstream file(url.path(), std::ios::in | std::ios::out | std::ios::binary);
     file.exceptions(std::ios::failbit | std::ios::badbit);
@@ -31,8 +31,10 @@ void forEachFlippedByte(const URL& url, std::size_t count,
                         const std::function<void(std::size_t place)>& check) {
     const Bytes bytes = readFilePrefix(url, count);
     for (std::size_t place = 0; place < bytes.size(); ++place) {
-        put(url, place, static_cast<std::uint8_t>(~bytes[place]));
-        check(place);
+        for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
+            put(url, place, static_cast<std::uint8_t>(bytes[place] ^ mask));
+            check(place);
+        }
         put(url, place, bytes[place]);
     }
 }

@@ -7,11 +7,11 @@
 
 namespace tarnwick::test {
 
-/// Cuts the file byte by byte from its end, down to nothing, and calls `check` with each length that is left.
+/// Cuts the file byte by byte from its end, down to nothing, and calls `check` with each remaining length.
 void forEachCut(const URL& url, const std::function<void(std::size_t length)>& check);
 
-/// Inverts the file's first `count` bytes one after the other and calls `check` with the place of each; every
-/// byte is put back before the next.
+/// Flips the lowest, the highest, then all bits of each of the file's first `count` bytes, and calls `check`
+/// with its place each time. Every byte is restored before the next.
 void forEachFlippedByte(const URL& url, std::size_t count,
                         const std::function<void(std::size_t place)>& check);
 

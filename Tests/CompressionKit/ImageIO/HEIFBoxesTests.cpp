@@ -1,10 +1,12 @@
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileContents.h"
 #include "ImageIO/HEIFBoxes.h"
-#include "Support/HEIFMaker.h"
 
 #include <gmock/gmock.h>
 
 #include <initializer_list>
+#include <string>
+#include <string_view>
 
 namespace tarnwick::test {
 namespace {
@@ -18,6 +20,37 @@ Bytes joined(std::initializer_list<Bytes> parts) {
         bytes.insert(bytes.end(), part.begin(), part.end());
     }
     return bytes;
+}
+
+Bytes box(std::string_view type, const Bytes& payload) {
+    const std::size_t size = payload.size() + 8;
+    Bytes header = {0, 0, static_cast<std::uint8_t>(size >> 8U), static_cast<std::uint8_t>(size)};
+    header.insert(header.end(), type.begin(), type.end());
+    return joined({header, payload});
+}
+
+/// A box with a version and flags.
+Bytes fullBox(std::string_view type, std::uint8_t version, std::uint8_t flags, const Bytes& payload) {
+    return box(type, joined({{version, 0, 0, flags}, payload}));
+}
+
+Bytes irot(std::uint8_t quarterTurns) {
+    return box("irot", {quarterTurns});
+}
+
+Bytes imir(std::uint8_t axis) {
+    return box("imir", {axis});
+}
+
+/// The offsets are those of the crop's centre from the picture's, in halves of a pixel.
+Bytes clap(std::uint8_t width, std::uint8_t height, std::int8_t right, std::int8_t down) {
+    const auto offset = [](std::int8_t value) -> Bytes {
+        const std::uint8_t sign = value < 0 ? 255 : 0;
+        return {sign, sign, sign, static_cast<std::uint8_t>(value), 0, 0, 0, 2};
+    };
+    return box(
+        "clap",
+        joined({{0, 0, 0, width, 0, 0, 0, 1, 0, 0, 0, height, 0, 0, 0, 1}, offset(right), offset(down)}));
 }
 
 Bytes ispe(std::uint8_t width, std::uint8_t height) {
@@ -94,7 +127,7 @@ Bytes track(std::string_view handler, const Bytes& sizes) {
     return box("trak", box("mdia", joined({fullBox("hdlr", 0, 0, kind), box("minf", box("stbl", sizes))})));
 }
 
-TEST(HEIFBoxes, AddsTransformationsUpInTheirOrder) {
+TEST(HEIFBoxesTest, AddsTransformationsUpInTheirOrder) {
     EXPECT_EQ(geometryOf({}), (HEIFGeometry{40, 20, 0, 0, 40, 20, 1}));
     const std::vector<std::pair<std::vector<Bytes>, int>> cases = {
         {{irot(0)}, 1},          {{irot(1)}, 8},          {{irot(2)}, 3},          {{irot(3)}, 6},
@@ -108,7 +141,7 @@ TEST(HEIFBoxes, AddsTransformationsUpInTheirOrder) {
     }
 }
 
-TEST(HEIFBoxes, FindsCropsInTheCodedPicture) {
+TEST(HEIFBoxesTest, FindsCropsInTheCodedPicture) {
     const auto crop = [](const std::vector<Bytes>& transformations) {
         return geometryOf(transformed(transformations));
     };
@@ -125,7 +158,7 @@ TEST(HEIFBoxes, FindsCropsInTheCodedPicture) {
     }
 }
 
-TEST(HEIFBoxes, ReducesTheFileToItsPrimaryPictureInPlace) {
+TEST(HEIFBoxesTest, ReducesTheFileToItsPrimaryPictureInPlace) {
     Structure structure;
     structure.properties = joined({irot(1), ispe(40, 20), clap(10, 6, 0, 0), alphaType()});
     structure.associations =
@@ -157,7 +190,7 @@ TEST(HEIFBoxes, ReducesTheFileToItsPrimaryPictureInPlace) {
     EXPECT_EQ(bytes.size(), size);
 }
 
-TEST(HEIFBoxes, CountsThePicturesThatStandForThemselves) {
+TEST(HEIFBoxesTest, CountsThePicturesThatStandForThemselves) {
     Structure structure;
     const auto count = [&](const Bytes& items, const Bytes& references) {
         structure.items = fullBox("iinf", 0, 0, joined({{0, 0}, items}));
@@ -181,7 +214,7 @@ TEST(HEIFBoxes, CountsThePicturesThatStandForThemselves) {
     EXPECT_EQ(HEIFBoxes(bytes).pictureCount(), 1) << "wide numbers, and an entry without a type";
 }
 
-TEST(HEIFBoxes, FindsTheAlphaOfThePrimaryItem) {
+TEST(HEIFBoxesTest, FindsTheAlphaOfThePrimaryItem) {
     Structure structure;
     structure.properties =
         joined({ispe(40, 20), alphaType(), fullBox("auxC", 0, 0, Bytes{'u', 'r', 'n', 0})});
@@ -204,7 +237,7 @@ TEST(HEIFBoxes, FindsTheAlphaOfThePrimaryItem) {
     EXPECT_TRUE(isMalformed(structure)) << "fewer items than stated";
 }
 
-TEST(HEIFBoxes, RefusesPicturesPutTogetherFromThemselves) {
+TEST(HEIFBoxesTest, RefusesPicturesPutTogetherFromThemselves) {
     const auto derived = [](std::uint8_t from, std::uint8_t to) {
         return box("dimg", Bytes{0, from, 0, 1, 0, to});
     };
@@ -229,7 +262,7 @@ TEST(HEIFBoxes, RefusesPicturesPutTogetherFromThemselves) {
         << "65,792 pictures from 526 bytes";
 }
 
-TEST(HEIFBoxes, RefusesAlphaOfAPieceOfThePicture) {
+TEST(HEIFBoxesTest, RefusesAlphaOfAPieceOfThePicture) {
     Structure structure;
     structure.properties = joined({ispe(40, 20), alphaType()});
     structure.associations = fullBox("ipma", 0, 0, Bytes{0, 0, 0, 3, 0, 1, 1, 1, 0, 2, 1, 1, 0, 3, 2, 1, 2});
@@ -243,7 +276,7 @@ TEST(HEIFBoxes, RefusesAlphaOfAPieceOfThePicture) {
     EXPECT_TRUE(refused(joined({tile, box("auxl", Bytes{0, 3, 0, 2, 0, 1, 0, 3})}))) << "alpha of alpha";
 }
 
-TEST(HEIFBoxes, CountsTheSamplesOfPictureTracks) {
+TEST(HEIFBoxesTest, CountsTheSamplesOfPictureTracks) {
     const auto sizes = [](std::string_view type, std::uint8_t count) {
         return fullBox(type, 0, 0, Bytes{0, 0, 0, 8, 0, 0, 0, count});
     };
@@ -261,7 +294,7 @@ TEST(HEIFBoxes, CountsTheSamplesOfPictureTracks) {
     EXPECT_THROW(sequenceLengthOf(box("trak", {})), CompressionError);
 }
 
-TEST(HEIFBoxes, RefusesStructuresThatContradictThemselves) {
+TEST(HEIFBoxesTest, RefusesStructuresThatContradictThemselves) {
     const Structure whole;
     EXPECT_FALSE(isMalformed(whole));
     const std::vector<Structure> malformed = {

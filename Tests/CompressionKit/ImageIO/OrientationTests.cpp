@@ -1,7 +1,8 @@
 #include "ImageIO/Orientation.h"
-#include "Support/Pixel.h"
 
 #include <gmock/gmock.h>
+
+#include <vector>
 
 namespace tarnwick::test {
 namespace {
@@ -9,11 +10,11 @@ namespace {
 /// One number a pixel, as its red value.
 std::vector<int> shown(const std::vector<int>& stored, std::int64_t width, std::int64_t height,
                        int orientation) {
-    const Bytes rgba = rgbaRows(width, height, [&](std::int64_t x, std::int64_t y) {
-        const auto value = static_cast<std::uint8_t>(stored.at(static_cast<std::size_t>(y * width + x)));
-        return Pixel{value, 1, 2, 3};
-    });
-    const Bytes turned = oriented(rgba, width, height, orientation);
+    std::vector<std::uint8_t> rgba;
+    for (const int value : stored) {
+        rgba.insert(rgba.end(), {static_cast<std::uint8_t>(value), 1, 2, 3});
+    }
+    const std::vector<std::uint8_t> turned = oriented(rgba, width, height, orientation);
     std::vector<int> values;
     for (std::size_t at = 0; at < turned.size(); at += 4) {
         EXPECT_THAT(std::vector(&turned[at + 1], &turned[at + 4]), testing::ElementsAre(1, 2, 3));
@@ -22,7 +23,7 @@ std::vector<int> shown(const std::vector<int>& stored, std::int64_t width, std::
     return values;
 }
 
-TEST(Orientation, ShowsEachOfTheEightExactly) {
+TEST(OrientationTest, ShowsEachOfTheEightExactly) {
     const std::vector<int> stored = {1, 2, 3, 4, 5, 6};
     EXPECT_THAT(shown(stored, 3, 2, 1), testing::ElementsAre(1, 2, 3, 4, 5, 6));
     EXPECT_THAT(shown(stored, 3, 2, 2), testing::ElementsAre(3, 2, 1, 6, 5, 4));
@@ -34,7 +35,7 @@ TEST(Orientation, ShowsEachOfTheEightExactly) {
     EXPECT_THAT(shown(stored, 3, 2, 8), testing::ElementsAre(3, 6, 2, 5, 1, 4));
 }
 
-TEST(Orientation, CombinesAsShowingTwiceDoes) {
+TEST(OrientationTest, CombinesAsShowingTwiceDoes) {
     const std::vector<int> stored = {1, 2, 3, 4, 5, 6};
     for (int first = 1; first <= 8; ++first) {
         const std::vector<int> once = shown(stored, 3, 2, first);

@@ -113,7 +113,9 @@ TEST_P(PictureTableTest, RefusesWhatIsNotWhatItsNameSays) {
                 ImageFacts::inspect(picture(name));
                 ADD_FAILURE() << "accepted";
             } catch (const CompressionError& error) {
-                EXPECT_EQ(error.errorCase(), CompressionError::Case::formatMismatch);
+                EXPECT_EQ(error.errorCase(), row["error"] == "formatMismatch"
+                                                 ? CompressionError::Case::formatMismatch
+                                                 : CompressionError::Case::invalidImage);
             }
         }
     });
@@ -136,8 +138,8 @@ TEST_P(PictureTableTest, DecodesTheSamePixelsAsAnotherProgram) {
 }
 
 TEST_P(PictureTableTest, ShowsTurnedPixelsInSRGB) {
-    // Encoders' own rounding adds to that of a conversion; JPEG shrinks with a filter of its own.
-    const int thumbnailTolerance = GetParam() == ".jpg" ? 8 : 3;
+    // Rounding to 8 bits before the conversion is visible in dark tones; JPEG shrinks with its own filter.
+    const int thumbnailTolerance = GetParam() == ".jpg" ? 8 : 4;
     forEachPicture([&](const URL& url, const Row& row) {
         if (row.contains("shown")) {
             const Row& shown = row["shown"];
@@ -145,9 +147,13 @@ TEST_P(PictureTableTest, ShowsTurnedPixelsInSRGB) {
             EXPECT_EQ(whole->width, shown["width"]);
             EXPECT_EQ(whole->height, shown["height"]);
             expectSamples(whole->pixels, whole->width, shown["pixels"], row["tolerance"].get<int>() + 2);
-            const DisplayImage small = ImageRendering::thumbnail(url, 8);
-            EXPECT_LE(largestDifference(small->pixels, fromHex(shown["thumbnail"])),
-                      row["tolerance"].get<int>() + thumbnailTolerance);
+            for (const Row& thumbnail : shown["thumbnails"]) {
+                const DisplayImage small = ImageRendering::thumbnail(url, thumbnail["maximum"]);
+                EXPECT_EQ(small->width, thumbnail["width"]);
+                EXPECT_EQ(small->height, thumbnail["height"]);
+                expectSamples(small->pixels, small->width, thumbnail["pixels"],
+                              row["tolerance"].get<int>() + thumbnailTolerance);
+            }
         }
     });
 }
@@ -157,7 +163,9 @@ TEST_P(PictureTableTest, FindsEachPictureEqualToItselfAlone) {
         EXPECT_TRUE(ImageFacts::pixelsEqual(url, url));
         EXPECT_TRUE(ImageFacts::alphaDeviationWithin(url, url, 0));
         EXPECT_TRUE(ImageFacts::quantizedAlphaWithin(url, url));
-        EXPECT_TRUE(GetParam() != ".gif" || ImageFacts::gifFramesEqual(url, url));
+        if (GetParam() == ".gif") {
+            EXPECT_EQ(ImageFacts::gifFramesEqual(url, url), row["images"].size() == row["frames"]);
+        }
         EXPECT_EQ(ImageFacts::pixelsEqual(url, picture("noise.png")), row["file"] == "noise.png");
     });
 }
@@ -186,7 +194,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, PictureTableTest, testing::Values(".png", ".jpg"
 TEST(GIFFrameExportTest, WritesEachCompositedFrame) {
     for (const Row& row : table()) {
         const std::string name = row["file"];
-        if (name.ends_with(".gif")) {
+        if (name.ends_with(".gif") && !row.contains("error") && row["images"].size() == row["frames"]) {
             SCOPED_TRACE(name);
             const TemporaryFolder folder;
             const std::vector<URL> files = ImageFacts::exportGIFFrames(picture(name), folder / "frames");
