@@ -1,6 +1,7 @@
 #include "ImageIO/DisplayDecoder.h"
 
 #include "Foundation/CompressionError.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/Orientation.h"
 #include "ImageIO/RowShrinker.h"
 #include "ImageIO/SRGBConversion.h"
@@ -15,7 +16,6 @@
 namespace tarnwick {
 namespace {
 
-constexpr std::int64_t bytesPerPixel = 4;
 constexpr std::int64_t bandPixels = std::int64_t{1} << 18;
 
 using Rows = std::vector<std::uint8_t>;

@@ -1,6 +1,7 @@
 #include "ImageIO/GIFSource.h"
 
 #include "Foundation/CompressionError.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/InputFile.h"
 #include "ImageIO/InvalidImage.h"
 
@@ -15,8 +16,6 @@
 
 namespace tarnwick {
 namespace {
-
-constexpr std::int64_t bytesPerPixel = 4;
 
 struct CloseGIF {
     void operator()(GifFileType* gif) const { DGifCloseFile(gif, nullptr); }

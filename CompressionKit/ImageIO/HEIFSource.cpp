@@ -1,7 +1,7 @@
 #include "ImageIO/HEIFSource.h"
 
 #include "Foundation/FileContents.h"
-#include "ImageIO/BitmapContext.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/HEIFBoxes.h"
 #include "ImageIO/InvalidImage.h"
 #include "ImageIO/StillFrameReader.h"
@@ -15,8 +15,6 @@
 
 namespace tarnwick {
 namespace {
-
-constexpr std::size_t bytesPerPixel = 4;
 
 struct Release {
     void operator()(heif_context* context) const { heif_context_free(context); }

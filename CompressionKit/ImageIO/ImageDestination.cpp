@@ -4,6 +4,7 @@
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/InvalidImage.h"
 #include "ImageIO/LibPNG.h"
 
@@ -90,7 +91,7 @@ private:
 };
 
 ImageDestination::Writer::Writer(const URL& url, const Options& options)
-    : url_(url), rowBytes_(static_cast<std::size_t>(checked(options).width) * 4),
+    : url_(url), rowBytes_(static_cast<std::size_t>(checked(options).width * bytesPerPixel)),
       rowsLeft_(static_cast<std::size_t>(options.height)), file_(createOrOverwrite(url)) {
     if (isRegularFile(url)) {
         unfinished_.emplace(url);

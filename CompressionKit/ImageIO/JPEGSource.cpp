@@ -1,6 +1,7 @@
 #include "ImageIO/JPEGSource.h"
 
 #include "Foundation/Text.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/ErrorJump.h"
 #include "ImageIO/ExifOrientation.h"
 #include "ImageIO/InputFile.h"
@@ -226,7 +227,7 @@ void JPEGFrameReader::start() {
         state->do_fancy_upsampling = TRUE;
         jpeg_start_decompress(state);
     });
-    requireImage(std::size_t{handle_->output_width} * 4 == rowBytes());
+    requireImage(std::size_t{handle_->output_width} * bytesPerPixel == rowBytes());
     requireAllComponents();
     started_ = true;
 }

@@ -1,13 +1,13 @@
 #include "ImageIO/Orientation.h"
 
+#include "ImageIO/Bitmap.h"
+
 #include <array>
 #include <cstring>
 #include <utility>
 
 namespace tarnwick {
 namespace {
-
-constexpr std::int64_t bytesPerPixel = 4;
 
 /// How the position of a shown pixel becomes the stored one: its coordinates change places first, then each
 /// may be counted from the far end.

@@ -1,11 +1,11 @@
 #include "ImageIO/RowShrinker.h"
 
+#include "ImageIO/Bitmap.h"
+
 #include <cstddef>
 
 namespace tarnwick {
 namespace {
-
-constexpr std::size_t bytesPerPixel = 4;
 
 std::uint8_t average(std::uint64_t sum, std::uint64_t weight) {
     return weight == 0 ? std::uint8_t{0} : static_cast<std::uint8_t>((sum + weight / 2) / weight);

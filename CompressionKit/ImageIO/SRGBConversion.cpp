@@ -1,14 +1,11 @@
 #include "ImageIO/SRGBConversion.h"
 
+#include "ImageIO/Bitmap.h"
+
 #include <cstddef>
 #include <vector>
 
 namespace tarnwick {
-namespace {
-
-constexpr std::size_t bytesPerPixel = 4;
-
-} // namespace
 
 SRGBConversion::SRGBConversion(const ColorProfile& profile) {
     const std::vector<std::uint8_t> icc =

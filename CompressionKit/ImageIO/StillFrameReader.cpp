@@ -1,11 +1,14 @@
 #include "ImageIO/StillFrameReader.h"
 
+#include "ImageIO/Bitmap.h"
+
 #include <stdexcept>
 
 namespace tarnwick {
 
 StillFrameReader::StillFrameReader(std::int64_t width, std::int64_t height)
-    : rowBytes_(static_cast<std::size_t>(width) * 4), rowsLeft_(static_cast<std::size_t>(height)) {}
+    : rowBytes_(static_cast<std::size_t>(width * bytesPerPixel)),
+      rowsLeft_(static_cast<std::size_t>(height)) {}
 
 bool StillFrameReader::next() {
     position_ = position_ == Position::before ? Position::within : Position::after;

@@ -3,6 +3,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileSystemError.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
 #include "ImageIO/InvalidImage.h"
@@ -51,7 +52,7 @@ std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
     const ImageInfo& info = container->info();
     createDirectories(directory);
     const auto frames = container->frames();
-    std::vector<std::uint8_t> canvas(static_cast<std::size_t>(info.width * info.height * 4));
+    std::vector<std::uint8_t> canvas(static_cast<std::size_t>(info.width * info.height * bytesPerPixel));
     std::vector<URL> files;
     for (std::int64_t i = 0; i < info.imageCount; ++i) {
         requireImage(frames->next());

@@ -33,7 +33,7 @@ Bitmap readPicture(const URL& url) {
         const auto frames = source->frames();
         requireImage(frames->next());
         Bitmap picture{source->info().width, source->info().height, {}};
-        picture.pixels.resize(static_cast<std::size_t>(picture.width * picture.height * 4));
+        picture.pixels.resize(static_cast<std::size_t>(picture.width * picture.height * bytesPerPixel));
         frames->readRows(picture.pixels);
         premultiply(picture.pixels);
         return picture;

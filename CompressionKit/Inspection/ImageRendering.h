@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Foundation/URL.h"
-#include "ImageIO/BitmapContext.h"
+#include "ImageIO/Bitmap.h"
 #include "Inspection/ReadingQueue.h"
 
 #include <cstdint>

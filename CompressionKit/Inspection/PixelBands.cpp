@@ -1,12 +1,13 @@
 #include "Inspection/PixelBands.h"
 
+#include "ImageIO/Bitmap.h"
+
 #include <algorithm>
 
 namespace tarnwick {
 namespace {
 
 constexpr std::int64_t bandPixels = 1'048'576;
-constexpr std::int64_t bytesPerPixel = 4;
 
 } // namespace
 

@@ -2,7 +2,7 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
-#include "ImageIO/BitmapContext.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/ImageSource.h"
 #include "Inspection/PixelBands.h"
 

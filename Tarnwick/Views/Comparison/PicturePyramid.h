@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ImageIO/BitmapContext.h"
+#include "ImageIO/Bitmap.h"
 
 #include <cstdint>
 #include <memory>
