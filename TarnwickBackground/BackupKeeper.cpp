@@ -11,12 +11,12 @@
 namespace tarnwick {
 namespace {
 
-/// The tools of a process that was killed run on for a while.
-constexpr double secondsUntilAnotherLook = 60;
+/// The tools of a killed process keep running for a while and hold their work.
+constexpr double secondsUntilNextSweep = 60;
 
-/// By a connection of its own: the bus must have it before this program ends. The windows hear the one, and
-/// who only cares for backups the other. This program hears both too; the pass that this costs removes
-/// nothing, and so posts nothing.
+/// Uses a connection of its own, since the bus must have the messages before this program exits. Windows
+/// observe the first notification, observers of backups the second. This program receives both too; the pass
+/// that they start removes nothing and so posts nothing.
 void announceChange() {
     postNotification(NotificationName::historyDidChange);
     postNotification(NotificationName::undoDidChange);
@@ -28,7 +28,7 @@ BackupKeeper::BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::fu
     : store_(std::move(store)), lockFile_(std::move(lockFile)), lock_(std::move(lock)), end_(std::move(end)),
       maintenance_(
           worker_, clock_, store_,
-          [this](const BackupMaintenance::Findings& findings) { passEnded(findings); },
+          [this](const BackupMaintenance::Findings& findings) { handleFindings(findings); },
           [this] { end_(EXIT_FAILURE); }) {
     const auto schedule = [this] { maintenance_.schedule(); };
     historyObservation_ = notifications_.observe(NotificationName::historyDidChange, schedule);
@@ -38,15 +38,15 @@ BackupKeeper::BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::fu
 }
 
 void BackupKeeper::removeLeftovers() {
-    isLookingAgain_ = true;
+    isSweepPending_ = true;
     worker_.run([store = store_] { return tarnwick::removeLeftovers(store); },
                 [this](const std::exception_ptr& error, const Leftovers& leftovers) {
-                    leftoversRemoved(error, leftovers);
+                    handleLeftovers(error, leftovers);
                 });
 }
 
-void BackupKeeper::leftoversRemoved(const std::exception_ptr& error, const Leftovers& leftovers) {
-    isLookingAgain_ = leftovers.isHeld;
+void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const Leftovers& leftovers) {
+    isSweepPending_ = leftovers.isHeld;
     if (error) {
         qWarning().noquote() << "无法清理意外中断的任务：" + errorText(error);
     }
@@ -56,25 +56,25 @@ void BackupKeeper::leftoversRemoved(const std::exception_ptr& error, const Lefto
     if (leftovers.settledRecords > 0) {
         announceChange();
     }
-    if (isLookingAgain_) {
-        anotherLook_ = clock_.startTimer(secondsUntilAnotherLook, [this] { removeLeftovers(); });
+    if (isSweepPending_) {
+        nextSweep_ = clock_.startTimer(secondsUntilNextSweep, [this] { removeLeftovers(); });
     }
     maintenance_.schedule();
 }
 
-void BackupKeeper::passEnded(const BackupMaintenance::Findings& findings) {
+void BackupKeeper::handleFindings(const BackupMaintenance::Findings& findings) {
     if (findings.hasRemoved) {
         announceChange();
     }
-    if (findings.records.empty() && !isLookingAgain_) {
+    if (findings.records.empty() && !isSweepPending_) {
         endUnlessNeeded();
     }
 }
 
 void BackupKeeper::endUnlessNeeded() {
-    // A record may be made just now, whose maker starts a helper that ends at once because this one still has
-    // the lock. So the lock goes first and then comes one more look: a record that was made before the lock
-    // went is seen, and the maker of a later one finds the lock free.
+    // Another process may be making a record now; the helper that it starts exits at once while this one
+    // holds the lock. So this one releases the lock and then checks the store again: it sees every record
+    // made before the release, and for a later record the new helper gets the lock.
     lock_.reset();
     if (store_.nextBackupExpiration() && takeLock()) {
         maintenance_.schedule();

@@ -16,17 +16,17 @@
 
 namespace tarnwick {
 
-/// Clears up after dead processes, and then removes the store's backups as they expire, until there is none.
-/// Belongs to the main thread, whose event loop it needs.
+/// Removes what killed processes left, then the store's backups as they expire, until there is none. Belongs
+/// to the main thread and needs its event loop.
 class BackupKeeper {
 public:
-    /// `end` is called with the program's exit status when there is no more to do. `lock` is held until then.
+    /// Calls `end` with the program's exit status when there is no more work. Holds `lock` until then.
     BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::function<void(int)> end);
 
 private:
     void removeLeftovers();
-    void leftoversRemoved(const std::exception_ptr& error, const Leftovers& leftovers);
-    void passEnded(const BackupMaintenance::Findings& findings);
+    void handleLeftovers(const std::exception_ptr& error, const Leftovers& leftovers);
+    void handleFindings(const BackupMaintenance::Findings& findings);
     void endUnlessNeeded();
     bool takeLock();
 
@@ -40,8 +40,8 @@ private:
     MainThreadContext mainThread_;
     BackgroundWorker worker_{mainThread_.executor()};
     BackupMaintenance maintenance_;
-    Registration anotherLook_;
-    bool isLookingAgain_ = false;
+    Registration nextSweep_;
+    bool isSweepPending_ = false;
     Registration historyObservation_;
     Registration undoObservation_;
     Registration wakeObservation_;

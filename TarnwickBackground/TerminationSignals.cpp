@@ -15,7 +15,7 @@ TerminationSignals::TerminationSignals() {
     sigemptyset(&handled);
     for (const int signal : {SIGINT, SIGTERM}) {
         sigaddset(&handled, signal);
-        // A shell makes what it starts in the background ignore SIGINT, and ignored ones never arrive.
+        // A shell starts background programs with SIGINT ignored, and an ignored signal is never delivered.
         static_cast<void>(std::signal(signal, SIG_DFL));
     }
     ::pthread_sigmask(SIG_SETMASK, &handled, nullptr);

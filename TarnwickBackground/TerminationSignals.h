@@ -8,14 +8,14 @@
 
 namespace tarnwick {
 
-/// SIGINT and SIGTERM as calls in the event loop. To be made before the program's first further thread, which
-/// would get the signals otherwise.
+/// Delivers SIGINT and SIGTERM in the event loop. Construct it before the program starts its first thread,
+/// which would receive the signals otherwise.
 class TerminationSignals {
 public:
     /// Throws std::system_error.
     TerminationSignals();
 
-    /// Calls the handler on this thread for every signal from now on; one that came before counts.
+    /// Calls the handler on this thread for each signal, also for one that arrived before.
     void observe(std::function<void()> handler);
 
 private:

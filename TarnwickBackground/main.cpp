@@ -26,7 +26,6 @@ constexpr auto help = "用法：TarnwickBackground --maintain-backups\n"
                       "  --version           显示版本\n"
                       "  --help              显示帮助\n";
 
-/// There is seldom anybody to read standard error.
 void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
     if (type != QtDebugMsg && type != QtInfoMsg) {
         ::syslog(LOG_WARNING, "%s", message.toUtf8().constData());
@@ -34,7 +33,7 @@ void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QSt
 }
 
 int maintainBackups(int argc, char** argv) {
-    // What the starter's own parent has open, a pipe perhaps, would not be closed for hours.
+    // An inherited descriptor, such as a pipe, would stay open for hours.
     ::closefrom(STDERR_FILENO + 1);
     ::openlog("TarnwickBackground", LOG_PERROR, LOG_USER);
     qInstallMessageHandler(logMessage);

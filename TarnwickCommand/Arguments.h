@@ -21,20 +21,20 @@ struct Invocation {
     /// Paths and record identifiers, as they were given.
     std::vector<std::string> operands;
     bool json = false;
-    /// --yes: not to be asked.
+    /// --yes: clear without asking.
     bool isConfirmed = false;
     std::optional<std::string> toolDirectory;
     std::optional<std::string> store;
 };
 
-/// What is printed instead of doing anything: help and version on standard output, wrong usage on standard
-/// error.
+/// Text to print instead of running a command: help and version go to standard output, wrong usage to
+/// standard error.
 struct Reply {
     std::string text;
     int status = ExitStatus::success;
 };
 
-/// `arguments` are those behind the program's name, of any bytes.
+/// `arguments` exclude the program's name and may hold any bytes.
 std::variant<Invocation, Reply> parseArguments(const std::vector<std::string>& arguments);
 
 } // namespace tarnwick

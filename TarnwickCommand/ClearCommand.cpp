@@ -15,13 +15,13 @@
 namespace tarnwick {
 namespace {
 
-/// One line that the user types; empty at the end of the input. Throws Cancelled.
+/// A line typed by the user; empty at the end of the input. Throws Cancelled.
 std::string typedLine(const Cancellation& cancellation) {
     waitUntilReadable(STDIN_FILENO, cancellation.descriptor());
     if (cancellation.isRequested()) {
         throw Cancelled();
     }
-    // A terminal hands out whole lines.
+    // A terminal delivers whole lines.
     std::array<char, 256> line{};
     const ssize_t length = ::read(STDIN_FILENO, line.data(), line.size());
     return std::string(trimmed({line.data(), static_cast<std::size_t>(length > 0 ? length : 0)}));

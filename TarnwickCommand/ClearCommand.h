@@ -4,7 +4,7 @@
 
 namespace tarnwick {
 
-/// Deletes the whole history, after asking on the terminal unless it is confirmed already.
+/// Deletes the whole history. Asks on the terminal first unless `isConfirmed`.
 int runClear(const CommandContext& context, bool isConfirmed);
 
 } // namespace tarnwick

@@ -15,7 +15,7 @@
 namespace tarnwick {
 namespace {
 
-/// The kind bits of the item's mode; a link is not followed. Throws FileSystemError.
+/// The file type bits of the mode; links are not followed. Throws FileSystemError.
 mode_t itemType(const URL& url) {
     struct stat status {};
     if (::lstat(url.c_str(), &status) != 0) {

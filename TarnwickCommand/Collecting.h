@@ -9,19 +9,19 @@
 
 namespace tarnwick {
 
-/// One file that the user asked for.
+/// A file to compress.
 struct CollectedFile {
-    /// As it was given, or as walking from what was given leads to it; any bytes.
+    /// As given, or the path by which a folder was walked; any bytes.
     std::string path;
-    /// With its folder's links resolved; empty when there is an error.
+    /// With the links in its folder resolved; empty when there is an error.
     URL url;
-    /// Why there is nothing to compress.
+    /// Why the file cannot be compressed.
     std::optional<std::string> error = std::nullopt;
 };
 
-/// The files that the paths name, in their order, each once. Folders are walked in the order of names: of
-/// what is found in them only regular files of the kinds that can be compressed count, and nothing hidden.
-/// What is named outright is taken as it is. Throws Cancelled.
+/// The files that the paths name, each once and in the given order. Folders are walked recursively in the
+/// order of names; only regular files of a supported kind are taken from them, and nothing hidden. A path
+/// that is given itself may also be hidden or a link. Throws Cancelled.
 std::vector<CollectedFile> collectFiles(const std::vector<std::string>& paths,
                                         const Cancellation& cancellation);
 

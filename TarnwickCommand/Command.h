@@ -8,17 +8,17 @@
 
 namespace tarnwick {
 
-/// What every command works with. Everything it refers to outlives the command.
+/// The environment of every command. All references outlive the command.
 ///
-/// A command returns its ExitStatus. It throws OutputFailed, Cancelled when it was stopped between two items
-/// or within one, and what the library throws when it could do nothing at all.
+/// A command returns its ExitStatus. It throws OutputFailed, Cancelled when it was stopped, and the library's
+/// error when it could not start its work.
 struct CommandContext {
     const Output& output;
     const UndoStore& undo;
     const URL& toolDirectory;
     const Cancellation& cancellation;
     bool json = false;
-    /// Starts the helper that keeps the backups of the user's own store; none with any other store.
+    /// Starts the helper that maintains the user's own store; null for any other store.
     HelperLauncher* backupKeeper = nullptr;
 
     bool isOwnStore() const { return backupKeeper != nullptr; }

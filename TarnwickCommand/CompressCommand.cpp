@@ -32,7 +32,7 @@ public:
 
     int run() {
         for (const CollectedFile& file : files_) {
-            file.error ? end(file, {.error = *file.error}) : add(file);
+            file.error ? finish(file, {.error = *file.error}) : add(file);
         }
         work_.run();
         reporter_->finish(progress_);
@@ -49,17 +49,17 @@ private:
         work_.add(file.url, begins, compress,
                   [this, &file](const std::exception_ptr& error, std::optional<CompressionResult> result) {
                       if (!error) {
-                          end(file, {.result = std::move(result)});
+                          finish(file, {.result = std::move(result)});
                       } else if (!isStopped(error)) {
-                          end(file, {.error = errorDescription(error)});
+                          finish(file, {.error = errorDescription(error)});
                       }
                   });
     }
 
-    void end(const CollectedFile& file, const FileEnding& ending) {
-        progress_.count(ending);
-        reporter_->end(file, ending, progress_);
-        if (ending.result && ending.result->undoRecord) {
+    void finish(const CollectedFile& file, const FileOutcome& outcome) {
+        progress_.count(outcome);
+        reporter_->end(file, outcome, progress_);
+        if (outcome.result && outcome.result->undoRecord) {
             postNotification(NotificationName::historyDidChange);
             if (backupKeeper_ != nullptr) {
                 backupKeeper_->launch();
@@ -79,7 +79,7 @@ private:
 } // namespace
 
 int runCompress(const CommandContext& context, const std::vector<std::string>& paths) {
-    // All before the first is compressed: a PNG made from a HEIC file must not be found by the walk.
+    // Collects all files first: the walk must not find a PNG that was converted from a HEIC file.
     return Batch(context, collectFiles(paths, context.cancellation)).run();
 }
 

@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// Compresses the files and what is in the folders, one after another, as one batch of the history.
+/// Compresses the files and the pictures in the folders as one batch of the history.
 int runCompress(const CommandContext& context, const std::vector<std::string>& paths);
 
 } // namespace tarnwick

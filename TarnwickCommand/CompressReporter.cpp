@@ -34,11 +34,11 @@ public:
     explicit JSONReporter(const Output& output) : output_(output) {}
 
     void begin(const CollectedFile& /*file*/, const BatchProgress& /*progress*/) override {}
-    void end(const CollectedFile& file, const FileEnding& ending,
+    void end(const CollectedFile& file, const FileOutcome& outcome,
              const BatchProgress& /*progress*/) override {
         JSON object = {{"path", GivenPath::portableText(file.path)}};
-        object.update(ending.result ? jsonOf(*ending.result)
-                                    : JSON{{"outcome", "failed"}, {"error", ending.error}});
+        object.update(outcome.result ? jsonOf(*outcome.result)
+                                     : JSON{{"outcome", "failed"}, {"error", outcome.error}});
         output_.writeLine(jsonLine(object));
     }
     void finish(const BatchProgress& /*progress*/) override {}
@@ -52,9 +52,9 @@ public:
     explicit PlainReporter(const Output& output) : output_(output) {}
 
     void begin(const CollectedFile& /*file*/, const BatchProgress& /*progress*/) override {}
-    void end(const CollectedFile& file, const FileEnding& ending,
+    void end(const CollectedFile& file, const FileOutcome& outcome,
              const BatchProgress& /*progress*/) override {
-        output_.writeLine(displayText(file.path) + "  " + endingText(ending));
+        output_.writeLine(displayText(file.path) + "  " + outcomeText(outcome));
     }
     void finish(const BatchProgress& progress) override { output_.write(batchSummary(progress)); }
 
@@ -64,16 +64,16 @@ private:
 
 } // namespace
 
-void BatchProgress::count(const FileEnding& ending) {
+void BatchProgress::count(const FileOutcome& outcome) {
     ++done;
-    if (!ending.result) {
+    if (!outcome.result) {
         ++failed;
         return;
     }
-    switch (ending.result->outcome) {
+    switch (outcome.result->outcome) {
     case CompressionOutcome::replaced:
         ++replaced;
-        savedBytes += ending.result->savedBytes();
+        savedBytes += outcome.result->savedBytes();
         break;
     case CompressionOutcome::converted:
         ++converted;
@@ -84,12 +84,12 @@ void BatchProgress::count(const FileEnding& ending) {
     }
 }
 
-std::string endingText(const FileEnding& ending) {
-    if (!ending.result) {
-        return RowText::failed(displayText(ending.error));
+std::string outcomeText(const FileOutcome& outcome) {
+    if (!outcome.result) {
+        return RowText::failed(displayText(outcome.error));
     }
-    const auto badge = RowText::badge(*ending.result);
-    return RowText::finished(*ending.result) + (badge ? "  " + *badge : "");
+    const auto badge = RowText::badge(*outcome.result);
+    return RowText::finished(*outcome.result) + (badge ? "  " + *badge : "");
 }
 
 std::string batchSummary(const BatchProgress& progress) {

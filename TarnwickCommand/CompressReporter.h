@@ -13,13 +13,13 @@
 
 namespace tarnwick {
 
-/// How one file ended: with a result, or with an error.
-struct FileEnding {
+/// The result of one file, or its error.
+struct FileOutcome {
     std::optional<CompressionResult> result = std::nullopt;
     std::string error = {};
 };
 
-/// A batch so far.
+/// The counts of a batch so far.
 struct BatchProgress {
     std::size_t total = 0;
     std::size_t done = 0;
@@ -27,13 +27,13 @@ struct BatchProgress {
     std::size_t converted = 0;
     std::size_t skipped = 0;
     std::size_t failed = 0;
-    /// By replaced files: a converted one's original stays, so that it frees nothing.
+    /// Of replaced files only: the original of a converted file stays.
     std::int64_t savedBytes = 0;
 
-    void count(const FileEnding& ending);
+    void count(const FileOutcome& outcome);
 };
 
-/// Tells of a batch on standard output; several files may be at work at once. All functions throw
+/// Reports a batch on standard output. Several files may be compressed at a time. All functions throw
 /// OutputFailed.
 class CompressReporter {
 public:
@@ -42,22 +42,24 @@ public:
     CompressReporter(const CompressReporter&) = delete;
     CompressReporter& operator=(const CompressReporter&) = delete;
 
-    /// Work on the file begins.
+    /// The compression of the file starts.
     virtual void begin(const CollectedFile& file, const BatchProgress& progress) = 0;
-    /// The file is done, and counted in `progress`; begin() was called for it unless it was never worked on.
-    virtual void end(const CollectedFile& file, const FileEnding& ending, const BatchProgress& progress) = 0;
-    /// The batch is over, perhaps before its end.
+    /// The file is finished, and `progress` counts it. begin() was called before unless the file was
+    /// rejected.
+    virtual void end(const CollectedFile& file, const FileOutcome& outcome,
+                     const BatchProgress& progress) = 0;
+    /// The batch is finished or was stopped.
     virtual void finish(const BatchProgress& progress) = 0;
 };
 
-/// One JSON object a file with `json`; else rows, which on a terminal stand above a progress bar. `files` is
-/// the batch.
+/// With `json`, prints one JSON object for each file; else rows, on a terminal above a progress bar. `files`
+/// is the whole batch.
 std::unique_ptr<CompressReporter> makeCompressReporter(const Output& output, bool json,
                                                        const std::vector<CollectedFile>& files);
 
-/// What a finished row says: its text and its badge.
-std::string endingText(const FileEnding& ending);
-/// The end of a batch in one line, with its line end; empty for a single file, whose row says it all.
+/// The text and the badge of a finished row.
+std::string outcomeText(const FileOutcome& outcome);
+/// A summary line with its line end; empty for a single file.
 std::string batchSummary(const BatchProgress& progress);
 
 } // namespace tarnwick

@@ -10,7 +10,7 @@ namespace {
 
 std::time_t timeOf(Date date) {
     constexpr double yearOne = -62'135'596'800;
-    // A day short, so that no time zone leads to the year 10000.
+    // One day less, so no time zone gives the year 10000.
     constexpr double endOf9999 = 253'402'214'399;
     return static_cast<std::time_t>(std::clamp(std::floor(date.secondsSince1970()), yearOne, endOf9999));
 }

@@ -11,8 +11,8 @@
 namespace tarnwick {
 namespace {
 
-/// Returns the path of the file that the record was of. Throws CompressionError and FileSystemError.
-std::string deleted(const CommandContext& context, const std::string& identifier) {
+/// Returns the path of the record's original. Throws CompressionError and FileSystemError.
+std::string deleteRecord(const CommandContext& context, const std::string& identifier) {
     const auto id = UUID::parse(identifier);
     const auto record = id ? RecordLookup::withID(context.undo, *id) : std::nullopt;
     if (!record) {
@@ -32,7 +32,7 @@ int runDelete(const CommandContext& context, const std::vector<std::string>& ide
     for (const std::string& identifier : identifiers) {
         context.throwIfCancelled();
         try {
-            const std::string path = deleted(context, identifier);
+            const std::string path = deleteRecord(context, identifier);
             context.output.writeLine(displayText(path) + "  已删除记录");
         } catch (const OutputFailed&) {
             throw;

@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// Deletes records with their backups.
+/// Deletes records and their backups.
 int runDelete(const CommandContext& context, const std::vector<std::string>& identifiers);
 
 } // namespace tarnwick

@@ -5,22 +5,19 @@
 #include <optional>
 #include <string>
 
-/// Paths as a person types them: of any bytes, and mostly relative.
+/// Paths from the command line: any bytes, often relative.
 namespace tarnwick::GivenPath {
 
-/// The file at the path; throws FileSystemError for the empty path, which names none.
+/// The file at the path. Throws FileSystemError for an empty path.
 URL url(const std::string& path);
 
-/// The path as JSON can carry it: itself when it is UTF-8, else the file's URI.
+/// The path for JSON: itself when it is UTF-8, else the file's URI.
 std::string portableText(const std::string& path);
 
-/// The item's one name, without links and dots; what is missing at its end stays as it stands. The location
-/// itself when it cannot be told.
+/// The canonical path, without links and dots; components that do not exist stay as they are. The given URL
+/// when the path cannot be resolved.
 URL resolved(const URL& url);
-/// The same for the item's folder only: the item may be a link, and stays one.
+/// The same for the folder only; a link as the last component is kept.
 URL resolvingFolder(const URL& url);
-
-/// What is no regular file is no picture.
-constexpr auto notARegularFile = "请选择普通图片文件";
 
 } // namespace tarnwick::GivenPath

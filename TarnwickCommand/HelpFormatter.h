@@ -6,7 +6,7 @@
 
 namespace tarnwick {
 
-/// Help in Chinese, whose columns line up although its characters take two.
+/// Formats help in Chinese; its wide characters take two columns each.
 class HelpFormatter final : public CLI::Formatter {
 public:
     HelpFormatter();

@@ -71,7 +71,7 @@ Widths widthsOf(const std::vector<Row>& rows) {
     return widths;
 }
 
-/// Takes from the file's column what the terminal lacks, but leaves enough to know the file by.
+/// Narrows the file column to fit the terminal, but keeps enough of it to recognize the file.
 void fit(Widths& widths, std::size_t columns) {
     constexpr std::size_t least = 24;
     std::size_t others = (columnCount - 1) * gap;

@@ -1,5 +1,6 @@
 #include "TarnwickCommand/InspectCommand.h"
 
+#include "Engine/Original.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileSystemError.h"
@@ -21,15 +22,15 @@
 namespace tarnwick {
 namespace {
 
-/// Says why a file cannot be looked at where inspecting would only say that it is no picture. Opening a pipe
-/// would wait for ever.
+/// Throws the cause when the file cannot be read, where inspecting would only report an undecodable picture.
+/// Checks the type first: opening a pipe would block.
 void requireReadableFile(const URL& url) {
     struct stat status {};
     if (::stat(url.c_str(), &status) != 0) {
         throw FileSystemError("无法读取文件信息", url, errno);
     }
     if (!S_ISREG(status.st_mode)) {
-        throw CompressionError::fileOperation(GivenPath::notARegularFile);
+        throw CompressionError::fileOperation(notARegularFile);
     }
     if (!ImageKind::from(url)) {
         throw CompressionError::fileOperation(std::string(Messages::unsupportedKind));
@@ -102,7 +103,7 @@ std::string textOf(const std::string& path, const ImageFacts& facts) {
     return text;
 }
 
-void tellFailure(const CommandContext& context, const std::string& path, const std::string& message) {
+void reportFailure(const CommandContext& context, const std::string& path, const std::string& message) {
     if (context.json) {
         context.output.writeLine(jsonLine({{"path", GivenPath::portableText(path)}, {"error", message}}));
     } else {
@@ -120,7 +121,7 @@ int runInspect(const CommandContext& context, const std::vector<std::string>& pa
         try {
             facts = factsOf(path);
         } catch (const std::exception& error) {
-            tellFailure(context, path, errorDescription(error));
+            reportFailure(context, path, errorDescription(error));
             status = ExitStatus::failure;
         }
         if (facts) {

@@ -6,10 +6,10 @@
 
 namespace tarnwick {
 
-/// Keeps its members in the order in which they were added.
+/// Keeps its members in insertion order.
 using JSON = nlohmann::ordered_json;
 
-/// The object on one line, without the line end; text that is not UTF-8 is repaired.
+/// The object on one line, without a line end. Replaces invalid UTF-8.
 std::string jsonLine(const JSON& object);
 
 } // namespace tarnwick

@@ -9,7 +9,7 @@
 namespace tarnwick {
 namespace {
 
-void tidyAfterDeadProcesses(const CommandContext& context) {
+void removeInterruptedWork(const CommandContext& context) {
     const Leftovers leftovers = removeLeftovers(context.undo);
     if (leftovers.settledRecords > 0) {
         postNotification(NotificationName::historyDidChange);
@@ -27,7 +27,7 @@ void tidyAfterDeadProcesses(const CommandContext& context) {
 
 int runMaintain(const CommandContext& context) {
     if (context.isOwnStore()) {
-        tidyAfterDeadProcesses(context);
+        removeInterruptedWork(context);
     }
     const auto removed =
         context.undo.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, Date::now());

@@ -28,7 +28,7 @@ void Output::write(std::string_view text) const {
         if (written >= 0) {
             text.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            // Whoever shares the descriptor made it non-blocking.
+            // Another process that shares the descriptor made it non-blocking.
             waitUntilWritable();
         } else if (errno != EINTR) {
             throw OutputFailed("无法写入标准输出：" + systemErrorText(errno));
@@ -59,7 +59,7 @@ std::size_t Output::columns() const noexcept {
 
 void printError(std::string_view message) {
     const std::string line = "tarnwick：" + std::string(message) + '\n';
-    // Standard error is the last place to tell anything: its own failure goes untold.
+    // There is no other place to report a failure of standard error.
     [[maybe_unused]] const auto written = std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -77,7 +77,7 @@ TransientLine::~TransientLine() {
     try {
         output_.write("\r\x1b[K");
     } catch (const OutputFailed&) {
-        // The next line that is written meets the same failure and tells it.
+        // The next write reports the same failure.
     }
 }
 

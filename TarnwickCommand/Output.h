@@ -7,25 +7,25 @@
 
 namespace tarnwick {
 
-/// Standard output takes nothing more: nobody reads it, or its disk is full.
+/// A write to standard output failed: its pipe is closed or its disk is full.
 class OutputFailed : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Standard output, unbuffered: what was written stands there even if the program ends at once.
+/// Unbuffered standard output: written text is not lost when the program ends abruptly.
 class Output {
 public:
     /// Does not own the descriptor.
     explicit Output(int descriptor) noexcept : descriptor_(descriptor) {}
 
-    /// Writes all of the text. Throws OutputFailed.
+    /// Writes the whole text. Throws OutputFailed.
     void write(std::string_view text) const;
     /// The same with a line end.
     void writeLine(std::string_view line) const;
 
-    /// Whether this is a terminal that understands cursor movements.
+    /// Whether this is a terminal with cursor movement.
     bool isTerminal() const noexcept;
-    /// The terminal's width as it is now; 80 when it cannot be told.
+    /// The terminal's current width; 80 when it is unknown.
     std::size_t columns() const noexcept;
 
 private:
@@ -34,11 +34,10 @@ private:
     int descriptor_;
 };
 
-/// A line for people on standard error: "tarnwick：" and the message.
+/// Prints "tarnwick：" and the message as a line on standard error.
 void printError(std::string_view message);
 
-/// A line that stands on a terminal while something is going on and is gone at the end of the scope; nothing
-/// elsewhere.
+/// A line on a terminal that is erased at the end of the scope; prints nothing elsewhere.
 class TransientLine {
 public:
     /// Throws OutputFailed.

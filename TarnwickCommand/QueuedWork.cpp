@@ -27,7 +27,7 @@ QueuedWork::~QueuedWork() {
         try {
             run();
         } catch (...) {
-            // Somebody else's exception is on its way already, or the handlers would have been heard.
+            // Another exception is propagating already, else run() would have been called before.
         }
     }
 }
@@ -37,8 +37,8 @@ void QueuedWork::run() {
         request_.cancel();
     }
     std::exception_ptr first;
-    // Until the context is out of work, not only of handlers: the queue's thread still holds on to the
-    // context for a moment after it handed a handler over.
+    // Runs until the context has no more work, not only no more handlers: the queue's thread still uses the
+    // context briefly after it posted a handler.
     for (std::size_t ran = 1; ran > 0;) {
         try {
             ran = context_.run_one();

@@ -16,21 +16,21 @@
 
 namespace tarnwick {
 
-/// Work on files through the process's queue, whose ends are told on the calling thread. Belongs to one
-/// thread, but for what is said of post(). Once one of these was stopped, the queue takes no more work.
+/// Runs operations on files through the process's queue; completion handlers run on the calling thread. Only
+/// post() may be called from other threads. After one instance was stopped, the queue accepts no more work.
 class QueuedWork {
 public:
-    /// A requested `cancellation` stops. Throws std::system_error.
+    /// Stops when `cancellation` is requested. Throws std::system_error.
     explicit QueuedWork(const Cancellation& cancellation);
-    /// Stops, and waits until the running operations have ended.
+    /// Stops, and waits for the running operations.
     ~QueuedWork();
     QueuedWork(const QueuedWork&) = delete;
     QueuedWork& operator=(const QueuedWork&) = delete;
 
-    /// Requested once the work is to stop, for the operations to heed.
+    /// Requested when the work stops; the operations must check it.
     const Cancellation& cancellation() const noexcept { return cancellation_; }
 
-    /// Adds an operation to the queue (see CompressionQueue::run); `handler` is called within run().
+    /// Adds an operation to the queue (see CompressionQueue::run). run() calls `handler`.
     template <typename Operation, typename Handler>
     void add(const URL& url, std::function<void()> onStart, Operation operation, Handler handler) {
         ++pending_;
@@ -42,14 +42,14 @@ public:
                                        asio::bind_executor(context_.get_executor(), std::move(ended)));
     }
 
-    /// Has the function called within run(). From any thread.
+    /// Makes run() call the function. Thread-safe.
     template <typename Function>
     void post(Function function) {
         asio::post(context_, std::move(function));
     }
 
-    /// Blocks until everything that was added has ended. To be called once. The first exception of a handler
-    /// stops the rest, and is thrown at the end.
+    /// Blocks until all added operations have finished. Call once. The first exception of a handler stops the
+    /// rest and is thrown at the end.
     void run();
 
 private:
@@ -62,11 +62,11 @@ private:
     std::size_t pending_ = 0;
 };
 
-/// Whether a job ended with this error because it was stopped, before it began or later.
+/// Whether this error means that the job was stopped.
 bool isStopped(const std::exception_ptr& error);
 
-/// Runs one operation through the queue and returns when it has ended. Throws what it throws; Cancelled when
-/// it was stopped.
+/// Runs one operation through the queue and blocks until it has finished. Throws its exception, or Cancelled
+/// when it was stopped.
 void runQueued(const Cancellation& cancellation, const URL& url, std::function<void()> operation);
 
 } // namespace tarnwick

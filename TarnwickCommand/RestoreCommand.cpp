@@ -16,9 +16,9 @@
 namespace tarnwick {
 namespace {
 
-/// How the restoring of one argument ended; without an error when the original is back.
-struct Ending {
-    /// The argument when it is a path, else that of the record's file.
+/// The outcome for one argument; no error means that the original is restored.
+struct Outcome {
+    /// The argument when it is a path, else the path of the record's original.
     std::string path;
     std::optional<UUID> record = std::nullopt;
     std::optional<std::string> error = std::nullopt;
@@ -29,29 +29,29 @@ std::optional<UUID> identifier(const std::string& argument, const URL& file) {
 }
 
 /// Throws CompressionError.
-UndoRecord required(const std::optional<UndoRecord>& record, const char* otherwise) {
+UndoRecord require(const std::optional<UndoRecord>& record, const char* otherwise) {
     if (!record) {
         throw CompressionError::fileOperation(otherwise);
     }
     return *record;
 }
 
-/// Finds the record, and notes in `ending` what is known of it. Throws CompressionError and FileSystemError.
-UndoRecord recordFor(const UndoStore& undo, const std::string& argument, Ending& ending) {
+/// Finds the record and enters it into `outcome`. Throws CompressionError and FileSystemError.
+UndoRecord recordFor(const UndoStore& undo, const std::string& argument, Outcome& outcome) {
     const URL file = GivenPath::url(argument);
     const auto id = identifier(argument, file);
-    UndoRecord record = id ? required(RecordLookup::withID(undo, *id), RecordLookup::unknownRecord)
-                           : required(RecordLookup::newestOf(undo, file), RecordLookup::unknownFile);
-    ending.record = record.id;
-    ending.path = id ? portablePathText(record.originalURL()) : ending.path;
+    UndoRecord record = id ? require(RecordLookup::withID(undo, *id), RecordLookup::unknownRecord)
+                           : require(RecordLookup::newestOf(undo, file), RecordLookup::unknownFile);
+    outcome.record = record.id;
+    outcome.path = id ? portablePathText(record.originalURL()) : outcome.path;
     return record;
 }
 
-Ending restored(const CommandContext& context, const std::string& argument) {
-    Ending ending;
+Outcome restore(const CommandContext& context, const std::string& argument) {
+    Outcome outcome;
     try {
-        ending.path = GivenPath::portableText(argument);
-        const UndoRecord record = recordFor(context.undo, argument, ending);
+        outcome.path = GivenPath::portableText(argument);
+        const UndoRecord record = recordFor(context.undo, argument, outcome);
         const TransientLine line(context.output, !context.json,
                                  displayText(record.originalPath) + "  " + std::string(RowText::restoring));
         runQueued(context.cancellation, record.replacementURL(), [&] { context.undo.restore(record); });
@@ -61,29 +61,29 @@ Ending restored(const CommandContext& context, const std::string& argument) {
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
-        ending.error = errorDescription(error);
+        outcome.error = errorDescription(error);
     }
-    return ending;
+    return outcome;
 }
 
-JSON jsonOf(const Ending& ending) {
-    JSON object = {{"path", ending.path}, {"outcome", ending.error ? "failed" : "restored"}};
-    if (ending.record) {
-        object["record"] = ending.record->text();
+JSON jsonOf(const Outcome& outcome) {
+    JSON object = {{"path", outcome.path}, {"outcome", outcome.error ? "failed" : "restored"}};
+    if (outcome.record) {
+        object["record"] = outcome.record->text();
     }
-    if (ending.error) {
-        object["error"] = *ending.error;
+    if (outcome.error) {
+        object["error"] = *outcome.error;
     }
     return object;
 }
 
-void tell(const CommandContext& context, const Ending& ending) {
+void report(const CommandContext& context, const Outcome& outcome) {
     if (context.json) {
-        context.output.writeLine(jsonLine(jsonOf(ending)));
-    } else if (ending.error) {
-        printError(displayText(ending.path) + "：" + displayText(*ending.error));
+        context.output.writeLine(jsonLine(jsonOf(outcome)));
+    } else if (outcome.error) {
+        printError(displayText(outcome.path) + "：" + displayText(*outcome.error));
     } else {
-        context.output.writeLine(displayText(ending.path) + "  " + std::string(RowText::restored));
+        context.output.writeLine(displayText(outcome.path) + "  " + std::string(RowText::restored));
     }
 }
 
@@ -93,9 +93,9 @@ int runRestore(const CommandContext& context, const std::vector<std::string>& re
     int status = ExitStatus::success;
     for (const std::string& argument : recordsOrPaths) {
         context.throwIfCancelled();
-        const Ending ending = restored(context, argument);
-        status = ending.error ? ExitStatus::failure : status;
-        tell(context, ending);
+        const Outcome outcome = restore(context, argument);
+        status = outcome.error ? ExitStatus::failure : status;
+        report(context, outcome);
     }
     return status;
 }

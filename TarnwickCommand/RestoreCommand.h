@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// Puts originals back, each named by its record or by its file.
+/// Restores originals, each given by its record's identifier or by its file.
 int runRestore(const CommandContext& context, const std::vector<std::string>& recordsOrPaths);
 
 } // namespace tarnwick

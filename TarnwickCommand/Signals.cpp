@@ -6,20 +6,20 @@
 namespace tarnwick {
 namespace {
 
-struct Interruption {
+struct SignalState {
     Cancellation cancellation = Cancellation::make();
     std::atomic<int> signal = 0;
 };
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait for a lock");
 
-/// What a handler needs can only be found through a global. It is never destroyed: a signal may still come
-/// while the program ends.
-Interruption& state() {
-    static Interruption& instance = *new Interruption();
+/// A handler can reach its state only through a global. It is never destroyed, since a signal may arrive
+/// while the program exits.
+SignalState& state() {
+    static SignalState& instance = *new SignalState();
     return instance;
 }
 
-extern "C" void requestInterruption(int signal) {
+extern "C" void handleSignal(int signal) {
     int none = 0;
     state().signal.compare_exchange_strong(none, signal);
     state().cancellation.request();
@@ -44,12 +44,12 @@ void installSignalHandlers() {
     setHandler(SIGPIPE, SIG_IGN);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         if (!isIgnored(signal)) {
-            setHandler(signal, requestInterruption);
+            setHandler(signal, handleSignal);
         }
     }
 }
 
-const Cancellation& interruption() {
+const Cancellation& signalCancellation() {
     return state().cancellation;
 }
 

@@ -4,15 +4,15 @@
 
 namespace tarnwick {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a request on interruption(), but for those that were ignored from
-/// the start (nohup), and has a closed pipe reported by write() instead of SIGPIPE. To be called once, early.
+/// SIGINT, SIGTERM and SIGHUP request signalCancellation(), except those that were ignored at the start
+/// (nohup). SIGPIPE is ignored, so write() reports a closed pipe. Call once at the start of the program.
 void installSignalHandlers();
 
-/// The request that those signals make.
-const Cancellation& interruption();
+/// Requested by these signals.
+const Cancellation& signalCancellation();
 
-/// Ends the program by the first of those signals that came, so that the caller sees how it ended; returns
-/// when none came.
+/// Terminates the program with the first of these signals that arrived, so the parent sees the cause. Returns
+/// when none arrived.
 void endByReceivedSignal();
 
 } // namespace tarnwick

@@ -12,7 +12,7 @@
 namespace tarnwick {
 namespace {
 
-/// From the end of the second live line to the beginning of the first, and everything from there on gone.
+/// From the end of the second live line: moves to the start of the first and erases the rest of the screen.
 constexpr auto eraseLiveLines = "\r\x1b[1A\x1b[J";
 
 } // namespace
@@ -38,7 +38,7 @@ std::string TerminalReporter::liveLines(const BatchProgress& progress) {
         return {};
     }
     hasLiveLines_ = true;
-    // A live line that wrapped could not be found again: both stay short of the edge.
+    // A wrapped line could not be erased, so both lines are shorter than the terminal is wide.
     const std::size_t columns = output_.columns();
     const std::string row = nameColumn(*active_.front()) + std::string(RowText::compressing);
     return TerminalText::elidedInMiddle(row, columns - 1) + "\n" + progressBar(progress, columns);
@@ -50,10 +50,10 @@ void TerminalReporter::begin(const CollectedFile& file, const BatchProgress& pro
     output_.write(erasure + liveLines(progress));
 }
 
-void TerminalReporter::end(const CollectedFile& file, const FileEnding& ending,
+void TerminalReporter::end(const CollectedFile& file, const FileOutcome& outcome,
                            const BatchProgress& progress) {
     std::erase(active_, &file);
-    const std::string row = takeLiveLines() + nameColumn(file) + endingText(ending) + "\n";
+    const std::string row = takeLiveLines() + nameColumn(file) + outcomeText(outcome) + "\n";
     output_.write(row + liveLines(progress));
 }
 
@@ -66,7 +66,7 @@ std::string progressBar(const BatchProgress& progress, std::size_t columns) {
     constexpr std::size_t shortestBar = 4;
     const std::string numbers = fmt::format("{}/{} · 已节省 {}", progress.done, progress.total,
                                             RowText::byteCount(progress.savedBytes));
-    // The brackets, a space, and the last column, which stays free.
+    // The brackets, a space and a free last column.
     const std::size_t taken = TerminalText::columns(numbers) + 4;
     if (progress.total == 0 || columns < taken + shortestBar) {
         return TerminalText::elidedInMiddle(numbers, columns - 1);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view ellipsis = "…";
 
-/// wcwidth() knows characters only under a UTF-8 locale, whatever the user's is.
+/// wcwidth() needs a UTF-8 locale, and the user's may be another.
 class UTF8Locale {
 public:
     UTF8Locale() : locale_(::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr), ::freelocale) {}
@@ -74,7 +74,7 @@ std::vector<Character> charactersOf(std::string_view text) {
     return characters;
 }
 
-/// The bytes of as many characters from `first` on as fit into `budget` columns.
+/// The number of bytes of the characters from `first` on that fit into `budget` columns.
 template <typename Iterator>
 std::size_t bytesWithin(Iterator first, Iterator last, std::size_t budget) {
     std::size_t bytes = 0;

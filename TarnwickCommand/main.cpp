@@ -24,7 +24,7 @@ namespace {
 
 using namespace tarnwick;
 
-/// The system's own error texts come in the user's language, but only as UTF-8, like everything else here.
+/// Shows the system's error texts in the user's language, but only when its encoding is UTF-8.
 void useSystemLanguage() {
     const bool isKnown =
         std::setlocale(LC_CTYPE, "") != nullptr && std::setlocale(LC_MESSAGES, "") != nullptr;
@@ -60,7 +60,7 @@ int run(const Invocation& invocation, const Output& output) {
     const UndoStore undo(invocation.store ? std::optional(URL::file(*invocation.store)) : std::nullopt);
     try {
         BundleHelperLauncher keeper(bundle.helperExecutable());
-        return dispatch(invocation, {output, undo, tools, interruption(), invocation.json,
+        return dispatch(invocation, {output, undo, tools, signalCancellation(), invocation.json,
                                      invocation.store ? nullptr : &keeper});
     } catch (const Cancelled&) {
         if (!invocation.json) {
@@ -70,7 +70,7 @@ int run(const Invocation& invocation, const Output& output) {
     }
 }
 
-int answer(const Reply& reply, const Output& output) {
+int print(const Reply& reply, const Output& output) {
     if (reply.status == ExitStatus::success) {
         output.write(reply.text);
     } else {
@@ -84,7 +84,7 @@ int guardedRun(const std::vector<std::string>& arguments) {
         const Output output(STDOUT_FILENO);
         const auto parsed = parseArguments(arguments);
         const auto* reply = std::get_if<Reply>(&parsed);
-        return reply != nullptr ? answer(*reply, output) : run(std::get<Invocation>(parsed), output);
+        return reply != nullptr ? print(*reply, output) : run(std::get<Invocation>(parsed), output);
     } catch (const std::exception& error) {
         printError(displayText(errorDescription(error)));
         return ExitStatus::failure;

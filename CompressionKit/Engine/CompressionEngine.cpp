@@ -11,22 +11,31 @@
 #include "Foundation/FileContents.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
 #include "Foundation/WorkRegister.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace tarnwick {
 namespace {
 
-/// Takes stock of the file, or refuses it.
-Original examine(const URL& url) {
+void requireRegularFile(const URL& url) {
     if (!url.isFileURL()) {
         throw CompressionError::fileOperation("请选择本地图片文件");
     }
-    if (!isRegularFile(url)) {
-        throw CompressionError::fileOperation("请选择普通图片文件");
+    if (!itemExists(url)) {
+        throw FileSystemError("无法读取文件信息", url, ENOENT);
     }
-    // Inspecting a file that may not be read says only that it is no picture; opening it says why.
+    if (!isRegularFile(url)) {
+        throw CompressionError::fileOperation(notARegularFile);
+    }
+}
+
+Original examine(const URL& url) {
+    requireRegularFile(url);
+    // For a file without read permission, inspecting reports only an undecodable picture; opening reports the
+    // cause.
     openForReading(url);
     const ImageFacts facts = ImageFacts::inspect(url);
     return {.url = url, .facts = facts, .bytes = fileSize(url), .hash = hash(url)};
@@ -56,7 +65,7 @@ CompressionEngine::CompressionEngine(const URL& toolDirectory, UndoStore undo, d
 
 CompressionResult CompressionEngine::compress(const URL& url, const UUID& sessionID) const {
     const Original original = examine(url);
-    // Without its note nobody would ever find a killed compression's folder, so then there is no compression.
+    // Only the note leads to the folder of a compression that was killed: no note, no compression.
     const WorkNote note(url.deletingLastPathComponent(), WorkItem::directory);
     const ScopedDirectory work(note.item());
     if (original.facts.kind == ImageKind::heic) {

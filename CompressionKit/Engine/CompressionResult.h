@@ -10,11 +10,11 @@
 
 namespace tarnwick {
 
-/// What became of one file.
+/// The outcome for one file.
 enum class CompressionOutcome {
     /// The original was overwritten by a smaller file of the same format.
     replaced,
-    /// Nothing was written: no candidate was both sound and smaller.
+    /// Nothing was written: no candidate was both valid and smaller.
     skipped,
     /// A file of another format was written beside the original.
     converted,
@@ -30,7 +30,7 @@ struct CompressionResult {
     /// Of the file at `url`.
     std::int64_t finalBytes = 0;
     CompressionOutcome outcome = CompressionOutcome::skipped;
-    /// The winner's label.
+    /// The label of the winning candidate.
     std::optional<std::string> encoder = std::nullopt;
     /// The winner's ssimulacra2 score; absent for a lossless one.
     std::optional<double> qualityScore = std::nullopt;
@@ -48,7 +48,7 @@ struct Candidate {
     std::string encoder;
     std::optional<double> score = std::nullopt;
     std::int64_t bytes = 0;
-    /// Whether its colour profile may have become sRGB.
+    /// Whether validation accepted a change of the colour profile to sRGB.
     bool allowsSRGBConversion = false;
 };
 

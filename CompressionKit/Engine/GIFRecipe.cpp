@@ -40,7 +40,7 @@ Candidates tryLossless(const RecipeContext& context) {
                      false);
 }
 
-RecipeStep lossy(int level) {
+RecipeStep tryingLossy(int level) {
     return [level](const RecipeContext& context) {
         const URL output = file(context, fmt::format("lossy-{}.gif", level));
         return tryOutput(context, ToolArguments::gifsicleLossy(level, context.input, output), output,
@@ -55,24 +55,23 @@ Candidates tryReducedPalette(const RecipeContext& context) {
                      output, fmt::format("Gifsicle {} colors", reducedColors), true);
 }
 
-Candidates firstPasses(const RecipeContext& context) {
+Candidates tryOwnPalettes(const RecipeContext& context) {
     std::vector<RecipeStep> steps = {tryLossless};
-    std::transform(lossyLevels.begin(), lossyLevels.end(), std::back_inserter(steps), lossy);
+    std::transform(lossyLevels.begin(), lossyLevels.end(), std::back_inserter(steps), tryingLossy);
     steps.emplace_back(tryReducedPalette);
     return joined(sideBySide(context, steps));
 }
 
-/// Whether a candidate is below nine tenths of the original, so that finding palettes is not worth its time.
+/// Whether a candidate is below nine tenths of the original; then the palette search is not worth its time.
 bool isAlreadySmall(const RecipeContext& context, const Candidates& candidates) {
     const Candidate* best = smallest(candidates);
     const std::int64_t bytes = context.original.bytes;
-    // A size whose ninefold does not fit is beyond any real file; nothing counts as small beside it.
     const bool overflows = bytes > std::numeric_limits<std::int64_t>::max() / 9;
     return best != nullptr && !overflows && best->bytes < 9 * bytes / 10;
 }
 
-/// The levels of one palette write files of one name, so each level has a folder of its own.
-RecipeStep sharedPalette(int colors, int level, const URL& map) {
+/// All levels use the same file name, so each level has its own folder.
+RecipeStep tryingSharedPalette(int colors, int level, const URL& map) {
     return [=](const RecipeContext& context) {
         const URL folder = file(context, fmt::format("lossy{}", level));
         createDirectories(folder);
@@ -86,8 +85,8 @@ RecipeStep sharedPalette(int colors, int level, const URL& map) {
     };
 }
 
-/// Finds a palette of so many colours for the whole sheet, and tries it at all levels.
-RecipeStep sharedPalettes(int colors, const URL& sheet) {
+/// Finds a palette of `colors` colours for the whole sheet and tries it at all levels.
+RecipeStep searchingPalette(int colors, const URL& sheet) {
     return [=](const RecipeContext& context) {
         const URL palette = file(context, fmt::format("gif-map-{}.png", colors));
         const URL map = file(context, fmt::format("gif-map-{}.gif", colors));
@@ -97,17 +96,17 @@ RecipeStep sharedPalettes(int colors, const URL& sheet) {
         GIFPalette::writeColorMap(palette, map);
         std::vector<RecipeStep> steps;
         std::transform(sharedLossyLevels.begin(), sharedLossyLevels.end(), std::back_inserter(steps),
-                       [&](int level) { return sharedPalette(colors, level, map); });
+                       [&](int level) { return tryingSharedPalette(colors, level, map); });
         return joined(sideBySide(context, steps));
     };
 }
 
-Candidates paletteSearch(const RecipeContext& context) {
+Candidates trySharedPalettes(const RecipeContext& context) {
     const URL sheet = file(context, "gif-contact.png");
-    GIFPalette::writeContactSheet(context.validation.gifReferenceFrames(), sheet);
+    GIFPalette::writeContactSheet(context.validation.gifReference().frames(), sheet);
     std::vector<RecipeStep> steps;
     std::transform(sharedColors.begin(), sharedColors.end(), std::back_inserter(steps),
-                   [&](int colors) { return sharedPalettes(colors, sheet); });
+                   [&](int colors) { return searchingPalette(colors, sheet); });
     return joined(sideBySide(context, steps));
 }
 
@@ -115,9 +114,9 @@ Candidates paletteSearch(const RecipeContext& context) {
 
 std::vector<Candidate> gifCandidates(const RecipeContext& context) {
     context.requireTools({Tool::gifsicle, Tool::ssimulacra2});
-    Candidates candidates = firstPasses(context);
+    Candidates candidates = tryOwnPalettes(context);
     if (context.tools.has(Tool::pngquant) && !isAlreadySmall(context, candidates)) {
-        candidates = joined({std::move(candidates), paletteSearch(context)});
+        candidates = joined({std::move(candidates), trySharedPalettes(context)});
     }
     return candidates;
 }

@@ -8,14 +8,14 @@
 
 namespace tarnwick {
 
-/// The original GIF's frames, by which its candidates are scored. Safe from any thread.
+/// The frames of the original GIF, the reference for scoring its candidates. Thread-safe.
 class GIFReference {
 public:
     /// `original` must outlive this object; the frames are written into `folder`.
     GIFReference(const Original& original, URL folder);
 
-    /// The frames as PNG files "frame-0.png" and so on, made at the first call. Throws as
-    /// ImageFacts::exportGIFFrames.
+    /// The frames as PNG files "frame-0.png" and so on, written by the first call. Throws what
+    /// ImageFacts::exportGIFFrames throws.
     std::vector<URL> frames();
 
 private:

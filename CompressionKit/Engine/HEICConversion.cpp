@@ -30,7 +30,7 @@ struct Decoded {
     std::string label;
 };
 
-/// The picture's pixels, upright.
+/// The pixels after the orientation was applied.
 std::vector<std::uint8_t> uprightPixels(const ImageSource& source, int orientation) {
     const ImageInfo& info = source.info();
     const auto frames = source.frames();
@@ -93,19 +93,19 @@ URL targetURL(const URL& original, int attempt) {
     return original.deletingLastPathComponent().appending(name);
 }
 
-/// The new file while it is not known to be good: removed at the end of the scope, unless another program has
-/// put a file of its own there meanwhile.
+/// The new PNG until its record is committed. The destructor removes it if commit() was not called and no
+/// other program has replaced it.
 class PublishedFile {
 public:
     explicit PublishedFile(const URL& url) : url_(url), version_(FileVersion::of(url)) {}
     PublishedFile(const PublishedFile&) = delete;
     PublishedFile& operator=(const PublishedFile&) = delete;
     ~PublishedFile() {
-        if (!isGood_ && isStillOurs()) {
+        if (!isCommitted_ && isStillOurs()) {
             ::unlink(url_.c_str());
         }
     }
-    void keep() noexcept { isGood_ = true; }
+    void commit() noexcept { isCommitted_ = true; }
 
 private:
     bool isStillOurs() const noexcept {
@@ -119,11 +119,11 @@ private:
 
     const URL& url_;
     FileVersion version_;
-    bool isGood_ = false;
+    bool isCommitted_ = false;
 };
 
-/// Moves the PNG to the target and commits the record. False when the name was taken meanwhile. A failure
-/// takes the new file away again.
+/// Moves the PNG to the target and commits the record. False when the name was taken meanwhile. After an
+/// error the new file is removed again.
 bool publish(const UndoStore& undo, const Original& original, const Decoded& decoded, const URL& target,
              UndoRecord& record) {
     requireUnchanged(original);
@@ -136,11 +136,11 @@ bool publish(const UndoStore& undo, const Original& original, const Decoded& dec
         throw CompressionError::validationFailed();
     }
     record = undo.commit(record);
-    published.keep();
+    published.commit();
     return true;
 }
 
-/// Tries one name. None when something stands there.
+/// Tries one name. None when it is taken.
 std::optional<UndoRecord> publishAs(const UndoStore& undo, const Original& original, const Decoded& decoded,
                                     const URL& target, const UUID& sessionID) {
     if (itemExists(target)) {
@@ -155,7 +155,7 @@ std::optional<UndoRecord> publishAs(const UndoStore& undo, const Original& origi
         try {
             undo.discard(record);
         } catch (const CompressionError&) {
-            // The first failure is the one to tell; the HEIC file itself was never touched.
+            // The first error is reported; the HEIC file itself was never touched.
         }
         std::rethrow_exception(failure);
     }

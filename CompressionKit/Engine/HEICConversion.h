@@ -8,8 +8,8 @@
 
 namespace tarnwick {
 
-/// Converts a HEIC file to a PNG of the same colours beside it, upright, under a name that nothing has yet;
-/// the HEIC file stays. Throws CompressionError or FileSystemError, and then no new file is left.
+/// Converts a HEIC file to a PNG beside it, with its orientation applied and under a free name; the HEIC file
+/// stays. Throws CompressionError or FileSystemError; then no new file is left.
 CompressionResult compressHEIC(const UndoStore& undo, const Original& original, const UUID& sessionID,
                                const URL& workDirectory);
 

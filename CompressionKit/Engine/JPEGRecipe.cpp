@@ -15,7 +15,7 @@ namespace {
 constexpr double fineMinimumScore = 86;
 constexpr double fineMultiPictureMinimumScore = 70;
 
-/// What the original's own quality asks of a result.
+/// The demands on a result, which follow from the original's own quality.
 struct Demand {
     double minimumScore;
     bool allows444;
@@ -32,7 +32,7 @@ Demand demandOf(const RecipeContext& context) {
     return {std::max(general, fineMinimumScore), true};
 }
 
-/// The bounded search for the lowest quality whose score still reaches the demand.
+/// A bounded search for the lowest quality whose score reaches the minimum.
 class QualitySearch {
 public:
     explicit QualitySearch(double minimumScore) : minimumScore_(minimumScore) {}
@@ -40,7 +40,7 @@ public:
     bool isOver() const { return isCloseEnough_ || attemptsLeft_ == 0 || highest_ < lowest_; }
     int quality() const { return quality_; }
 
-    void accepted(double score) {
+    void accept(double score) {
         --attemptsLeft_;
         hasAccepted_ = true;
         isCloseEnough_ = score <= minimumScore_ + 1.0;
@@ -49,8 +49,8 @@ public:
         quality_ = std::max(lowest_, std::min(quality_ - static_cast<int>(excess), highest_));
     }
 
-    /// The last attempt goes to the highest quality when nothing was accepted before it.
-    void rejected() {
+    /// The last attempt uses the highest quality when nothing was accepted before.
+    void reject() {
         --attemptsLeft_;
         lowest_ = quality_ + 1;
         quality_ = attemptsLeft_ == 1 && !hasAccepted_ ? highest_ : (lowest_ + highest_) / 2;
@@ -68,7 +68,7 @@ private:
     bool isCloseEnough_ = false;
 };
 
-/// The chroma modes try the same qualities, so each has a folder of its own for its files.
+/// Both chroma modes use the same file names, so each has its own folder.
 std::vector<Candidate> searchMode(const RecipeContext& context, std::string_view mode, double minimumScore) {
     std::vector<Candidate> candidates;
     const URL folder = context.workDirectory.appending(mode);
@@ -84,9 +84,9 @@ std::vector<Candidate> searchMode(const RecipeContext& context, std::string_view
                                          {.isLossy = true, .minimumScore = minimumScore});
         if (candidate) {
             candidates.push_back(*candidate);
-            search.accepted(candidate->score.value_or(minimumScore));
+            search.accept(candidate->score.value_or(minimumScore));
         } else {
-            search.rejected();
+            search.reject();
         }
     }
     return candidates;

@@ -8,7 +8,7 @@
 
 namespace tarnwick {
 
-/// The user's file as it was found before any work.
+/// The user's file as it was before the compression.
 struct Original {
     URL url;
     ImageFacts facts;
@@ -17,7 +17,10 @@ struct Original {
     std::string hash;
 };
 
-/// Throws CompressionError::changedDuringCompression when the file's bytes are not those that were found.
+/// The error text for a folder, a link, a pipe or a device.
+constexpr auto notARegularFile = "请选择普通图片文件";
+
+/// Throws CompressionError::changedDuringCompression when the file's hash differs from the recorded one.
 void requireUnchanged(const Original& original);
 
 } // namespace tarnwick

@@ -2,6 +2,7 @@
 #include "Engine/SideBySide.h"
 #include "Engine/ToolArguments.h"
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileSystemError.h"
 
 #include <fmt/format.h>
 
@@ -17,12 +18,12 @@ constexpr std::array<QuantizeSetting, 4> settings = {{
     {100, "1.0", 1},
     {100, "0.0", 1},
 }};
-/// From here on a setting is only a last resort, for when none before it gave a candidate.
+/// The settings from here on run only when none before gave a candidate.
 constexpr std::size_t firstLastResort = 2;
 constexpr int lossyOptimizationLevel = 4;
 constexpr int losslessOptimizationLevel = 2;
 
-/// pngquant turns what it quantizes into sRGB.
+/// pngquant converts its output to sRGB.
 constexpr ResultValidation::Options quantizedOptions = {.isLossy = true, .allowsSRGBConversion = true};
 
 using Candidates = std::vector<Candidate>;
@@ -31,9 +32,9 @@ Candidates listOf(std::optional<Candidate> candidate) {
     return candidate ? Candidates{std::move(*candidate)} : Candidates{};
 }
 
-/// A setting that fails, or whose output cannot be judged, loses only its candidate: a picture that pngquant
-/// cannot treat still gets its lossless pass.
-Candidates quantized(const RecipeContext& context, std::size_t variant) {
+/// When a setting fails or its output cannot be validated, only its candidate is lost: a picture that
+/// pngquant cannot handle still gets its lossless pass.
+Candidates tryQuantizing(const RecipeContext& context, std::size_t variant) {
     const QuantizeSetting& setting = settings.at(variant);
     const URL output = context.workDirectory.appending(fmt::format("quant-{}.png", variant));
     try {
@@ -41,43 +42,46 @@ Candidates quantized(const RecipeContext& context, std::size_t variant) {
         return listOf(context.validation.validated(output, setting.label(), quantizedOptions));
     } catch (const CompressionError&) {
         return {};
+    } catch (const FileSystemError&) {
+        // pngquant could not be launched, or it wrote no output.
+        return {};
     }
 }
 
 RecipeStep quantizing(std::size_t variant) {
-    return [variant](const RecipeContext& context) { return quantized(context, variant); };
+    return [variant](const RecipeContext& context) { return tryQuantizing(context, variant); };
 }
 
-/// The quantized winner after oxipng, when that made it smaller still.
-Candidates optimized(const RecipeContext& context, const Candidate& winner) {
+/// The output of oxipng for the quantized winner if it is smaller, else the winner.
+Candidates optimize(const RecipeContext& context, const Candidate& winner) {
     const URL output = context.workDirectory.appending("palette-opt.png");
     context.run(Tool::oxipng, ToolArguments::oxipng(lossyOptimizationLevel, winner.url, output));
     auto candidate = context.validation.validated(output, winner.encoder + " + OxiPNG", quantizedOptions);
     return {candidate && candidate->bytes < winner.bytes ? *candidate : winner};
 }
 
-Candidates lossless(const RecipeContext& context) {
+Candidates tryLossless(const RecipeContext& context) {
     const URL output = context.workDirectory.appending("lossless.png");
     context.run(Tool::oxipng, ToolArguments::oxipng(losslessOptimizationLevel, context.input, output));
     return listOf(context.validation.validated(output, "OxiPNG", {}));
 }
 
-/// The optimized winner of the quantized candidates, and the lossless pass beside it.
-Candidates withWinner(const RecipeContext& context, const Candidates& accepted) {
+/// Optimizes the quantized winner, with the lossless pass at the same time.
+Candidates finishWithWinner(const RecipeContext& context, const Candidates& accepted) {
     const Candidate& winner = *smallest(accepted);
     return joined(sideBySide(
-        context, {[&winner](const RecipeContext& step) { return optimized(step, winner); }, lossless}));
+        context, {[&winner](const RecipeContext& step) { return optimize(step, winner); }, tryLossless}));
 }
 
-/// The settings of last resort, and the lossless pass beside them.
-Candidates withLastResort(const RecipeContext& context) {
+/// Tries the settings of last resort, with the lossless pass at the same time.
+Candidates finishWithLastResort(const RecipeContext& context) {
     auto results =
-        sideBySide(context, {quantizing(firstLastResort), quantizing(firstLastResort + 1), lossless});
+        sideBySide(context, {quantizing(firstLastResort), quantizing(firstLastResort + 1), tryLossless});
     Candidates last = std::move(results.back());
     results.pop_back();
     const Candidates accepted = joined(std::move(results));
     if (const Candidate* winner = smallest(accepted)) {
-        last.insert(last.begin(), optimized(context, *winner).front());
+        last.insert(last.begin(), optimize(context, *winner).front());
     }
     return last;
 }
@@ -86,10 +90,10 @@ Candidates withLastResort(const RecipeContext& context) {
 
 std::vector<Candidate> pngCandidates(const RecipeContext& context) {
     context.requireTools({Tool::pngquant, Tool::oxipng, Tool::ssimulacra2});
-    // The lossless pass comes with the second round: there it fills the processors that the steps which need
-    // a winner, one after another, leave idle.
+    // The lossless pass runs in the second round: there it uses processors that would be idle, since the
+    // steps that need a winner run one after another.
     const Candidates accepted = joined(sideBySide(context, {quantizing(0), quantizing(1)}));
-    return accepted.empty() ? withLastResort(context) : withWinner(context, accepted);
+    return accepted.empty() ? finishWithLastResort(context) : finishWithWinner(context, accepted);
 }
 
 } // namespace tarnwick

@@ -2,9 +2,9 @@
 
 namespace tarnwick {
 
-/// The least ssimulacra2 scores of lossy results.
+/// The minimum ssimulacra2 scores of lossy results.
 struct QualityThresholds {
-    /// JPEG, and every kind without one of its own.
+    /// For JPEG.
     double general = 60;
     double gif = 70;
     double png = 70;

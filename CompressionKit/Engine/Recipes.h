@@ -12,34 +12,34 @@
 
 namespace tarnwick {
 
-/// What a recipe works with. Everything it refers to outlives the call.
+/// The inputs of a recipe. All references outlive the call.
 struct RecipeContext {
     ToolRunner tools;
     const QualityThresholds& thresholds;
     const Original& original;
-    /// The original by a name that every tool can take.
+    /// The original under a name that every tool accepts.
     const URL& input;
     const URL& workDirectory;
     ResultValidation validation;
 
-    /// The same with another cancellation.
+    /// A copy with another cancellation.
     RecipeContext cancelledBy(const Cancellation& cancellation) const;
 
-    /// Throws CompressionError::toolMissing for the first tool that is absent.
+    /// Throws CompressionError::toolMissing for the first missing tool.
     void requireTools(std::initializer_list<const char*> names) const;
-    /// Runs a tool on the original within the time that one run may take.
+    /// Runs a tool on the original, with the time limit of a tool run.
     void run(const char* tool, const std::vector<std::string>& arguments) const;
-    /// The same, on something that needs `memory` bytes.
+    /// The same for an input that needs `memory` bytes.
     void run(const char* tool, const std::vector<std::string>& arguments, std::int64_t memory) const;
 };
 
-/// Each recipe tries its encoders, side by side where none depends on another, and returns what passed
-/// validation in the encoders' fixed order. Throws what the tools and the validation throw.
+/// Each recipe runs its encoders, in parallel where they are independent, and returns the valid candidates in
+/// a fixed order. Throws what the tools and the validation throw.
 std::vector<Candidate> pngCandidates(const RecipeContext& context);
 std::vector<Candidate> jpegCandidates(const RecipeContext& context);
 std::vector<Candidate> gifCandidates(const RecipeContext& context);
 
-/// The smallest candidate; the first made of those of one size. Null when there is none.
+/// The smallest candidate, and the first of equal size. Null when there is none.
 const Candidate* smallest(const std::vector<Candidate>& candidates);
 
 } // namespace tarnwick

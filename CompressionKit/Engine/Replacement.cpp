@@ -25,9 +25,8 @@ void putBackupBack(const UndoStore& undo, const UndoRecord& record, const Origin
     syncDirectory(folder);
 }
 
-/// Undoes a replacement that could not be completed. While it cannot be told what stands in the original's
-/// place, or the original could not be put back, the record and its backup stay: they may be all that is left
-/// of the picture.
+/// Undoes an incomplete replacement. When the file cannot be read or the original cannot be put back, the
+/// record and its backup stay: they may be the last copy of the picture.
 void rollBack(const UndoStore& undo, const UndoRecord& record, const Original& original) noexcept {
     try {
         if (hash(original.url) == record.replacementHash) {
@@ -58,11 +57,11 @@ UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, cons
         requireUnchanged(original);
         copyFileAttributes(original.url, winner.url);
         syncFile(winner.url);
-        // Once in place, a winner that is not the recorded one would pass for another program's work.
+        // After the rename, a winner with another hash would look like another program's file.
         if (hash(winner.url) != record.replacementHash) {
             throw CompressionError::validationFailed();
         }
-        // Writing the winner to the disk took a while: a write to the original since then shows here.
+        // Flushing the winner takes time: this detects a write to the original meanwhile.
         if (FileVersion::of(original.url) != version) {
             throw CompressionError::changedDuringCompression();
         }

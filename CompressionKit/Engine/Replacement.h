@@ -7,10 +7,10 @@
 
 namespace tarnwick {
 
-/// Puts the winner in the original's place, with its attributes, under an undo record that is on the disk
-/// before, and returns the committed record. When anything fails after that, the original is put back and the
-/// record deleted. Throws CompressionError (changedDuringCompression when another program touched the file)
-/// or FileSystemError.
+/// Writes the backup and the undo record to the disk, then replaces the original by the winner, which gets
+/// the original's attributes. Returns the committed record. When a step fails, the original is put back and
+/// the record deleted. Throws CompressionError (changedDuringCompression when another program changed the
+/// file) or FileSystemError.
 UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, const Candidate& winner,
                            const UUID& sessionID);
 

@@ -21,7 +21,7 @@ namespace {
 
 constexpr double bestFrameScore = 100;
 
-/// Both were exported by the same hand, so that equal pixels make equal bytes.
+/// One exporter wrote both files, so equal pixels give equal bytes.
 bool isSameFrame(const URL& reference, const URL& candidate) {
     return fileSize(reference) == fileSize(candidate) && hash(reference) == hash(candidate);
 }
@@ -36,8 +36,8 @@ double parseScore(const std::string& output) {
     return score;
 }
 
-/// The folder of one candidate's frames: a long animation's frames are large, so they go as soon as they are
-/// scored.
+/// The exported frames of one candidate. The frames of a long animation are large, so they are removed right
+/// after scoring.
 class CandidateFrames {
 public:
     explicit CandidateFrames(const URL& candidate)
@@ -51,8 +51,8 @@ private:
     std::vector<URL> files_;
 };
 
-/// Whether the candidate's frame shows through where the reference does not. The scorer judges transparency
-/// only where the reference has some.
+/// Whether the candidate's frame has transparency and the reference has none. The scorer ignores transparency
+/// when the reference has none.
 bool hasNewHoles(const URL& reference, const URL& candidate) {
     return ImageSource::open(candidate)->info().hasAlpha && !ImageSource::open(reference)->info().hasAlpha;
 }
@@ -136,12 +136,8 @@ double ResultValidation::score(const URL& reference, const URL& candidate) const
                                  toolTimeout, toolMemory(Tool::ssimulacra2, original_->facts)));
 }
 
-std::vector<URL> ResultValidation::gifReferenceFrames() const {
-    return gifReference_->frames();
-}
-
 std::optional<double> ResultValidation::gifQualityScore(const URL& candidate) const {
-    const std::vector<URL> references = gifReferenceFrames();
+    const std::vector<URL> references = gifReference_->frames();
     const CandidateFrames frames(candidate);
     const auto count = static_cast<std::int64_t>(frames.files().size());
     if (frames.files().size() != references.size() || count != original_->facts.frameCount) {
@@ -158,7 +154,6 @@ std::optional<double> ResultValidation::gifQualityScore(const URL& candidate) co
     return worst;
 }
 
-/// None when the candidate's frame has holes that the reference has not.
 std::optional<double> ResultValidation::frameScore(const URL& reference, const URL& candidate) const {
     if (isSameFrame(reference, candidate)) {
         return bestFrameScore;

@@ -14,8 +14,8 @@
 
 namespace tarnwick {
 
-/// Judges the outputs of the encoders against one original: the only way from an output to a Candidate.
-/// Several threads may use it, and copies of it, at once.
+/// Checks encoder outputs against one original. Only this class turns an output into a Candidate.
+/// Thread-safe, as are its copies together.
 class ResultValidation {
 public:
     struct Options {
@@ -24,30 +24,29 @@ public:
         bool allowsSRGBConversion = false;
         /// Whether an output that is not smaller may pass.
         bool acceptLarger = false;
-        /// Overrides the threshold of the original's kind.
+        /// Replaces the threshold of the original's kind.
         std::optional<double> minimumScore = std::nullopt;
     };
 
-    /// `workDirectory` takes the frames of GIFs. `original` must outlive all copies.
+    /// GIF frames are written to `workDirectory`. `original` must outlive all copies.
     ResultValidation(ToolRunner tools, const QualityThresholds& thresholds, const Original& original,
                      const URL& workDirectory);
 
-    /// The same with another runner of the scorer.
+    /// A copy that runs the scorer with `tools`.
     ResultValidation runningWith(ToolRunner tools) const;
 
-    /// The output as a candidate with the label `encoder`; none when it is refused, which is no failure:
-    /// empty, not smaller, not the same pixels, or not good enough. Throws CompressionError for an output of
-    /// another structure, an undecodable one, a scorer without a usable score; and what the tools and the
-    /// files throw.
+    /// The output as a candidate with the label `encoder`. None when the output is empty, not smaller, of
+    /// other pixels or of a score that is too low; that is no error. Throws CompressionError for an output of
+    /// another structure, an undecodable output and an unusable score, and what the tools and file operations
+    /// throw.
     std::optional<Candidate> validated(const URL& output, const std::string& encoder,
                                        const Options& options) const;
 
-    /// The original GIF's frames as PNG files in "gif-reference", made at the first call and found again
-    /// later.
-    std::vector<URL> gifReferenceFrames() const;
-    /// The worst frame's score of a candidate GIF, at most 100; none as soon as a frame is below the GIF
-    /// threshold, or has holes where the original's frame has none, or when the frame counts differ. Frames
-    /// that equal the original's score 100 without the scorer.
+    /// The frames of the original GIF, in the folder "gif-reference".
+    GIFReference& gifReference() const noexcept { return *gifReference_; }
+    /// The lowest frame score of a candidate GIF, at most 100. None when a frame is below the GIF threshold
+    /// or transparent where the original's frame is opaque, or when the frame counts differ. A frame that
+    /// equals the original's scores 100 without a run of the scorer.
     std::optional<double> gifQualityScore(const URL& candidate) const;
 
 private:

@@ -8,7 +8,7 @@
 namespace tarnwick {
 namespace {
 
-/// One run of the steps. Each thread touches only its own step's entries, but for the cancellations.
+/// One run of the steps. Each thread uses only the entries of its own step, except for the cancellations.
 class Run {
 public:
     Run(const RecipeContext& context, const std::vector<RecipeStep>& steps)
@@ -18,8 +18,8 @@ public:
         }
     }
 
-    /// The threads begin in the order of the steps, and so, by and large, come their first tools: what the
-    /// others wait for is named first.
+    /// Starts the threads in the order of the steps, so the first tools run roughly in that order too. A step
+    /// that others wait for should come first.
     void perform() {
         std::vector<std::jthread> threads;
         try {

@@ -8,14 +8,13 @@
 
 namespace tarnwick {
 
-/// A part of a recipe that depends on no other: tries its encoders through the context that it is given, and
-/// returns what passed validation.
+/// An independent part of a recipe: runs its encoders with the given context and returns the valid
+/// candidates.
 using RecipeStep = std::function<std::vector<Candidate>(const RecipeContext&)>;
 
-/// Runs the steps at the same time, each on a thread of its own, and blocks until all have ended. Returns
-/// what each returned, in the order of the steps. When some throw, the error is that of the first in this
-/// order, as if they had run one after another: a step that throws cancels those after it, and lets those
-/// before it end.
+/// Runs the steps in parallel, each on its own thread, and blocks until all have finished. Returns their
+/// results in the order of the steps. When several throw, the error of the first in this order is thrown, as
+/// in a sequential run: a step that throws cancels the later steps, and the earlier ones run to completion.
 std::vector<std::vector<Candidate>> sideBySide(const RecipeContext& context,
                                                const std::vector<RecipeStep>& steps);
 

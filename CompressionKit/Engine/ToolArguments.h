@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-/// What each tool is given. Pure functions; every file is named by its absolute path, so that no name can be
-/// taken for an option.
+/// The command-line arguments of each tool. Pure functions. Every file is given by its absolute path, so no
+/// name looks like an option.
 namespace tarnwick {
 
-/// Seconds that one run of a tool may take.
+/// The time limit of one tool run in seconds.
 constexpr double toolTimeout = 180;
 
 namespace Tool {
@@ -24,7 +24,7 @@ constexpr auto ssimulacra2 = "ssimulacra2";
 
 struct QuantizeSetting {
     int maximumQuality;
-    /// Floyd–Steinberg level, as it is written on the command line and in the label.
+    /// Floyd–Steinberg level, as written on the command line and in the label.
     std::string_view dither;
     int speed;
 

@@ -18,7 +18,7 @@ struct Need {
     std::int64_t bytesPerFramePixel;
 };
 
-/// Lines above the peak resident memory that was measured with these arguments, in MiB:
+/// Linear upper bounds of the measured peak resident memory in MiB, with the arguments of ToolArguments:
 ///
 ///                 1 MP  3.4 MP  6 MP RGBA  6 MP RGBA 16 bits  12 MP  24 MP
 /// pngquant          45      83        111                111    160    226
@@ -43,7 +43,7 @@ std::int64_t toolMemory(std::string_view tool, std::int64_t canvasPixels, std::i
     if (need == needs.end()) {
         throw std::invalid_argument("unknown tool");
     }
-    // Decoders refuse pictures long before these products could overflow.
+    // The decoders' size limits keep these products from overflowing.
     return need->base + canvasPixels * (need->bytesPerCanvasPixel + frames * need->bytesPerFramePixel);
 }
 

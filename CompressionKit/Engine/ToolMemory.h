@@ -7,8 +7,8 @@
 
 namespace tarnwick {
 
-/// Bytes of memory that a run of the tool (one of Tool's names) needs at most for a picture whose canvas has
-/// that many pixels, and that many frames.
+/// The most bytes of memory that a run of `tool` (a name in Tool) needs for a picture of `frames` frames with
+/// `canvasPixels` pixels each.
 std::int64_t toolMemory(std::string_view tool, std::int64_t canvasPixels, std::int64_t frames = 1);
 
 /// The same for the picture with these facts.

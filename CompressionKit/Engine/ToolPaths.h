@@ -8,17 +8,17 @@
 
 namespace tarnwick {
 
-/// Names by which every tool can reach the original and the work directory. Those are their own names as long
-/// as they are UTF-8; a tool may give up on others, so that they are reached through links in the temporary
-/// folder, which last as long as this object.
+/// Names of the original and the work directory that every tool accepts. UTF-8 paths are used as they are.
+/// Some tools fail on other paths, so this object keeps links to them in the temporary folder while it
+/// exists.
 class ToolPaths {
 public:
     /// Throws FileSystemError.
     ToolPaths(const URL& original, const URL& workDirectory);
 
-    /// What an encoder is given to read.
+    /// The encoders' input.
     const URL& input() const noexcept { return input_; }
-    /// Where outputs go, for the tools and for whoever judges them.
+    /// The folder for outputs.
     const URL& workDirectory() const noexcept { return workDirectory_; }
 
 private:
