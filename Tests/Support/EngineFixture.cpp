@@ -29,14 +29,6 @@ std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(cons
     return lines;
 }
 
-URL EngineFixture::picture(const std::string& name, const Bytes& bytes) const {
-    return pictures.file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
-URL EngineFixture::prepared(const std::string& name, const Bytes& bytes) const {
-    return home.file(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
 CompressionEngine EngineFixture::engine(const Cancellation& cancellation) const {
     const QualityThresholds thresholds;
     return {tools.folder(), store, thresholds.general, thresholds.png, thresholds.gif, cancellation};

@@ -4,6 +4,7 @@
 #include "Engine/Original.h"
 #include "Engine/Recipes.h"
 #include "Support/FakeTools.h"
+#include "Support/Pictures.h"
 #include "Support/SystemCalls.h"
 #include "Support/TemporaryFolder.h"
 
@@ -16,7 +17,7 @@
 
 namespace tarnwick::test {
 
-/// Asks a function before each changing call; what it returns is the call's failure, 0 none.
+/// Calls a function before each changing system call; a result other than 0 is the error of the call.
 class Fault : public SystemCallObserver {
 public:
     explicit Fault(std::function<int(const SystemCall&)> decide) : decide_(std::move(decide)) {}
@@ -27,14 +28,14 @@ private:
     Observation observation_{*this};
 };
 
-/// What a recipe or a validation needs, around one original.
+/// The inputs of a recipe or a validation for one original.
 struct Workshop {
-    /// `processors` bounds how many tools run at a time.
+    /// At most `processors` tools run at a time.
     explicit Workshop(const URL& picture, const FakeTools& tools, int processors = 8);
     Workshop(const Workshop&) = delete;
     Workshop& operator=(const Workshop&) = delete;
 
-    /// "label bytes", one a candidate; a failure's text when the recipe throws.
+    /// "label bytes" for each candidate, or the error text when the recipe throws.
     std::vector<std::string> outcome(std::vector<Candidate> (*recipe)(const RecipeContext&)) const;
 
     TemporaryFolder folder;
@@ -47,14 +48,14 @@ struct Workshop {
     RecipeContext context{runner, thresholds, original, original.url, work, validation};
 };
 
-/// A folder of pictures, a store and scripted tools.
+/// A folder of the user's pictures, a store and fake tools.
 class EngineFixture : public testing::Test {
 protected:
-    URL picture(const std::string& name, const Bytes& bytes) const;
-    URL prepared(const std::string& name, const Bytes& bytes) const;
+    /// A copy of the fixture among the user's pictures.
+    URL original(const std::string& fixture) const { return copyPicture(fixture, pictures / fixture); }
     CompressionEngine engine(const Cancellation& cancellation = {}) const;
     CompressionResult compress(const URL& url) const { return engine().compress(url, UUID::random()); }
-    /// The text of the failure; "" when there is none.
+    /// The error text; empty without an error.
     std::string failure(const URL& url) const;
 
     TemporaryFolder pictures;

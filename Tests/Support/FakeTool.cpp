@@ -1,7 +1,8 @@
-// Stands in for each of the external tools. Its name decides which one; what it does is told by
-// "<name>.script" beside it, "<name>.script.<N>" for its N-th run, or "<name>.scriptfor.<word>" for a run of
-// which an argument contains the word. A line is a command and its words,
-// percent-encoded. Every run is appended to "runs.log" there, in the same form.
+// Replaces every external tool in tests. Its name says which one. Its script is the file "<name>.script" in
+// its folder,
+// "<name>.script.<N>" for its N-th run, or "<name>.scriptfor.<word>" for runs with an argument that contains
+// the word. Each line is a command with its words, percent-encoded. Every run is appended to "runs.log" in
+// the same form.
 
 #include "Support/EscapedWords.h"
 
@@ -56,7 +57,10 @@ void write(const fs::path& file, const std::string& text, std::ios::openmode mod
 class Tool {
 public:
     Tool(const fs::path& program, Words arguments)
-        : folder_(program.parent_path()), name_(program.filename()), arguments_(std::move(arguments)) {}
+        : folder_(program.parent_path()), name_(program.filename()), arguments_(std::move(arguments)) {
+        sigemptyset(&terminate_);
+        sigaddset(&terminate_, SIGTERM);
+    }
 
     int run() {
         std::istringstream script(scriptOfRun(logRun()));
@@ -70,7 +74,7 @@ public:
     }
 
 private:
-    /// With one write, so that tools at work together do not mix their lines.
+    /// Uses a single write, so the lines of concurrent tools do not mix.
     static void appendLine(const fs::path& path, std::string line) {
         line += "\n";
         const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
@@ -153,7 +157,7 @@ private:
         } else if (command == "append") {
             write(words.at(1), words.at(2), std::ios::app);
         } else if (command == "trace") {
-            // The event, who started this run, and the file that it reads whatever it is called.
+            // The event, the parent process and the canonical path of the input.
             const std::string input = fs::canonical(inputPath()).native();
             appendLine(words.at(1), words.at(2) + " " + std::to_string(::getppid()) + " " + escaped(input));
         } else if (command == "remove") {
@@ -172,7 +176,14 @@ private:
         } else if (command == "hang") {
             hang();
         } else if (command == "ignore-term") {
-            static_cast<void>(std::signal(SIGTERM, SIG_IGN));
+            sigprocmask(SIG_BLOCK, &terminate_, nullptr);
+        } else if (command == "await-term") {
+            // After "ignore-term".
+            int signal = 0;
+            sigwait(&terminate_, &signal);
+            appendLine(words.at(1), "term");
+        } else if (command == "log-pid") {
+            appendLine(words.at(1), std::to_string(::getpid()));
         } else if (command == "wait-for") {
             while (!fs::exists(words.at(1))) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -187,7 +198,7 @@ private:
         return true;
     }
 
-    /// A child that never ends by itself; its number goes to the file.
+    /// Starts a child that hangs, and writes its process ID to the file.
     static void spawnChild(const fs::path& file) {
         const pid_t child = ::fork();
         if (child == 0) {
@@ -245,12 +256,15 @@ private:
     std::string name_;
     Words arguments_;
     int status_ = 0;
+    sigset_t terminate_{};
 };
 
 } // namespace
 
 int main(int count, char** words) {
     constexpr int brokenScript = 99;
+    // No tool outlives its test for long.
+    ::alarm(600);
     try {
         return Tool(words[0], Words(words + 1, words + count)).run();
     } catch (const std::exception& error) {

@@ -19,7 +19,7 @@ std::string encoded(const FakeTools::Script& script) {
     return text;
 }
 
-/// Escapes what may not stand in a file's name either.
+/// Also escapes slashes.
 std::string fileName(std::string word) {
     for (std::size_t at = 0; (at = word.find('/', at)) != std::string::npos;) {
         word.replace(at, 1, "%2F");
@@ -82,14 +82,6 @@ std::vector<FakeTools::Words> FakeTools::runs(const std::string& tool) const {
         }
     }
     return found;
-}
-
-FakeTools::Words FakeTools::order() const {
-    Words names;
-    for (const Words& words : runs()) {
-        names.push_back(words.front());
-    }
-    return names;
 }
 
 } // namespace tarnwick::test

@@ -1,5 +1,5 @@
+#include "Support/RunCommand.h"
 #include "TarnwickCommand/Arguments.h"
-#include "TarnwickCommand/RunCommand.h"
 
 #include <gmock/gmock.h>
 
@@ -7,12 +7,11 @@
 #include <variant>
 #include <vector>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using Words = std::vector<std::string>;
 
 Invocation invocation(const Words& words) {
     const auto parsed = parseArguments(words);
@@ -21,7 +20,7 @@ Invocation invocation(const Words& words) {
     return reply == nullptr ? std::get<Invocation>(parsed) : Invocation();
 }
 
-TEST(Arguments, OptionsStandBeforeAndAfterTheSubcommand) {
+TEST(Arguments, AllowOptionsBeforeAndAfterTheSubcommand) {
     const Invocation before = invocation({"--tools", "T", "--store=a=b", "compress", "--json", "x"});
     EXPECT_EQ(before.toolDirectory, "T");
     EXPECT_EQ(before.store, "a=b");
@@ -35,7 +34,7 @@ TEST(Arguments, OptionsStandBeforeAndAfterTheSubcommand) {
     EXPECT_TRUE(invocation({"clear", "--yes"}).isConfirmed);
 }
 
-TEST(Arguments, NamesOfFilesAreNeverTakenForSyntax) {
+TEST(Arguments, TakeFileNamesLiterally) {
     EXPECT_THAT(
         invocation({"compress", "[2024]", "[a,b]", "++", "%%", "{}", "-", "compress", "\xFF", "\x1fx"})
             .operands,
@@ -44,7 +43,7 @@ TEST(Arguments, NamesOfFilesAreNeverTakenForSyntax) {
                 ElementsAre("a", "-b.png", "--json", "--", "[x]"));
 }
 
-TEST(Arguments, EveryMisuseIsNamedInChineseWithStatus2) {
+TEST(Arguments, ReportMisuseInChineseWithStatus2) {
     const std::pair<Words, const char*> cases[] = {
         {{}, "缺少子命令"},
         {{"bogus"}, "未知的子命令：bogus"},
@@ -76,16 +75,10 @@ TEST(Arguments, EveryMisuseIsNamedInChineseWithStatus2) {
     }
 }
 
-TEST(Arguments, HelpListsEverythingAndLeavesNoWordOfTheParser) {
-    for (const Words& words : {Words{"--help"},
-                               {"compress", "-h"},
-                               {"inspect", "--help"},
-                               {"history", "--help"},
-                               {"restore", "--help"},
-                               {"delete", "--help"},
-                               {"clear", "--help"},
-                               {"maintain", "--help"}}) {
-        const auto parsed = parseArguments(words);
+TEST(Arguments, HelpIsCompleteAndInChinese) {
+    for (const char* command :
+         {"--help", "compress", "inspect", "history", "restore", "delete", "clear", "maintain"}) {
+        const auto parsed = parseArguments({command, "-h"});
         const auto& text = std::get<Reply>(parsed).text;
         EXPECT_THAT(text, HasSubstr("用法: tarnwick"));
         EXPECT_THAT(text, HasSubstr("-h,--help"));
@@ -99,15 +92,15 @@ TEST(Arguments, HelpListsEverythingAndLeavesNoWordOfTheParser) {
     }
 }
 
-TEST(Arguments, TheExecutableAnswersOnTheRightStreamWithTheRightStatus) {
-    const auto version = test::runCommand({"compress", "--version"});
+TEST(Arguments, TheProgramUsesTheRightStreamAndStatus) {
+    const auto version = runCommand({"compress", "--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.output, testing::MatchesRegex("tarnwick [0-9]+\\.[0-9]+\\.[0-9]+\n"));
-    const auto misuse = test::runCommand({"bogus"});
+    const auto misuse = runCommand({"bogus"});
     EXPECT_EQ(misuse.status, 2);
     EXPECT_EQ(misuse.output, "");
     EXPECT_THAT(misuse.errors, HasSubstr("未知的子命令：bogus"));
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -6,10 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
-class Collecting : public testing::Test {
+class CollectingTest : public testing::Test {
 protected:
     URL file(const std::string& name) const {
         createDirectories((folder / name).deletingLastPathComponent());
@@ -20,7 +20,7 @@ protected:
         ASSERT_EQ(::symlink(target.c_str(), (folder / name).c_str()), 0);
     }
 
-    /// The paths found, relative to the folder and joined by spaces; failures in brackets with their error.
+    /// The collected paths relative to the folder, joined by spaces; errors in brackets.
     std::string collected(const std::vector<std::string>& names) const {
         std::vector<std::string> paths(names);
         for (std::string& path : paths) {
@@ -34,47 +34,48 @@ protected:
         return text;
     }
 
-    test::TemporaryFolder folder;
+    TemporaryFolder folder;
 };
 
-TEST_F(Collecting, WalksFoldersInTheOrderOfNamesAndPassesOverWhatIsHiddenLinkedOrNoPicture) {
-    for (const char* name :
-         {"b.PNG", "a/z.jpeg", "a/d/e.gif", "c.heif", ".h.png", ".d/x.png", "t.txt", "png"}) {
+TEST_F(CollectingTest, WalksFoldersInTheOrderOfNamesAndSkipsHiddenLinkedAndOtherFiles) {
+    for (const char* name : {"b.PNG", "a/z.jpeg", "a/d/e.gif", "c.heif", ".h.png", ".d/x.png", "t.txt", "png",
+                             "9.png", "10.png", "照.png", "b/q.png", "B.png"}) {
         file(name);
     }
     link("b.PNG", "link.png");
     link("a", "folderlink");
     ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
-    EXPECT_EQ(collected({"."}), "./a/d/e.gif ./a/z.jpeg ./b.PNG ./c.heif");
+    EXPECT_EQ(collected({"."}),
+              "./10.png ./9.png ./B.png ./a/d/e.gif ./a/z.jpeg ./b/q.png ./b.PNG ./c.heif ./照.png");
     EXPECT_EQ(collected({"a/"}), "a/d/e.gif a/z.jpeg");
-    EXPECT_EQ(collected({".d", ".h.png"}), ".d/x.png .h.png") << "named outright";
+    EXPECT_EQ(collected({".d", ".h.png"}), ".d/x.png .h.png") << "given themselves";
 }
 
-TEST_F(Collecting, TakesAFileOnceHoweverItIsReached) {
+TEST_F(CollectingTest, TakesAFileOnceByWhateverPath) {
     file("a/x.png");
     file("a/y.png");
     link("a", "l");
     EXPECT_EQ(collected({"a/y.png", "l/y.png", "a/../a/x.png", "a", "l/x.png"}), "a/y.png a/../a/x.png");
     const auto found = collectFiles({(folder / "l/x.png").path()}, {});
     ASSERT_EQ(found.size(), 1U);
-    EXPECT_EQ(found[0].url, folder / "a/x.png") << "the engine and the history get the file's own place";
+    EXPECT_EQ(found[0].url, folder / "a/x.png") << "the engine and the history get the canonical folder";
 }
 
-TEST_F(Collecting, NamesWhatCannotBeTakenAndGoesOn) {
+TEST_F(CollectingTest, ReportsWhatCannotBeCompressedAndContinues) {
     file("a.png");
     file("t.txt");
     link("a.png", "link.png");
     link("nowhere", "dangling");
     EXPECT_EQ(collected({"t.txt", "link.png", "dangling", "a.png"}),
               "[t.txt: 目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。] link.png dangling a.png")
-        << "links are the engine's to refuse";
+        << "the engine refuses links";
     const auto missing = collectFiles({(folder / "none.png").path(), ""}, {});
     ASSERT_EQ(missing.size(), 2U);
     EXPECT_NE(missing[0].error->find("none.png"), std::string::npos);
     EXPECT_TRUE(missing[1].error);
 }
 
-TEST_F(Collecting, TellsOfFoldersThatCannotBeReadOrEntered) {
+TEST_F(CollectingTest, ReportsFoldersThatCannotBeReadOrEntered) {
     file("a/x.png");
     file("closed/y.png");
     file("listed/z.png");
@@ -83,12 +84,12 @@ TEST_F(Collecting, TellsOfFoldersThatCannotBeReadOrEntered) {
     }
     ASSERT_EQ(::chmod((folder / "closed").c_str(), 0000), 0);
     ASSERT_EQ(::chmod((folder / "listed").c_str(), 0444), 0);
-    const std::string text = test::unprivileged([&] { return collected({"."}); });
+    const std::string text = unprivileged([&] { return collected({"."}); });
     EXPECT_EQ(text.find("./a/x.png [./closed: 无法读取文件夹"), 0U) << text;
     EXPECT_NE(text.find("[./listed/z.png: 无法读取文件信息"), std::string::npos) << text;
 }
 
-TEST_F(Collecting, StopsWhenAskedTo) {
+TEST_F(CollectingTest, StopsWhenCancelled) {
     file("a.png");
     const Cancellation cancellation = Cancellation::make();
     cancellation.request();
@@ -96,4 +97,4 @@ TEST_F(Collecting, StopsWhenAskedTo) {
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -1,7 +1,8 @@
 #include "Foundation/UUID.h"
-#include "Support/HEIFMaker.h"
-#include "Support/PNGMaker.h"
-#include "TarnwickCommand/RunCommand.h"
+#include "Support/FakeTools.h"
+#include "Support/Pictures.h"
+#include "Support/RunCommand.h"
+#include "TarnwickCommand/JSONLine.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -10,162 +11,137 @@
 #include <algorithm>
 #include <array>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
-using test::contents;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 
-class CompressCommand : public testing::Test {
+class CompressCommandTest : public testing::Test {
 protected:
-    void SetUp() override {
-        createDirectories(tools);
-        createDirectories(pictures);
-    }
+    /// OxiPNG replaces every picture by this one, of the same pixels; pngquant fails.
+    CompressCommandTest() { tools.script("oxipng", {{"output", small.path()}}); }
 
-    /// Tools that turn any picture into the one at `folder`/small, without loss.
-    void installTools() const {
-        test::writePNG(folder / "small", {.compressionLevel = 9});
-        test::writeTool(tools, "pngquant", "exit 99");
-        test::writeTool(tools, "ssimulacra2", "exit 99");
-        test::writeTool(tools, "oxipng", "cp '" + (folder / "small").path() + "' \"$4\"");
-    }
-
-    std::vector<std::string> command(std::vector<std::string> words) const {
-        words.insert(words.end(), {"--tools", tools.path(), "--store", (folder / "store").path()});
+    URL large(std::string_view name) const { return copyPicture("photo.png", pictures / name); }
+    Words command(Words words) const {
+        words.insert(words.end(), {"--tools", tools.folder().path(), "--store", (home / "store").path()});
         return words;
     }
+    CommandResult run(Words words) const { return runCommand(command(std::move(words))); }
 
-    test::CommandEnd run(std::vector<std::string> words) const {
-        return test::runCommand(command(std::move(words)));
-    }
-
-    test::TemporaryFolder folder;
-    URL tools = folder / "tools";
-    URL pictures = folder / "pictures";
+    FakeTools tools;
+    TemporaryFolder home;
+    TemporaryFolder pictures;
+    const std::string folder = pictures.url().path();
+    const URL small = picture("photo-small.png");
 };
 
-TEST_F(CompressCommand, OneJSONLineAFileAndNothingElse) {
-    installTools();
-    const URL big = pictures.appending("big.png");
-    test::writePNG(big, {.compressionLevel = 0});
-    test::writePNG(pictures.appending("none.png"), {.compressionLevel = 9});
-    folder.file("pictures/text.png", "no picture");
-    folder.file("pictures/\xFF.png", "no picture");
-    const auto bytes = static_cast<std::int64_t>(contents(big).size());
+TEST_F(CompressCommandTest, PrintsOneJSONLineForEachFile) {
+    const URL big = large("big.png");
+    const auto bytes = contents(big).size();
+    copyPicture("photo-small.png", pictures / "none.png");
+    pictures.file("text.png", "no picture");
+    pictures.file("\xFF.png", "no picture");
 
-    const auto end = run({"compress", "--json", pictures.path(), (folder / "small").path()});
-    auto lines = end.json();
-    EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.errors, "");
+    const auto result = run({"compress", "--json", folder, pictures.file("a.txt", "").path()});
+    auto lines = result.json();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "");
     ASSERT_EQ(lines.size(), 5U);
-    EXPECT_EQ(lines[0]["error"], "目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。") << "told at once";
-    // The others come as they end.
-    std::rotate(lines.begin(), lines.begin() + 1, lines.end());
-    std::sort(lines.begin(), lines.end() - 1,
+    EXPECT_EQ(lines[0]["error"], "目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。")
+        << "rejected before the work";
+    std::sort(lines.begin() + 1, lines.end(),
               [](const JSON& a, const JSON& b) { return a["path"] < b["path"]; });
-    EXPECT_EQ(lines[0]["path"], big.path());
-    EXPECT_EQ(lines[0]["outcome"], "replaced");
-    EXPECT_EQ(lines[0]["url"], big.absoluteString());
-    EXPECT_EQ(lines[0]["originalBytes"], bytes);
-    EXPECT_EQ(lines[0]["finalBytes"], contents(folder / "small").size());
-    EXPECT_EQ(lines[0]["encoder"], "OxiPNG");
-    EXPECT_FALSE(lines[0].contains("qualityScore") || lines[0].contains("error")) << lines[0];
-    EXPECT_TRUE(UUID::parse(lines[0]["undoRecord"]));
-    EXPECT_EQ(contents(big), contents(folder / "small"));
-
-    EXPECT_EQ(lines[1]["outcome"], "skipped");
-    EXPECT_FALSE(lines[1].contains("undoRecord") || lines[1].contains("encoder")) << lines[1];
+    const JSON replaced = {{"path", big.path()},
+                           {"outcome", "replaced"},
+                           {"url", big.absoluteString()},
+                           {"originalBytes", bytes},
+                           {"finalBytes", contents(small).size()},
+                           {"encoder", "OxiPNG"},
+                           {"undoRecord", lines[1]["undoRecord"]}};
+    EXPECT_EQ(lines[1], replaced);
+    EXPECT_TRUE(UUID::parse(std::string(lines[1]["undoRecord"])));
+    EXPECT_EQ(contents(big), contents(small));
+    EXPECT_EQ(lines[2]["outcome"], "skipped");
+    EXPECT_FALSE(lines[2].contains("undoRecord") || lines[2].contains("encoder")) << lines[2];
     const JSON unreadable = {
-        {"path", pictures.appending("text.png").path()}, {"outcome", "failed"}, {"error", "图片无法解码"}};
-    EXPECT_EQ(lines[2], unreadable);
-    EXPECT_EQ(lines[3]["path"], pictures.absoluteString() + "/%FF.png");
+        {"path", folder + "/text.png"}, {"outcome", "failed"}, {"error", "图片无法解码"}};
+    EXPECT_EQ(lines[3], unreadable);
+    EXPECT_EQ(lines[4]["path"], pictures.url().absoluteString() + "/%FF.png");
 }
 
-TEST_F(CompressCommand, RowsOfAPipeCarryNoControlCharacters) {
-    installTools();
-    test::writePNG(pictures.appending("a.png"), {.compressionLevel = 0});
-    folder.file("pictures/b\n\x1b[2J.png", "no picture");
-    const auto end = run({"compress", pictures.path()});
-    EXPECT_EQ(end.status, 1);
-    EXPECT_THAT(end.output, testing::ContainsRegex("a\\.png  [0-9]+ KB → [0-9]+ KB · OxiPNG  ↓ [0-9]+%\n"));
-    EXPECT_THAT(end.output, HasSubstr("b\uFFFD\uFFFD[2J.png  压缩失败：图片无法解码\n"));
-    EXPECT_THAT(end.output, HasSubstr("\n2/2 个文件：压缩 1，"));
-    EXPECT_THAT(end.output, Not(testing::ContainsRegex("[\r\x1b]")));
+TEST_F(CompressCommandTest, PrintsRowsWithoutControlCharactersToAPipe) {
+    large("a.png");
+    pictures.file("b\n\x1b[2J.png", "no picture");
+    const auto result = run({"compress", folder});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("a.png  2 KB → 114 B · OxiPNG  ↓ 95%\n"));
+    EXPECT_THAT(result.output, HasSubstr("b\uFFFD\uFFFD[2J.png  压缩失败：图片无法解码\n"));
+    EXPECT_THAT(result.output, EndsWith("\n2/2 个文件：压缩 1，未变 0，失败 1；共节省 2 KB\n"));
+    EXPECT_THAT(result.output, testing::Not(ContainsRegex("[\r\x1b]")));
 }
 
-TEST_F(CompressCommand, ATerminalShowsWhatIsBeingDone) {
-    installTools();
-    test::writePNG(pictures.appending("a.png"), {.compressionLevel = 0});
-    const auto end =
-        test::runOnTerminal(command({"compress", pictures.path(), (folder / "none.png").path()}), "", "");
-    EXPECT_EQ(end.status, 1);
-    EXPECT_THAT(
-        end.output,
-        testing::ContainsRegex("正在压缩…\r\n\\[=+ +\\] 1/2 · 已节省 0 B\r\x1b\\[1A\x1b\\[J.*↓ [0-9]+%\r\n"));
-    EXPECT_THAT(end.output, EndsWith("失败 1；共节省 234 B\r\n"));
-}
-
-TEST_F(CompressCommand, ToolsThatAreMissingFailTheFileAndLeaveItAlone) {
-    test::writePNG(pictures.appending("a.png"), {.compressionLevel = 0});
-    const std::string before = contents(pictures.appending("a.png"));
-    const auto end = run({"compress", "--json", pictures.path()});
-    EXPECT_EQ(end.status, 1);
-    ASSERT_EQ(end.json().size(), 1U);
-    EXPECT_EQ(end.json()[0]["error"], "缺少压缩组件：pngquant");
-    EXPECT_EQ(contents(pictures.appending("a.png")), before);
-    EXPECT_EQ(run({"compress", (folder / "tools").path()}).output, "没有找到可以压缩的图片。\n");
-}
-
-TEST_F(CompressCommand, APictureMadeFromHEICIsNotTakenUpAgain) {
-    installTools();
-    test::writeHEIF(pictures.appending("a.heic"));
-    const auto end = run({"compress", "--json", pictures.path(), pictures.appending("a.heic").path()});
-    EXPECT_EQ(end.status, 0) << end.output;
-    ASSERT_EQ(end.json().size(), 1U);
-    EXPECT_EQ(end.json()[0]["outcome"], "converted");
-    EXPECT_EQ(end.json()[0]["url"], pictures.appending("a.png").absoluteString());
-}
-
-TEST_F(CompressCommand, StopsEverythingOnceNothingCanBeTold) {
-    installTools();
-    test::writeTool(tools, "oxipng",
-                    "case \"$5\" in *a.png) ;; *) sleep 60 ;; esac; cp '" + (folder / "small").path() +
-                        "' \"$4\"");
-    for (const char* name : {"a.png", "b.png"}) {
-        test::writePNG(pictures.appending(name), {.compressionLevel = 0});
+TEST_F(CompressCommandTest, ShowsProgressOnATerminal) {
+    if (!hasPseudoTerminals()) {
+        GTEST_SKIP() << "There is no pseudo-terminal: is /dev/pts mounted?";
     }
-    const std::string untouched = contents(pictures.appending("b.png"));
+    large("a.png");
+    const auto result = runOnTerminal(command({"compress", folder, folder + "/none.png"}), "", "");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, ContainsRegex("正在压缩…\r\n\\[=+ +\\] 1/2 · 已节省 0 B\r\x1b\\[1A\x1b\\[J"
+                                             ".*OxiPNG  ↓ 95%\r\n"));
+    EXPECT_THAT(result.output, EndsWith("失败 1；共节省 2 KB\r\n"));
+}
+
+TEST_F(CompressCommandTest, LeavesTheFileAloneWithoutTools) {
+    const URL file = large("a.png");
+    tools.remove("pngquant");
+    const auto result = run({"compress", "--json", folder});
+    EXPECT_EQ(result.status, 1);
+    ASSERT_EQ(result.json().size(), 1U);
+    EXPECT_EQ(result.json()[0]["error"], "缺少压缩组件：pngquant");
+    EXPECT_EQ(contents(file), pictureText("photo.png"));
+    EXPECT_EQ(run({"compress", tools.folder().path()}).output, "没有找到可以压缩的图片。\n");
+}
+
+TEST_F(CompressCommandTest, DoesNotCompressThePNGThatItMadeFromHEIC) {
+    const URL heic = copyPicture("photo.heic", pictures / "a.heic");
+    const auto result = run({"compress", "--json", folder, heic.path()});
+    EXPECT_EQ(result.status, 0) << result.output;
+    ASSERT_EQ(result.json().size(), 1U);
+    EXPECT_EQ(result.json()[0]["outcome"], "converted");
+    EXPECT_EQ(result.json()[0]["url"], (pictures / "a.png").absoluteString());
+}
+
+TEST_F(CompressCommandTest, StopsWhenStandardOutputFails) {
+    tools.scriptFor("b.png", "oxipng", {{"hang"}});
+    const URL first = large("a.png");
+    const URL second = large("b.png");
     std::array<int, 2> ends{};
     ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    FileDescriptor reader(ends[0]);
-    const FileDescriptor writer(ends[1]);
-    reader.reset();
-    for (const auto* output : {"/dev/full", "closed pipe"}) {
-        const bool isPipe = output == std::string("closed pipe");
-        const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
-        const auto end =
-            test::RunningCommand(command({"compress", pictures.path()}), isPipe ? writer : full).wait();
-        EXPECT_EQ(end.status, 1) << output;
-        EXPECT_THAT(end.errors, HasSubstr("无法写入标准输出：")) << output;
+    ::close(ends[0]);
+    const FileDescriptor closedPipe(ends[1]);
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    for (const FileDescriptor* output : {&full, &closedPipe}) {
+        const auto result = RunningCommand(command({"compress", folder}), *output).wait();
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.errors, HasSubstr("无法写入标准输出："));
     }
-    EXPECT_EQ(contents(pictures.appending("a.png")), contents(folder / "small"));
-    EXPECT_EQ(contents(pictures.appending("b.png")), untouched);
+    EXPECT_EQ(contents(first), contents(small));
+    EXPECT_EQ(contents(second), pictureText("photo.png"));
 }
 
-TEST_F(CompressCommand, InspectTellsTheFactsOrWhyThereAreNone) {
-    test::writePNG(pictures.appending("a.png"), {.width = 5, .height = 7, .color = test::PNGColor::rgba});
-    const auto end = run({"inspect", "--json", pictures.appending("a.png").path(), pictures.path(),
-                          (folder / "none.png").path(), "/dev/null"});
-    const auto lines = end.json();
-    EXPECT_EQ(end.status, 1);
+TEST_F(CompressCommandTest, InspectPrintsFactsOrTheError) {
+    const URL file = copyPicture("alpha-8.heic", pictures / "a.heic");
+    const auto result = run({"inspect", "--json", file.path(), folder, folder + "/none.png", "/dev/null"});
+    const auto lines = result.json();
+    EXPECT_EQ(result.status, 1);
     ASSERT_EQ(lines.size(), 4U);
-    const JSON facts = {{"path", pictures.appending("a.png").path()},
-                        {"kind", "png"},
-                        {"width", 5},
-                        {"height", 7},
+    const JSON facts = {{"path", file.path()},
+                        {"kind", "heic"},
+                        {"width", 64},
+                        {"height", 64},
                         {"frameCount", 1},
                         {"hasAlpha", true},
                         {"profileName", "sRGB IEC61966-2.1"},
@@ -173,10 +149,10 @@ TEST_F(CompressCommand, InspectTellsTheFactsOrWhyThereAreNone) {
                         {"hasJPEGMultiPictureData", false}};
     EXPECT_EQ(lines[0], facts);
     EXPECT_EQ(lines[1]["error"], "请选择普通图片文件");
-    EXPECT_THAT(lines[2]["error"].get<std::string>(), HasSubstr("无法读取文件信息"));
+    EXPECT_THAT(std::string(lines[2]["error"]), HasSubstr("无法读取文件信息"));
     EXPECT_EQ(lines[3]["error"], "请选择普通图片文件");
-    EXPECT_THAT(run({"inspect", pictures.appending("a.png").path()}).output, HasSubstr("尺寸：5 × 7\n"));
+    EXPECT_THAT(run({"inspect", file.path()}).output, HasSubstr("尺寸：64 × 64\n"));
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -1,27 +1,28 @@
 #include "Support/HistoryFixture.h"
+#include "Support/RunCommand.h"
 #include "TarnwickCommand/RecordLookup.h"
-#include "TarnwickCommand/RunCommand.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
-using test::contents;
+using testing::ContainsRegex;
 using testing::HasSubstr;
+using JSON = nlohmann::ordered_json;
 
-class RecordCommands : public test::HistoryFixture {
+class RecordCommandsTest : public HistoryFixture {
 protected:
-    test::CommandEnd run(std::vector<std::string> words) const {
+    CommandResult run(Words words) const {
         words.insert(words.end(), {"--store", store.root().path()});
-        return test::runCommand(words);
+        return runCommand(words);
     }
 };
 
-TEST_F(RecordCommands, HistoryTellsEveryRecordTheNewestFirst) {
+TEST_F(RecordCommandsTest, HistoryListsAllRecordsNewestFirst) {
     EXPECT_EQ(run({"history"}).output, "没有压缩记录。\n");
     const UndoRecord old = aged(replaced(picture("old.png", 1)), UndoStore::backupRetention + 60);
     UndoRecord young = replaced(picture("young.png", 2));
@@ -31,59 +32,59 @@ TEST_F(RecordCommands, HistoryTellsEveryRecordTheNewestFirst) {
 
     const auto lines = run({"history", "--json"}).json();
     ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[0]["id"], young.id.text());
-    EXPECT_EQ(lines[0]["createdAt"], "2032-09-09T01:46:40Z");
-    EXPECT_EQ(lines[0]["originalPath"], (folder / "young.png").path());
-    EXPECT_EQ(lines[0]["convertedPath"], (folder / "x\xFF.png").absoluteString());
-    EXPECT_EQ(lines[0]["originalBytes"], young.originalBytes);
-    EXPECT_EQ(lines[0]["state"], "committed");
-    EXPECT_EQ(lines[0]["backupAvailable"], true);
-    EXPECT_EQ(lines[0]["backupAvailableUntil"], "2032-09-09T05:46:40Z");
+    const JSON expected = {{"id", young.id.text()},
+                           {"sessionID", young.sessionID.text()},
+                           {"createdAt", "2032-09-09T01:46:40Z"},
+                           {"originalPath", (folder / "young.png").path()},
+                           {"backupName", young.backupName},
+                           {"originalBytes", young.originalBytes},
+                           {"replacementBytes", young.replacementBytes},
+                           {"replacementHash", young.replacementHash},
+                           {"originalHash", *young.originalHash},
+                           {"state", "committed"},
+                           {"convertedPath", (folder / "x\xFF.png").absoluteString()},
+                           {"backupAvailable", true},
+                           {"backupAvailableUntil", "2032-09-09T05:46:40Z"}};
+    EXPECT_EQ(lines[0], expected);
     EXPECT_EQ(lines[1]["id"], old.id.text());
-    EXPECT_EQ(lines[1]["backupAvailable"], false) << "its time is over, though it still stands there";
+    EXPECT_EQ(lines[1]["backupAvailable"], false) << "expired, although the file still exists";
     EXPECT_FALSE(lines[1].contains("convertedPath"));
-
-    const std::string table = run({"history"}).output;
-    EXPECT_THAT(
-        table, testing::ContainsRegex("young\\.png.*可恢复至.*" + young.id.text() + "\n.*old\\.png.*已清理"));
+    EXPECT_THAT(run({"history"}).output,
+                ContainsRegex("young\\.png.*可恢复至.*" + young.id.text() + "\n.*old\\.png.*已清理"));
 }
 
-TEST_F(RecordCommands, RestoreFindsRecordsByIdentifierAndByFileThroughLinks) {
+TEST_F(RecordCommandsTest, RestoreFindsRecordsByIdentifierAndByFile) {
     createDirectories(folder / "real");
     ASSERT_EQ(::symlink("real", (folder / "link").c_str()), 0);
     const URL a = picture("real/a.png", 1);
     const URL b = picture("real/b.png", 2);
-    const std::string originalA = contents(a);
-    const std::string originalB = contents(b);
-    const UndoRecord first = replaced(a);
+    const std::string originals = contents(a) + contents(b);
+    const std::string id = replaced(a).id.text();
     replaced(b);
 
-    const auto end = run({"restore", "--json", first.id.text(), (folder / "none.png").path(),
-                          (folder / "link/../link/b.png").path(), first.id.text()});
-    const auto lines = end.json();
-    EXPECT_EQ(end.status, 1);
+    const auto result = run(
+        {"restore", "--json", id, (folder / "none.png").path(), (folder / "link/../link/b.png").path(), id});
+    const auto lines = result.json();
+    EXPECT_EQ(result.status, 1);
     ASSERT_EQ(lines.size(), 4U);
-    const JSON restored = {{"path", a.path()}, {"outcome", "restored"}, {"record", first.id.text()}};
-    EXPECT_EQ(lines[0], restored);
-    const JSON unknown = {{"path", (folder / "none.png").path()},
-                          {"outcome", "failed"},
-                          {"error", "没有找到这个文件的压缩记录"}};
-    EXPECT_EQ(lines[1], unknown);
+    EXPECT_EQ(lines[0], (JSON{{"path", a.path()}, {"outcome", "restored"}, {"record", id}}));
+    EXPECT_EQ(lines[1], (JSON{{"path", (folder / "none.png").path()},
+                              {"outcome", "failed"},
+                              {"error", RecordLookup::unknownFile}}));
     EXPECT_EQ(lines[2]["outcome"], "restored");
-    EXPECT_EQ(lines[3]["error"], "没有这条压缩记录");
-    EXPECT_EQ(contents(a), originalA);
-    EXPECT_EQ(contents(b), originalB);
+    EXPECT_EQ(lines[3]["error"], RecordLookup::unknownRecord);
+    EXPECT_EQ(contents(a) + contents(b), originals);
     EXPECT_TRUE(store.records().empty());
 }
 
-TEST_F(RecordCommands, RestoreTakesTheNewestRecordAndRefusesAChangedFile) {
+TEST_F(RecordCommandsTest, RestoreUsesTheNewestRecordAndRefusesAChangedFile) {
     const URL a = picture("a.png", 1);
     const UndoRecord older = aged(replaced(a), 60);
     const std::string between = contents(a);
     replaced(a);
-    const auto end = run({"restore", a.path()});
-    EXPECT_EQ(end.status, 0);
-    EXPECT_EQ(end.output, a.path() + "  已恢复原图\n");
+    const auto result = run({"restore", a.path()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, a.path() + "  已恢复原图\n");
     EXPECT_EQ(contents(a), between);
 
     folder.file("a.png", "the user's own");
@@ -94,7 +95,7 @@ TEST_F(RecordCommands, RestoreTakesTheNewestRecordAndRefusesAChangedFile) {
     EXPECT_EQ(store.records(), std::vector{older});
 }
 
-TEST_F(RecordCommands, AFileNamedLikeARecordIsTheFile) {
+TEST_F(RecordCommandsTest, RestorePrefersAFileThatIsNamedLikeARecord) {
     const UndoRecord record = replaced(picture("a.png", 1));
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(folder.url().path());
@@ -104,7 +105,7 @@ TEST_F(RecordCommands, AFileNamedLikeARecordIsTheFile) {
     EXPECT_EQ(store.records(), std::vector{record});
 }
 
-TEST_F(RecordCommands, AConvertedFileLeadsToItsRecord) {
+TEST_F(RecordCommandsTest, LookupFindsConvertedFiles) {
     UndoRecord record = replaced(picture("a.png", 1));
     record.convertedPath = (folder / "made.png").path();
     store.commit(record);
@@ -113,29 +114,31 @@ TEST_F(RecordCommands, AConvertedFileLeadsToItsRecord) {
     EXPECT_EQ(RecordLookup::newestOf(store, folder / "b.png"), std::nullopt);
 }
 
-TEST_F(RecordCommands, DeleteAndClearRemoveRecordsWithTheirBackups) {
+TEST_F(RecordCommandsTest, DeleteAndClearRemoveRecordsWithTheirBackups) {
     const UndoRecord gone = replaced(picture("a.png", 1));
     const UndoRecord kept = replaced(picture("b.png", 2));
-    const auto end = run({"delete", "no-record", gone.id.text(), gone.id.text()});
-    EXPECT_EQ(end.status, 1);
-    EXPECT_EQ(end.errors,
+    const auto result = run({"delete", "no-record", gone.id.text(), gone.id.text()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors,
               "tarnwick：no-record：没有这条压缩记录\ntarnwick：" + gone.id.text() + "：没有这条压缩记录\n");
     EXPECT_FALSE(store.hasBackup(gone));
-    EXPECT_EQ(store.records(), std::vector{kept});
 
-    const auto unasked = run({"clear"});
-    EXPECT_EQ(unasked.status, 2);
-    EXPECT_THAT(unasked.errors, HasSubstr("--yes"));
+    const auto unconfirmed = run({"clear"});
+    EXPECT_EQ(unconfirmed.status, 2);
+    EXPECT_THAT(unconfirmed.errors, HasSubstr("--yes"));
     EXPECT_EQ(store.records(), std::vector{kept});
     EXPECT_EQ(run({"clear", "--yes"}).output, "已清除 1 条记录。\n");
     EXPECT_FALSE(store.hasBackup(kept));
     EXPECT_TRUE(store.records().empty());
 }
 
-TEST_F(RecordCommands, ClearingIsAskedForOnATerminalAndOnlyAYesWillDo) {
+TEST_F(RecordCommandsTest, ClearAsksOnATerminalAndOnlyYesConfirms) {
+    if (!hasPseudoTerminals()) {
+        GTEST_SKIP() << "There is no pseudo-terminal: is /dev/pts mounted?";
+    }
     const UndoRecord record = replaced(picture("a.png", 1));
     const auto clear = [&](std::string_view answer) {
-        return test::runOnTerminal({"clear", "--store", store.root().path()}, "继续：", answer);
+        return runOnTerminal({"clear", "--store", store.root().path()}, "继续：", answer);
     };
     for (const auto* answer : {"n\n", "\n", "\x04"}) {
         const auto declined = clear(answer);
@@ -151,7 +154,7 @@ TEST_F(RecordCommands, ClearingIsAskedForOnATerminalAndOnlyAYesWillDo) {
     EXPECT_TRUE(store.records().empty());
 }
 
-TEST_F(RecordCommands, MaintainRemovesOnlyBackupsThatAreTooOld) {
+TEST_F(RecordCommandsTest, MaintainRemovesOnlyExpiredBackups) {
     const UndoRecord old = aged(replaced(picture("a.png", 1)), UndoStore::backupRetention + 1);
     const UndoRecord young = replaced(picture("b.png", 2));
     EXPECT_EQ(run({"maintain"}).output, "已清理 1 个原图备份。\n");
@@ -161,4 +164,4 @@ TEST_F(RecordCommands, MaintainRemovesOnlyBackupsThatAreTooOld) {
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -1,28 +1,27 @@
 #include "Support/TemporaryFolder.h"
+#include "TarnwickCommand/DateText.h"
 #include "TarnwickCommand/TerminalReporter.h"
 #include "TarnwickCommand/TerminalText.h"
 
 #include <gmock/gmock.h>
 
-#include <sstream>
 #include <string>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
 using testing::HasSubstr;
-using testing::Not;
 
 TEST(TerminalText, CountsColumnsNotBytesOrCharacters) {
-    EXPECT_EQ(TerminalText::columns("abc"), 3U);
-    EXPECT_EQ(TerminalText::columns("图片.png"), 8U);
-    EXPECT_EQ(TerminalText::columns("e\u0301"), 1U);
-    EXPECT_EQ(TerminalText::columns("𠀀"), 2U);
+    for (const auto& [text, columns] :
+         {std::pair("abc", 3U), {"图片.png", 8U}, {"e\u0301", 1U}, {"𠀀", 2U}}) {
+        EXPECT_EQ(TerminalText::columns(text), columns) << text;
+    }
     EXPECT_EQ(TerminalText::padded("图", 4), "图  ");
     EXPECT_EQ(TerminalText::padded("图片", 3), "图片");
 }
 
-TEST(TerminalText, ElidesInTheMiddleAndNeverExceedsTheRoom) {
+TEST(TerminalText, ElidesInTheMiddleAndFits) {
     EXPECT_EQ(TerminalText::elidedInMiddle("short.png", 9), "short.png");
     EXPECT_EQ(TerminalText::elidedInMiddle("abcdefghij.png", 9), "abcd….png");
     EXPECT_EQ(TerminalText::elidedInMiddle("图图图图图图.png", 9), "图图….png");
@@ -32,7 +31,35 @@ TEST(TerminalText, ElidesInTheMiddleAndNeverExceedsTheRoom) {
     }
 }
 
-TEST(TerminalReporter, BarsFillWithTheBatchAndFitAnyTerminal) {
+TEST(DateText, DatesAreUTCAndStayInTheCalendar) {
+    EXPECT_EQ(DateText::iso8601(Date(0)), "2001-01-01T00:00:00Z");
+    EXPECT_EQ(DateText::iso8601(Date(-0.5)), "2000-12-31T23:59:59Z");
+    EXPECT_EQ(DateText::iso8601(Date(1e300)).substr(0, 5), "9999-");
+    EXPECT_EQ(DateText::iso8601(Date(-1e300)).substr(0, 5), "0001-");
+}
+
+class TerminalReporterTest : public testing::Test {
+protected:
+    /// What was written since the last call.
+    std::string written() {
+        const std::string all = contents(folder / "screen");
+        return all.substr(std::exchange(seen, all.size()));
+    }
+    void end(const CollectedFile& collected, const std::string& error) {
+        progress.count({.error = error});
+        reporter.end(collected, {.error = error}, progress);
+    }
+
+    TemporaryFolder folder;
+    const std::vector<CollectedFile> files = {{std::string(300, 'a') + "\x1b[2J\n.png", {}}, {"b.png", {}}};
+    const FileDescriptor file = createNewFile(folder / "screen", 0600);
+    const Output output{file.get()};
+    TerminalReporter reporter{output, files};
+    BatchProgress progress = {.total = 2};
+    std::size_t seen = 0;
+};
+
+TEST_F(TerminalReporterTest, BarsShowTheProgressAndFitAnyTerminal) {
     EXPECT_EQ(progressBar({.total = 4, .done = 1, .savedBytes = 1'500'000}, 39),
               "[====            ] 1/4 · 已节省 1.5 MB");
     EXPECT_EQ(progressBar({.total = 1, .done = 1}, 20), "1/1 · 已节省 0 B");
@@ -42,54 +69,33 @@ TEST(TerminalReporter, BarsFillWithTheBatchAndFitAnyTerminal) {
     }
 }
 
-TEST(TerminalReporter, DrawsLiveLinesThatFitAndTakesThemAwayBeforeTheFinalRow) {
-    const test::TemporaryFolder folder;
-    const std::vector<CollectedFile> files = {{std::string(300, 'a') + "\x1b[2J\n.png", {}}, {"b.png", {}}};
-    const FileDescriptor file = createNewFile(folder / "screen", 0600);
-    const Output output(file.get());
-    BatchProgress progress = {.total = 2};
-    TerminalReporter reporter(output, files);
+TEST_F(TerminalReporterTest, ErasesTheLiveLinesBeforeEachRow) {
     reporter.begin(files[0], progress);
-    std::istringstream live(test::contents(folder / "screen"));
-    std::string row;
-    std::string bar;
-    ASSERT_TRUE(std::getline(live, row) && std::getline(live, bar));
-    EXPECT_THAT(row, HasSubstr("正在压缩…"));
+    const std::string live = written();
+    const std::string row = live.substr(0, live.find('\n'));
+    EXPECT_THAT(row, testing::EndsWith("  正在压缩…"));
     EXPECT_LT(TerminalText::columns(row), 80U);
-    EXPECT_THAT(bar, HasSubstr("0/2"));
-    EXPECT_THAT(row + bar, Not(HasSubstr("\x1b")));
+    EXPECT_EQ(live, row + "\n" + progressBar({.total = 2}, 80));
+    EXPECT_THAT(live, testing::Not(HasSubstr("\x1b")));
 
-    const FileEnding ending = {.error = "坏\x1b[31m了\n"};
-    progress.count(ending);
-    reporter.end(files[0], ending, progress);
-    const std::string drawn = test::contents(folder / "screen");
-    EXPECT_THAT(drawn, HasSubstr(bar + "\r\x1b[1A\x1b[Jaaa"));
-    EXPECT_THAT(drawn, HasSubstr("压缩失败：坏\uFFFD[31m了\uFFFD\n"));
+    const std::string erased = "\r\x1b[1A\x1b[J";
+    reporter.begin(files[1], progress);
+    EXPECT_EQ(written(), erased + live) << "the oldest file stays live";
+    end(files[0], "坏\x1b[31m了\n");
+    const std::string second = written();
+    EXPECT_TRUE(second.starts_with(erased + "aaa"));
+    EXPECT_THAT(second, HasSubstr("  压缩失败：坏\uFFFD[31m了\uFFFD\nb.png "));
+    EXPECT_TRUE(second.ends_with("  正在压缩…\n" + progressBar(progress, 80))) << second;
 
+    end(files[1], "坏了");
+    const std::string last = written();
+    EXPECT_TRUE(last.starts_with(erased + "b.png ") && last.ends_with("压缩失败：坏了\n")) << last;
     reporter.end(files[1], {.error = "没有开始"}, progress);
     reporter.finish(progress);
-    const std::string rest = test::contents(folder / "screen").substr(drawn.size());
-    EXPECT_THAT(rest, testing::StartsWith("b.png ")) << "no live lines, nothing to take away";
-    EXPECT_THAT(rest, testing::EndsWith("1/2 个文件：压缩 0，未变 0，失败 1；共节省 0 B\n"));
-}
-
-TEST(TerminalReporter, KeepsTheOldestOfSeveralFilesLive) {
-    const test::TemporaryFolder folder;
-    const std::vector<CollectedFile> files = {{"a.png", {}}, {"b.png", {}}};
-    const FileDescriptor file = createNewFile(folder / "screen", 0600);
-    const Output output(file.get());
-    BatchProgress progress = {.total = 2};
-    TerminalReporter reporter(output, files);
-    reporter.begin(files[0], progress);
-    reporter.begin(files[1], progress);
-    progress.count({.error = "坏了"});
-    reporter.end(files[0], {.error = "坏了"}, progress);
-    const std::string erased = "\r\x1b[1A\x1b[J";
-    const std::string bar = progressBar({.total = 2}, 80);
-    EXPECT_EQ(test::contents(folder / "screen"),
-              "a.png  正在压缩…\n" + bar + erased + "a.png  正在压缩…\n" + bar + erased +
-                  "a.png  压缩失败：坏了\nb.png  正在压缩…\n" + progressBar(progress, 80));
+    EXPECT_TRUE(written().starts_with("b.png ")) << "there are no live lines to erase";
+    EXPECT_THAT(contents(folder / "screen"),
+                testing::EndsWith("2/2 个文件：压缩 0，未变 0，失败 2；共节省 0 B\n"));
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -5,8 +5,6 @@
 #include "Foundation/Text.h"
 #include "Support/EngineFixture.h"
 #include "Support/EnvironmentVariable.h"
-#include "Support/JPEGMaker.h"
-#include "Support/PNGMaker.h"
 #include "Support/Unprivileged.h"
 
 #include <acl/libacl.h>
@@ -36,36 +34,41 @@ protected:
         }
     }
 
-    static std::string text(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
-
-    const Bytes large = pngBytes({.compressionLevel = 0});
-    const URL output = prepared("output.png", pngBytes({.compressionLevel = 9}));
+    const std::string large = pictureText("photo.png");
+    const URL output = picture("photo-small.png");
 };
 
-TEST_F(CompressionEngineTest, RefusesWhatIsNoPictureFile) {
-    EXPECT_EQ(failure(*URL::parse("https://example.org/a.png")), "请选择本地图片文件");
-    EXPECT_EQ(failure(URL()), "请选择本地图片文件");
+TEST_F(CompressionEngineTest, RejectsWhatIsNoPictureFile) {
+    const URL photo = original("photo.png");
     createDirectories(pictures / "folder.png");
-    EXPECT_EQ(failure(pictures / "folder.png"), "请选择普通图片文件");
-    EXPECT_EQ(failure(pictures / "absent.png"), "请选择普通图片文件");
-    const URL photo = picture("photo.png", large);
     std::filesystem::create_symlink(photo.path(), (pictures / "link.png").path());
-    EXPECT_EQ(failure(pictures / "link.png"), "请选择普通图片文件");
-    EXPECT_EQ(failure(picture("wrong.jpg", large)), "文件格式与扩展名不一致");
-    EXPECT_EQ(failure(picture("cut.png", Bytes(large.begin(), large.end() - 30))), "图片无法解码");
-    EXPECT_EQ(failure(picture("text.txt", large)), "图片无法解码");
-    EXPECT_EQ(contents(photo), text(large));
-    EXPECT_EQ(pictures.listing(), "cut.png folder.png link.png photo.png text.txt wrong.jpg");
+    std::filesystem::create_symlink("nowhere", (pictures / "dangling.png").path());
+    const std::pair<URL, const char*> rows[] = {
+        {*URL::parse("https://example.org/a.png"), "请选择本地图片文件"},
+        {URL(), "请选择本地图片文件"},
+        {pictures / "folder.png", "请选择普通图片文件"},
+        {pictures / "link.png", "请选择普通图片文件"},
+        {pictures / "dangling.png", "请选择普通图片文件"},
+        {pictures / "absent.png", "absent.png”：No such file or directory"},
+        {photo.appending("a.png"), "photo.png/a.png”：No such file or directory"},
+        {original("png.jpg"), "文件格式与扩展名不一致"},
+        {pictures.file("cut.png", large.substr(0, large.size() - 30)), "图片无法解码"},
+        {pictures.file("text.txt", large), "图片无法解码"},
+    };
+    for (const auto& [url, error] : rows) {
+        EXPECT_THAT(failure(url), testing::EndsWith(error)) << url.path();
+    }
+    EXPECT_EQ(contents(photo), large);
+    EXPECT_EQ(pictures.listing(), "cut.png dangling.png folder.png link.png photo.png png.jpg text.txt");
     EXPECT_THAT(tools.runs(), IsEmpty());
     EXPECT_FALSE(itemExists(store.root()));
 }
 
-TEST_F(CompressionEngineTest, ReplacesTheFileAndCanBringItBack) {
-    const URL photo = picture("photo.png", large);
+TEST_F(CompressionEngineTest, ReplacesTheFileAndRestoreUndoesIt) {
+    const URL photo = original("photo.png");
     const UUID session = UUID::random();
     const auto result = engine().compress(photo, session);
     EXPECT_EQ(result.outcome, CompressionOutcome::replaced);
-    EXPECT_EQ(rawValue(result.outcome), "replaced");
     EXPECT_EQ(result.url, photo);
     EXPECT_EQ(result.encoder, "pngquant q90 floyd0.25 s1");
     EXPECT_EQ(result.qualityScore, 90.0);
@@ -80,22 +83,21 @@ TEST_F(CompressionEngineTest, ReplacesTheFileAndCanBringItBack) {
     EXPECT_EQ(result.undoRecord->sessionID, session);
     EXPECT_EQ(result.undoRecord->state, UndoRecord::State::committed);
     store.restore(*result.undoRecord);
-    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(contents(photo), large);
 }
 
-TEST_F(CompressionEngineTest, SkipsAFileThatNothingMakesSmaller) {
-    const URL photo = picture("photo.png", readFile(output, 1 << 20));
-    const auto result = compress(photo);
+TEST_F(CompressionEngineTest, SkipsAFileThatNoToolMakesSmaller) {
+    const auto result = compress(original("photo-small.png"));
     EXPECT_EQ(result.outcome, CompressionOutcome::skipped);
     EXPECT_EQ(result.finalBytes, result.originalBytes);
     EXPECT_EQ(result.savedRatio(), 0);
     EXPECT_FALSE(result.encoder || result.qualityScore || result.undoRecord);
-    EXPECT_EQ(pictures.listing(), "photo.png");
+    EXPECT_EQ(pictures.listing(), "photo-small.png");
     EXPECT_FALSE(itemExists(store.root()));
 }
 
 TEST_F(CompressionEngineTest, KeepsTheAttributes) {
-    const URL photo = picture("photo.png", large);
+    const URL photo = original("photo.png");
     const bool hasNote = ::setxattr(photo.c_str(), "user.note", "mine", 4, 0) == 0;
     const bool hasList = [&] {
         acl_t list = acl_from_text("u::rw-,g::r--,o::---,u:65534:r--,m::r--");
@@ -119,36 +121,35 @@ TEST_F(CompressionEngineTest, KeepsTheAttributes) {
     EXPECT_EQ(acl_extended_file(photo.c_str()), hasList ? 1 : 0);
 }
 
-TEST_F(CompressionEngineTest, KeepsWhatAnotherProgramWroteMeanwhile) {
-    const URL photo = picture("photo.png", large);
+TEST_F(CompressionEngineTest, KeepsAnotherProgramsChange) {
+    const URL photo = original("photo.png");
     tools.script("oxipng", {{"output", output.path()}, {"append", photo.path(), "edited"}});
     EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
-    EXPECT_EQ(contents(photo), text(large) + "editededited");
+    EXPECT_EQ(contents(photo), large + "editededited");
     EXPECT_EQ(pictures.listing(), "photo.png");
     EXPECT_THAT(store.readRecords(), IsEmpty());
     tools.script("oxipng", {{"output", output.path()}, {"remove", photo.path()}});
-    EXPECT_NE(failure(picture("photo.png", large)), "");
+    EXPECT_NE(failure(original("photo.png")), "");
     EXPECT_EQ(pictures.listing(), "");
 }
 
-TEST_F(CompressionEngineTest, TakesAnyFileName) {
+TEST_F(CompressionEngineTest, AcceptsAnyFileName) {
     for (const char* name : {"two words.png", "-o.png", "--.png", "quote'\".png", "line\nbreak.png",
                              "\xFF\xFE.png", "照片.PNG", "$(x);&.png", "%41.png", ".png.png"}) {
-        const URL photo = picture(name, large);
+        const URL photo = copyPicture("photo.png", pictures / name);
         const auto result = compress(photo);
         EXPECT_EQ(result.outcome, CompressionOutcome::replaced) << name;
         const std::string given = tools.runs("pngquant").back().back();
-        EXPECT_TRUE(isUTF8(given)) << "a tool may give up on anything else";
+        EXPECT_TRUE(isUTF8(given)) << "some tools fail on other paths";
         EXPECT_EQ(given == photo.path(), isUTF8(photo.path())) << name;
         EXPECT_EQ(store.readRecords().at(0).originalURL(), photo);
         store.restore(*result.undoRecord);
-        EXPECT_EQ(contents(photo), text(large));
+        EXPECT_EQ(contents(photo), large);
     }
 }
 
-TEST_F(CompressionEngineTest, LeavesTheFileAloneWhenAToolFailsOrItIsCancelled) {
-    const URL photo = picture("photo.jpg", jpegBytes({.pattern = noise, .quality = 95}));
-    const std::string before = contents(photo);
+TEST_F(CompressionEngineTest, KeepsTheFileWhenAToolFailsOrItIsCancelled) {
+    const URL photo = original("noise.jpg");
     tools.script("cjpegli", {{"error", "no"}, {"status", "1"}});
     EXPECT_EQ(failure(photo), "压缩组件运行失败：cjpegli（退出码 1）：no");
     const auto cancellation = Cancellation::make();
@@ -156,14 +157,14 @@ TEST_F(CompressionEngineTest, LeavesTheFileAloneWhenAToolFailsOrItIsCancelled) {
     EXPECT_THROW(engine(cancellation).compress(photo, UUID::random()), Cancelled);
     tools.remove("cjpegli");
     EXPECT_EQ(failure(photo), "缺少压缩组件：cjpegli");
-    EXPECT_EQ(contents(photo), before);
-    EXPECT_EQ(pictures.listing(), "photo.jpg");
+    EXPECT_EQ(contents(photo), pictureText("noise.jpg"));
+    EXPECT_EQ(pictures.listing(), "noise.jpg");
     EXPECT_FALSE(itemExists(store.root()));
 }
 
-TEST_F(CompressionEngineTest, TellsAFolderThatCannotBeWrittenAndAFileThatCannotBeRead) {
-    const URL photo = picture("photo.png", large);
-    const URL secret = picture("secret.png", large);
+TEST_F(CompressionEngineTest, ReportsAFolderThatCannotBeWrittenAndAFileThatCannotBeRead) {
+    const URL photo = original("photo.png");
+    const URL secret = copyPicture("photo.png", pictures / "secret.png");
     ::chmod(secret.c_str(), 0);
     ::chmod(pictures.url().c_str(), 0555);
     const URL everyones = home / "data";
@@ -183,15 +184,15 @@ TEST_F(CompressionEngineTest, TellsAFolderThatCannotBeWrittenAndAFileThatCannotB
     EXPECT_THAT(report(photo),
                 testing::AllOf(HasSubstr(pictures.url().path()), HasSubstr("Permission denied")));
     EXPECT_THAT(report(secret), testing::AllOf(HasSubstr(secret.path()), HasSubstr("Permission denied")));
-    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(contents(photo), large);
     EXPECT_EQ(pictures.listing(), "photo.png secret.png");
 }
 
-TEST_F(CompressionEngineTest, DoesNotBeginWhatItCannotNoteDown) {
-    const URL photo = picture("photo.png", large);
+TEST_F(CompressionEngineTest, DoesNotStartWithoutAWorkNote) {
+    const URL photo = original("photo.png");
     const EnvironmentVariable data("XDG_DATA_HOME", home.file("data", "no folder").path());
     EXPECT_THAT(failure(photo), HasSubstr((home / "data").path()));
-    EXPECT_EQ(contents(photo), text(large));
+    EXPECT_EQ(contents(photo), large);
     EXPECT_EQ(pictures.listing(), "photo.png");
     EXPECT_THAT(tools.runs(), testing::IsEmpty());
 }

@@ -1,7 +1,6 @@
 #include "Engine/HEICConversion.h"
 #include "Foundation/FileOperations.h"
 #include "Support/EngineFixture.h"
-#include "Support/HEIFMaker.h"
 
 #include <gmock/gmock.h>
 
@@ -15,19 +14,18 @@ using testing::IsEmpty;
 
 class HEICConversionTest : public EngineFixture {
 protected:
-    /// Runs the body as soon as the PNG is about to get its name; what it returns is the rename's failure.
+    /// Calls the body before the PNG gets its name; a result other than 0 is the error of this rename.
     static Fault beforePublishing(std::function<int(const SystemCall&)> body) {
         return Fault([body = std::move(body)](const SystemCall& call) {
             return call.name == "renameat2" ? body(call) : 0;
         });
     }
 
-    const Bytes heic = heifBytes({});
-    const URL photo = picture("photo.heic", heic);
-    const std::string original{heic.begin(), heic.end()};
+    const std::string heic = pictureText("photo.heic");
+    const URL photo = original("photo.heic");
 };
 
-TEST_F(HEICConversionTest, PutsAnExactPNGBesideTheFile) {
+TEST_F(HEICConversionTest, WritesAnExactPNGBesideTheFile) {
     const auto result = compress(photo);
     EXPECT_EQ(result.outcome, CompressionOutcome::converted);
     EXPECT_EQ(result.url, pictures / "photo.png");
@@ -36,7 +34,7 @@ TEST_F(HEICConversionTest, PutsAnExactPNGBesideTheFile) {
     EXPECT_EQ(result.originalBytes, fileSize(photo));
     EXPECT_EQ(result.finalBytes, fileSize(result.url));
     EXPECT_TRUE(ImageFacts::pixelsEqual(photo, result.url));
-    EXPECT_EQ(contents(photo), original);
+    EXPECT_EQ(contents(photo), heic);
     EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
 
     ASSERT_TRUE(result.undoRecord);
@@ -48,11 +46,9 @@ TEST_F(HEICConversionTest, PutsAnExactPNGBesideTheFile) {
     EXPECT_THAT(tools.runs(), IsEmpty());
 }
 
-TEST_F(HEICConversionTest, TurnsThePictureUpright) {
+TEST_F(HEICConversionTest, AppliesTheOrientation) {
     for (const int orientation : {2, 6, 8}) {
-        const std::string name = "turned" + std::to_string(orientation);
-        const URL turned =
-            picture(name + ".heic", heifBytes({.transformations = transformationsFor(orientation)}));
+        const URL turned = original("orientation-" + std::to_string(orientation) + ".heic");
         const ImageFacts stored = ImageFacts::inspect(turned);
         const ImageFacts facts = ImageFacts::inspect(compress(turned).url);
         EXPECT_NE(stored.width, stored.height);
@@ -62,17 +58,14 @@ TEST_F(HEICConversionTest, TurnsThePictureUpright) {
     }
 }
 
-TEST_F(HEICConversionTest, KeepsTheColoursAndTellsWhenDepthIsLost) {
-    const CodePoints displayP3 = {.primaries = 12, .transfer = 13, .matrix = 0};
-    const auto deep = compress(picture("deep.heic", heifBytes({.bits = 10, .codePoints = displayP3})));
+TEST_F(HEICConversionTest, KeepsColoursAndAlphaAndReportsLostDepth) {
+    const auto deep = compress(original("nclx-p3-10.heic"));
     EXPECT_EQ(deep.encoder, "HEIC → PNG · 8 位 PNG");
     EXPECT_EQ(ImageFacts::inspect(deep.url).profileName, "Display P3");
-    const auto alpha =
-        compress(picture("alpha.heic", heifBytes({.pattern = translucentGradient, .alpha = true})));
-    EXPECT_TRUE(ImageFacts::inspect(alpha.url).hasAlpha);
+    EXPECT_TRUE(ImageFacts::inspect(compress(original("alpha-8.heic")).url).hasAlpha);
 }
 
-TEST_F(HEICConversionTest, TakesTheFirstFreeName) {
+TEST_F(HEICConversionTest, UsesTheFirstFreeName) {
     const URL other = pictures.file("photo.png", "another picture");
     EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克1）.png");
     EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克2）.png");
@@ -80,10 +73,10 @@ TEST_F(HEICConversionTest, TakesTheFirstFreeName) {
     EXPECT_EQ(store.readRecords().size(), 2U);
 }
 
-TEST_F(HEICConversionTest, NeverOverwritesANameThatIsTakenAtTheLastMoment) {
-    const Fault fault = beforePublishing([](const SystemCall& call) {
+TEST_F(HEICConversionTest, NeverOverwritesANameThatWasTakenMeanwhile) {
+    const Fault fault = beforePublishing([&](const SystemCall& call) {
         if (call.destination.ends_with("photo.png")) {
-            writeFile(URL::file(call.destination), Bytes{'n', 'e', 'w'});
+            pictures.file("photo.png", "new");
         }
         return 0;
     });
@@ -93,16 +86,16 @@ TEST_F(HEICConversionTest, NeverOverwritesANameThatIsTakenAtTheLastMoment) {
     EXPECT_EQ(store.readRecords(), std::vector{*result.undoRecord}) << "one record a conversion";
 }
 
-TEST_F(HEICConversionTest, PublishesWhereTheExclusiveRenameIsUnknown) {
+TEST_F(HEICConversionTest, WorksWithoutTheExclusiveRename) {
     const Fault fault = beforePublishing([](const SystemCall&) { return EINVAL; });
     EXPECT_EQ(compress(photo).url, pictures / "photo.png");
     EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
 }
 
-TEST_F(HEICConversionTest, LeavesNothingWhenItFails) {
-    EXPECT_EQ(failure(picture("many.heic", heifBytes({.pictures = 2}))), "暂不支持包含多张图片的 HEIC 文件");
-    EXPECT_EQ(failure(picture("cut.heic", Bytes(heic.begin(), heic.end() - 10))), "图片无法解码");
-    removeFile(pictures / "many.heic");
+TEST_F(HEICConversionTest, LeavesNoNewFileAfterAFailure) {
+    EXPECT_EQ(failure(original("three-pictures.heic")), "暂不支持包含多张图片的 HEIC 文件");
+    EXPECT_EQ(failure(pictures.file("cut.heic", heic.substr(0, heic.size() - 10))), "图片无法解码");
+    removeFile(pictures / "three-pictures.heic");
     removeFile(pictures / "cut.heic");
     {
         const Fault fault = beforePublishing([&](const SystemCall&) {
@@ -112,7 +105,7 @@ TEST_F(HEICConversionTest, LeavesNothingWhenItFails) {
         EXPECT_THAT(failure(photo), HasSubstr("保存 PNG 失败："));
         EXPECT_EQ(contents(photo), "edited meanwhile");
     }
-    picture("photo.heic", heic);
+    pictures.file("photo.heic", heic);
     for (const auto* name : {".json", "photo.png", "decoded.png"}) {
         const Fault fault([&](const SystemCall& call) {
             const bool isAsked = call.name == "fsync" || call.name == "rename";
@@ -123,7 +116,7 @@ TEST_F(HEICConversionTest, LeavesNothingWhenItFails) {
         });
         EXPECT_NE(failure(photo), "") << name;
         EXPECT_EQ(pictures.listing(), "photo.heic") << name;
-        EXPECT_EQ(contents(photo), original);
+        EXPECT_EQ(contents(photo), heic);
         EXPECT_THAT(store.records(), IsEmpty()) << name;
     }
 }

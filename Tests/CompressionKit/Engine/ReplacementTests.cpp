@@ -2,7 +2,6 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
 #include "Support/EngineFixture.h"
-#include "Support/PNGMaker.h"
 
 #include <gmock/gmock.h>
 
@@ -14,27 +13,26 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// A compression whose every changing call can be made to fail.
 class ReplacementTest : public EngineFixture {
 protected:
     ReplacementTest() {
         tools.scores({"90"});
         for (const char* tool : {"pngquant", "oxipng"}) {
-            tools.script(tool, {{"output", prepared("out.png", pngBytes({.compressionLevel = 9})).path()}});
+            tools.script(tool, {{"output", picture("photo-small.png").path()}});
         }
     }
 
-    std::string original() const { return {large.begin(), large.end()}; }
-    bool isReplaced() const { return contents(photo) != original(); }
-    bool publishes(const SystemCall& call) const {
-        return call.name == "rename" && call.destination == photo.path();
+    bool isReplaced() const { return contents(photo) != large; }
+    static bool flushesWinner(const SystemCall& call) {
+        return call.name == "fsync" && call.path.find("/.tarnwick-") != std::string::npos &&
+               call.path.ends_with(".png");
     }
 
-    const Bytes large = pngBytes({.compressionLevel = 0});
-    const URL photo = picture("photo.png", large);
+    const std::string large = pictureText("photo.png");
+    const URL photo = original("photo.png");
 };
 
-TEST_F(ReplacementTest, LeavesTheOriginalWhicheverCallFailsOnce) {
+TEST_F(ReplacementTest, KeepsTheOriginalWhicheverCallFailsOnce) {
     int failing = 1;
     for (bool wasReached = true; wasReached && failing < 1000; ++failing) {
         int number = 0;
@@ -42,7 +40,7 @@ TEST_F(ReplacementTest, LeavesTheOriginalWhicheverCallFailsOnce) {
         std::string message;
         {
             const Fault fault([&](const SystemCall& call) {
-                // Leftovers of the scopes that clean up are no failure of the work.
+                // Work items that were not removed are no failure.
                 const bool isCleaning =
                     call.name == "remove_all" || call.name == "rmdir" || call.name == "unlink";
                 if (isCleaning || ++number != failing) {
@@ -56,7 +54,7 @@ TEST_F(ReplacementTest, LeavesTheOriginalWhicheverCallFailsOnce) {
         wasReached = !name.empty();
         const auto records = store.readRecords();
         if (message.empty()) {
-            // Some calls may fail without harm: another quantizer's setting, or another way to copy.
+            // Some failures are harmless: one pngquant setting, or one way to copy.
             ASSERT_EQ(records.size(), 1U) << name;
             store.restore(records.front());
         }
@@ -76,23 +74,21 @@ TEST_F(ReplacementTest, LosesNothingWhenTheDiskIsFull) {
     EXPECT_THAT(store.readRecords(), IsEmpty());
 }
 
-TEST_F(ReplacementTest, NoticesAChangeThatCameWhileTheWinnerWasWritten) {
+TEST_F(ReplacementTest, NoticesAChangeWhileTheWinnerWasFlushed) {
     const Fault fault([&](const SystemCall& call) {
-        if (call.name == "fsync" && call.path.find(".tarnwick-") != std::string::npos &&
-            call.path.ends_with(".png")) {
-            pictures.file("photo.png", original() + "edited");
+        if (flushesWinner(call)) {
+            pictures.file("photo.png", large + "edited");
         }
         return 0;
     });
     EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
-    EXPECT_EQ(contents(photo), original() + "edited");
+    EXPECT_EQ(contents(photo), large + "edited");
     EXPECT_THAT(store.readRecords(), IsEmpty());
 }
 
-TEST_F(ReplacementTest, PutsTheOriginalBackWhenTheRecordCannotBeCommitted) {
+TEST_F(ReplacementTest, RestoresTheOriginalWhenTheRecordCannotBeCommitted) {
     const Fault fault([&](const SystemCall& call) {
-        const bool isCommit = call.destination.ends_with(".json") && isReplaced();
-        return isCommit ? EROFS : 0;
+        return call.destination.ends_with(".json") && isReplaced() ? EROFS : 0;
     });
     EXPECT_THAT(failure(photo), HasSubstr("Read-only file system"));
     EXPECT_FALSE(isReplaced());
@@ -100,11 +96,10 @@ TEST_F(ReplacementTest, PutsTheOriginalBackWhenTheRecordCannotBeCommitted) {
     EXPECT_THAT(store.readRecords(), IsEmpty());
 }
 
-TEST_F(ReplacementTest, NeverPublishesAWinnerThatChangedAfterItWasJudged) {
+TEST_F(ReplacementTest, RejectsAWinnerThatChangedAfterValidation) {
     const Fault fault([&](const SystemCall& call) {
-        if (call.name == "fsync" && call.path.find("/.tarnwick-") != std::string::npos &&
-            call.path.ends_with(".png")) {
-            writeFile(URL::file(call.path), pngBytes({.pattern = noise, .compressionLevel = 9}));
+        if (flushesWinner(call)) {
+            copyPicture("noise.png", URL::file(call.path));
         }
         return 0;
     });
@@ -113,7 +108,7 @@ TEST_F(ReplacementTest, NeverPublishesAWinnerThatChangedAfterItWasJudged) {
     EXPECT_THAT(store.readRecords(), IsEmpty());
 }
 
-TEST_F(ReplacementTest, LeavesWhatAnotherProgramWroteOverTheResult) {
+TEST_F(ReplacementTest, KeepsAFileThatAnotherProgramWroteOverTheResult) {
     const Fault fault([&](const SystemCall& call) {
         if (call.name == "fsync" && call.path == pictures.url().path() && isReplaced()) {
             pictures.file("photo.png", "another program's");
@@ -125,12 +120,13 @@ TEST_F(ReplacementTest, LeavesWhatAnotherProgramWroteOverTheResult) {
     EXPECT_THAT(store.readRecords(), IsEmpty());
 }
 
-TEST_F(ReplacementTest, KeepsTheBackupWhileTheOriginalCannotBePutBack) {
+TEST_F(ReplacementTest, KeepsTheBackupWhenTheOriginalCannotBePutBack) {
     {
         int published = 0;
         const Fault fault([&](const SystemCall& call) {
-            published += publishes(call) ? 1 : 0;
-            const bool isPuttingBack = publishes(call) && published == 2;
+            const bool publishes = call.name == "rename" && call.destination == photo.path();
+            published += publishes ? 1 : 0;
+            const bool isPuttingBack = publishes && published == 2;
             return isPuttingBack || (call.destination.ends_with(".json") && isReplaced()) ? EIO : 0;
         });
         EXPECT_NE(failure(photo), "");

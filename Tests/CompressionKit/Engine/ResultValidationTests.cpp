@@ -2,10 +2,8 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileVersion.h"
+#include "ImageIO/ImageDestination.h"
 #include "Support/EngineFixture.h"
-#include "Support/GIFMaker.h"
-#include "Support/JPEGMaker.h"
-#include "Support/PNGMaker.h"
 
 #include <gmock/gmock.h>
 
@@ -19,11 +17,11 @@ constexpr Options lossy = {.isLossy = true};
 
 class ResultValidationTest : public EngineFixture {
 protected:
-    /// "no", or "yes" and the score, or the failure.
-    static std::string verdict(const Workshop& workshop, const std::string& name, const Bytes& output,
-                               const Options& options) {
-        const URL url =
-            workshop.folder.file(name, {reinterpret_cast<const char*>(output.data()), output.size()});
+    /// "no", "yes" and the score, or the error for the fixture as an output.
+    static std::string verdict(const Workshop& workshop, const std::string& fixture, const Options& options) {
+        return verdictOn(workshop, copyPicture(fixture, workshop.folder / fixture), options);
+    }
+    static std::string verdictOn(const Workshop& workshop, const URL& url, const Options& options) {
         try {
             const auto candidate = workshop.validation.validated(url, "label", options);
             if (!candidate) {
@@ -38,50 +36,45 @@ protected:
     }
     std::size_t scorerRuns() const { return tools.runs("ssimulacra2").size(); }
 
-    const Bytes small = pngBytes({.compressionLevel = 9});
     const std::string incompatible = "压缩结果的尺寸、方向、帧信息或色彩配置与原图不一致";
 };
 
-TEST_F(ResultValidationTest, RefusesWhatIsNotSmallerUnlessAsked) {
-    const Workshop workshop(picture("a.png", small), tools);
-    const Bytes larger = pngBytes({.compressionLevel = 0});
-    EXPECT_EQ(verdict(workshop, "empty.png", {}, {.acceptLarger = true}), "no");
-    EXPECT_EQ(verdict(workshop, "equal.png", small, {}), "no");
-    EXPECT_EQ(verdict(workshop, "larger.png", larger, {}), "no");
-    EXPECT_EQ(verdict(workshop, "larger.png", larger, {.acceptLarger = true}), "yes");
-    const Workshop roomy(picture("b.png", larger), tools);
-    EXPECT_EQ(verdict(roomy, "smaller.png", small, {}), "yes");
+TEST_F(ResultValidationTest, RejectsLargerOutputsByDefault) {
+    const Workshop workshop(original("photo-small.png"), tools);
+    EXPECT_EQ(verdictOn(workshop, workshop.folder.file("empty.png", ""), {.acceptLarger = true}), "no");
+    EXPECT_EQ(verdict(workshop, "photo-small.png", {}), "no");
+    EXPECT_EQ(verdict(workshop, "photo.png", {}), "no");
+    EXPECT_EQ(verdict(workshop, "photo.png", {.acceptLarger = true}), "yes");
+    EXPECT_EQ(verdict(Workshop(original("photo.png"), tools), "photo-small.png", {}), "yes");
     EXPECT_EQ(scorerRuns(), 0U);
 }
 
 TEST_F(ResultValidationTest, FailsForAnotherStructure) {
-    const Workshop png(picture("a.png", pngBytes({.compressionLevel = 0})), tools);
-    EXPECT_EQ(verdict(png, "size.png", pngBytes({.width = 24, .height = 32}), lossy), incompatible);
-    EXPECT_EQ(verdict(png, "profile.png", pngBytes({.gamma = 100'000}), lossy), incompatible);
-    EXPECT_EQ(verdict(png, "frames.png", pngBytes({.width = 8, .height = 8, .animationFrames = 2}), lossy),
-              incompatible);
-    EXPECT_EQ(verdict(png, "cut.png", Bytes(small.begin(), small.end() - 20), lossy), "图片无法解码");
-    EXPECT_EQ(verdict(png, "other.png", jpegBytes({.quality = 10}), lossy), "文件格式与扩展名不一致");
-    const Workshop jpeg(picture("a.jpg", jpegBytes({.pattern = noise, .quality = 95, .orientation = 6})),
-                        tools);
-    EXPECT_EQ(verdict(jpeg, "upright.jpg", jpegBytes({.quality = 50}), lossy), incompatible);
+    const Workshop png(pictures.file("a.png", pictureText("photo.png") + std::string(9'000, ' ')), tools);
+    for (const char* fixture : {"upright.png", "gamma-1.png", "animated.png"}) {
+        EXPECT_EQ(verdict(png, fixture, lossy), incompatible) << fixture;
+    }
+    const std::string small = pictureText("photo-small.png");
+    const URL cut = png.folder.file("cut.png", small.substr(0, small.size() - 20));
+    EXPECT_EQ(verdictOn(png, cut, lossy), "图片无法解码");
+    EXPECT_EQ(verdict(png, "jpeg.png", lossy), "文件格式与扩展名不一致");
+    EXPECT_EQ(verdict(Workshop(original("noise-turned.jpg"), tools), "noise-small.jpg", lossy), incompatible);
     EXPECT_EQ(scorerRuns(), 0U);
 }
 
-TEST_F(ResultValidationTest, LetsOnlyAQuantizedDisplayP3PictureBecomeSRGB) {
+TEST_F(ResultValidationTest, AllowsOnlyAQuantizedDisplayP3PictureToBecomeSRGB) {
     tools.scores({"90"});
-    const CodePoints displayP3 = {.primaries = 12, .transfer = 13, .matrix = 0};
-    const Workshop wide(picture("a.png", pngBytes({.codePoints = displayP3, .compressionLevel = 0})), tools);
-    EXPECT_EQ(verdict(wide, "b.png", small, {.isLossy = true, .allowsSRGBConversion = true}),
+    const Workshop wide(original("cicp-p3.png"), tools);
+    EXPECT_EQ(verdict(wide, "photo-small.png", {.isLossy = true, .allowsSRGBConversion = true}),
               "yes 90.000000");
-    EXPECT_EQ(verdict(wide, "b.png", small, lossy), incompatible);
+    EXPECT_EQ(verdict(wide, "photo-small.png", lossy), incompatible);
 }
 
-TEST_F(ResultValidationTest, TakesOnlyANumberForAScore) {
-    const Workshop workshop(picture("a.png", pngBytes({.compressionLevel = 0})), tools);
+TEST_F(ResultValidationTest, AcceptsOnlyAFiniteNumberAsAScore) {
+    const Workshop workshop(original("photo.png"), tools);
     for (const char* text : {"", "\n", "nan", "-inf", "inf", "1e999", "score", "70.0 x", "70,5", "0x50"}) {
         tools.script("ssimulacra2", {{"print", text}});
-        EXPECT_EQ(verdict(workshop, "b.png", small, lossy),
+        EXPECT_EQ(verdict(workshop, "photo-small.png", lossy),
                   "压缩组件运行失败：ssimulacra2 未返回有效画质评分")
             << text;
     }
@@ -90,18 +83,17 @@ TEST_F(ResultValidationTest, TakesOnlyANumberForAScore) {
                                          {"-12.5", "no"},
                                          {"1e2", "yes 100.000000"}}) {
         tools.script("ssimulacra2", {{"print", text}});
-        EXPECT_EQ(verdict(workshop, "b.png", small, lossy), expected) << text;
+        EXPECT_EQ(verdict(workshop, "photo-small.png", lossy), expected) << text;
     }
     EXPECT_THAT(tools.runs("ssimulacra2").back(),
-                ElementsAre(workshop.original.url.path(), (workshop.folder / "b.png").path()));
+                ElementsAre(workshop.original.url.path(), (workshop.folder / "photo-small.png").path()));
 }
 
-TEST_F(ResultValidationTest, HoldsEachKindToItsThresholdOrTheGivenOne) {
-    const Workshop jpeg(picture("a.jpg", jpegBytes({.pattern = noise, .quality = 95})), tools);
-    const Bytes output = jpegBytes({.quality = 50});
+TEST_F(ResultValidationTest, UsesTheThresholdOfTheKindOrTheGivenOne) {
+    const Workshop jpeg(original("noise.jpg"), tools);
     const auto withScore = [&](const char* score, const Options& options) {
         tools.script("ssimulacra2", {{"print", score}});
-        return verdict(jpeg, "b.jpg", output, options).substr(0, 3);
+        return verdict(jpeg, "noise-small.jpg", options).substr(0, 3);
     };
     EXPECT_EQ(withScore("60", lossy), "yes");
     EXPECT_EQ(withScore("59.99", lossy), "no");
@@ -111,80 +103,58 @@ TEST_F(ResultValidationTest, HoldsEachKindToItsThresholdOrTheGivenOne) {
 
 TEST_F(ResultValidationTest, KeepsTransparencyWhateverTheScore) {
     tools.scores({"100"});
-    const auto shifted = [](std::int64_t x, std::int64_t y) {
-        Pixel pixel = translucentGradient(x, y);
-        pixel.alpha = static_cast<std::uint8_t>(pixel.alpha / 2);
-        return pixel;
-    };
-    const auto png = [](const Pattern& pattern, int level) {
-        return pngBytes({.color = PNGColor::rgba, .pattern = pattern, .compressionLevel = level});
-    };
-    const Workshop workshop(picture("a.png", png(translucentGradient, 0)), tools);
-    EXPECT_EQ(verdict(workshop, "b.png", png(shifted, 9), lossy), "no");
-    EXPECT_EQ(verdict(workshop, "b.png", png(shifted, 9), {}), "no");
-    EXPECT_EQ(verdict(workshop, "b.png", small, lossy), "no") << "the transparency is gone";
+    const Workshop workshop(original("translucent.png"), tools);
+    const URL other = workshop.folder / "other.png";
+    ImageDestination destination(other, {.width = 32, .height = 24, .hasAlpha = true, .profile = {}});
+    destination.writeRows(std::vector<std::uint8_t>(std::size_t{32} * 24 * 4, 128));
+    destination.commit();
+    EXPECT_EQ(verdictOn(workshop, other, lossy), "no");
+    EXPECT_EQ(verdictOn(workshop, other, {}), "no");
+    EXPECT_EQ(verdict(workshop, "photo-small.png", lossy), "no") << "the transparency is lost";
     EXPECT_EQ(scorerRuns(), 0U);
-    EXPECT_EQ(verdict(workshop, "b.png", png(translucentGradient, 9), {}), "yes");
-    EXPECT_EQ(verdict(workshop, "b.png", png(translucentGradient, 9), lossy), "yes 100.000000");
-    const Workshop opaque(picture("c.png", pngBytes({.compressionLevel = 0})), tools);
-    const auto veiled = [](std::int64_t, std::int64_t) { return Pixel{1, 2, 3, 128}; };
-    EXPECT_EQ(verdict(opaque, "d.png", png(veiled, 9), lossy), "no") << "transparency is new";
+    EXPECT_EQ(verdict(workshop, "translucent-small.png", {}), "yes");
+    EXPECT_EQ(verdict(workshop, "translucent-small.png", lossy), "yes 100.000000");
+    const Workshop opaque(original("photo.png"), tools);
+    EXPECT_EQ(verdict(opaque, "translucent-small.png", lossy), "no") << "the transparency is new";
 }
 
-GIFOptions animation(int frames, std::size_t comment = 0) {
-    GIFOptions options = gifAnimation(frames, 16, 12);
-    options.comment = std::string(comment, 'c');
-    return options;
-}
-
-TEST_F(ResultValidationTest, WantsTheVeryFramesOfALosslessAnimation) {
-    const Workshop workshop(picture("a.gif", gifBytes(animation(3, 200))), tools);
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(animation(3)), {}), "yes");
-    GIFOptions changed = animation(3);
-    changed.frames.back().pattern = indexedTexture(16, 9);
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(changed), {}), "no");
-    GIFOptions slower = animation(3);
-    slower.frames[1].delay = 11;
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(slower), {}), incompatible);
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(animation(2)), {}), incompatible);
+TEST_F(ResultValidationTest, DemandsEqualFramesOfALosslessAnimation) {
+    const Workshop workshop(original("animation-3.gif"), tools);
+    EXPECT_EQ(verdict(workshop, "animation-3-small.gif", {}), "yes");
+    EXPECT_EQ(verdict(workshop, "animation-3-changed.gif", {}), "no");
+    EXPECT_EQ(verdict(workshop, "animation-3-slower.gif", {}), incompatible);
+    EXPECT_EQ(verdict(workshop, "animation-2-small.gif", {}), incompatible);
 }
 
 TEST_F(ResultValidationTest, ScoresAnAnimationByItsWorstFrame) {
-    const Workshop workshop(picture("a.gif", gifBytes(animation(5, 200))), tools);
-    GIFOptions changed = animation(5);
-    for (std::size_t i = 1; i < changed.frames.size(); ++i) {
-        changed.frames[i].pattern = indexedTexture(16, static_cast<std::int64_t>(20 + i));
-    }
-    const Bytes output = gifBytes(changed);
-    tools.scores({"90", "95", "69.9", "80"});
-    EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "no");
-    EXPECT_EQ(scorerRuns(), 3U) << "neither the first frame, which is the original's, nor the last";
+    const Workshop workshop(original("animation-5.gif"), tools);
+    const auto verdictFor = [&](const std::vector<std::string>& scores) {
+        tools.scores(scores);
+        return verdict(workshop, "animation-5-changed.gif", lossy);
+    };
+    EXPECT_EQ(verdictFor({"69.9", "80"}), "no");
+    EXPECT_EQ(scorerRuns(), 1U) << "equal frames and those after the first bad one are not scored";
     const auto reference = FileVersion::of(workshop.folder / "gif-reference/frame-0.png");
-    tools.scores({"90", "95", "70", "80"});
-    EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "yes 70.000000");
-    tools.scores({"101.5"});
-    EXPECT_EQ(verdict(workshop, "b.gif", output, lossy), "yes 100.000000");
+    EXPECT_EQ(verdictFor({"90", "69.9"}), "no");
+    EXPECT_EQ(verdictFor({"90", "70"}), "yes 70.000000");
+    EXPECT_EQ(verdictFor({"70.5", "90"}), "yes 70.500000");
+    EXPECT_EQ(verdictFor({"101.5"}), "yes 100.000000");
     tools.scores({"0"});
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(animation(5)), lossy), "yes 100.000000")
-        << "the same frames";
-    EXPECT_EQ(FileVersion::of(workshop.folder / "gif-reference/frame-0.png"), reference) << "made once";
-    EXPECT_EQ(workshop.folder.listing(), "b.gif gif-reference") << "frames of candidates are gone";
+    EXPECT_EQ(verdict(workshop, "animation-5-small.gif", lossy), "yes 100.000000") << "the same frames";
+    EXPECT_EQ(FileVersion::of(workshop.folder / "gif-reference/frame-0.png"), reference) << "written once";
+    EXPECT_EQ(workshop.folder.listing(), "animation-5-changed.gif animation-5-small.gif gif-reference")
+        << "the candidates' frames are removed";
 }
 
-TEST_F(ResultValidationTest, RefusesNewHolesWithoutScoring) {
+TEST_F(ResultValidationTest, RejectsNewTransparencyWithoutScoring) {
     tools.scores({"100"});
-    const Workshop workshop(picture("a.gif", gifBytes(animation(2, 200))), tools);
-    GIFOptions holes = animation(2);
-    for (GIFFrame& frame : holes.frames) {
-        frame.transparentIndex = 3;
-        frame.disposal = 2;
-    }
-    EXPECT_EQ(verdict(workshop, "b.gif", gifBytes(holes), lossy), "no");
+    const Workshop workshop(original("animation-2.gif"), tools);
+    const std::string holes = pictureText("animation-2-holes-small.gif");
+    ASSERT_LT(holes.size(), workshop.original.bytes);
+    EXPECT_EQ(verdict(workshop, "animation-2-holes-small.gif", lossy), "no");
     EXPECT_EQ(scorerRuns(), 0U);
-    GIFOptions both = holes;
-    both.comment = std::string(200, 'c');
-    const Workshop holed(picture("c.gif", gifBytes(both)), tools);
-    EXPECT_EQ(verdict(holed, "d.gif", gifBytes(holes), lossy), "yes 100.000000");
+    const Workshop holed(original("animation-2-holes.gif"), tools);
+    EXPECT_EQ(verdict(holed, "animation-2-holes-small.gif", lossy), "yes 100.000000");
 }
 
 } // namespace

@@ -1,46 +1,36 @@
 #include "Engine/ToolArguments.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace tarnwick::test {
 namespace {
 
-using testing::ElementsAre;
-
-const URL input = URL::file("/pictures/-in put.png");
-const URL output = URL::file("/pictures/.work/out.png");
-constexpr auto in = "/pictures/-in put.png";
-constexpr auto out = "/pictures/.work/out.png";
-
-TEST(ToolArgumentsTest, QuantizesOnePictureOrASheet) {
-    const QuantizeSetting setting = {.maximumQuality = 90, .dither = "0.25", .speed = 1};
-    EXPECT_EQ(setting.label(), "pngquant q90 floyd0.25 s1");
-    EXPECT_THAT(ToolArguments::pngquant(setting, input, output),
-                ElementsAre("--quality=0-90", "--speed", "1", "--floyd=0.25", "--output", out, "--", in));
-    EXPECT_THAT(
-        ToolArguments::pngquantPalette(192, input, output),
-        ElementsAre("192", "--quality=0-100", "--speed", "1", "--floyd=0", "--output", out, "--", in));
-}
-
-TEST(ToolArgumentsTest, EncodesScoresAndOptimizes) {
-    EXPECT_THAT(ToolArguments::oxipng(4, input, output), ElementsAre("-o", "4", "--out", out, in));
-    EXPECT_THAT(ToolArguments::cjpegli(72, "420", input, output),
-                ElementsAre(in, out, "--quality=72", "--chroma_subsampling=420", "--quiet"));
-    EXPECT_THAT(ToolArguments::ssimulacra2(input, output), ElementsAre(in, out));
-}
-
-TEST(ToolArgumentsTest, OptimizesAnimations) {
-    EXPECT_THAT(ToolArguments::gifsicleLossless(input, output),
-                ElementsAre("-O3", "-Okeep-empty", "--no-ignore-errors", in, "-o", out));
-    EXPECT_THAT(
-        ToolArguments::gifsicleLossy(12, input, output),
-        ElementsAre("-O3", "-Okeep-empty", "--no-ignore-errors", "--gamma=1", "--lossy=12", in, "-o", out));
-    EXPECT_THAT(ToolArguments::gifsicleColors(128, 4, input, output),
-                ElementsAre("-O3", "-Okeep-empty", "--no-ignore-errors", "--gamma=1", "--lossy=4",
-                            "--colors=128", "--color-method=blend-diversity", in, "-o", out));
-    EXPECT_THAT(ToolArguments::gifsicleColorMap(URL::file("/map.gif"), 0, input, output),
-                ElementsAre("-O3", "-Okeep-empty", "--no-ignore-errors", "--gamma=1", "--dither=none",
-                            "--use-colormap", "/map.gif", "--lossy=0", in, "-o", out));
+// The recipes' tests check which of these a tool gets.
+TEST(ToolArguments, AreThoseOfTheEncodersManuals) {
+    using namespace ToolArguments;
+    const URL in = URL::file("/-i n");
+    const URL out = URL::file("/out");
+    const std::string gif = "-O3 -Okeep-empty --no-ignore-errors ";
+    const std::pair<List, std::string> rows[] = {
+        {pngquant({90, "0.25", 1}, in, out), "--quality=0-90 --speed 1 --floyd=0.25 --output /out -- /-i n"},
+        {pngquantPalette(192, in, out), "192 --quality=0-100 --speed 1 --floyd=0 --output /out -- /-i n"},
+        {oxipng(4, in, out), "-o 4 --out /out /-i n"},
+        {cjpegli(72, "420", in, out), "/-i n /out --quality=72 --chroma_subsampling=420 --quiet"},
+        {ssimulacra2(in, out), "/-i n /out"},
+        {gifsicleLossless(in, out), gif + "/-i n -o /out"},
+        {gifsicleLossy(12, in, out), gif + "--gamma=1 --lossy=12 /-i n -o /out"},
+        {gifsicleColors(128, 4, in, out),
+         gif + "--gamma=1 --lossy=4 --colors=128 --color-method=blend-diversity /-i n -o /out"},
+        {gifsicleColorMap(URL::file("/map"), 0, in, out),
+         gif + "--gamma=1 --dither=none --use-colormap /map --lossy=0 /-i n -o /out"},
+    };
+    for (const auto& [arguments, expected] : rows) {
+        std::string joined;
+        for (const std::string& argument : arguments) {
+            joined += (joined.empty() ? "" : " ") + argument;
+        }
+        EXPECT_EQ(joined, expected);
+    }
 }
 
 } // namespace

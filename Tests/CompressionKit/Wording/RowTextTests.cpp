@@ -1,4 +1,3 @@
-
 #include "Wording/RowText.h"
 
 #include <gtest/gtest.h>
@@ -8,14 +7,14 @@
 #include <string>
 #include <utility>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
 constexpr auto most = std::numeric_limits<std::int64_t>::max();
 constexpr auto least = std::numeric_limits<std::int64_t>::min();
 
-TEST(RowText, ByteCountsRoundHalfUpAndMoveToTheNextUnitAtAThousand) {
-    const std::pair<std::int64_t, const char*> cases[] = {
+TEST(RowText, ByteCountsRoundHalfUpAndChangeTheUnitAtAThousand) {
+    const std::pair<std::int64_t, const char*> rows[] = {
         {0, "0 B"},
         {999, "999 B"},
         {1'000, "1 KB"},
@@ -26,25 +25,25 @@ TEST(RowText, ByteCountsRoundHalfUpAndMoveToTheNextUnitAtAThousand) {
         {1'250'000, "1.3 MB"},
         {999'949'999, "999.9 MB"},
         {999'950'000, "1.00 GB"},
-        {1'995'000'000, "2.00 GB"},
         {12'345'678'901, "12.35 GB"},
         {most, "9223372036.85 GB"},
         {-5, "0 B"},
         {least, "0 B"},
+        {1'995'000'000, "2.00 GB"},
     };
-    for (const auto& [bytes, text] : cases) {
+    for (const auto& [bytes, text] : rows) {
         EXPECT_EQ(RowText::byteCount(bytes), text) << bytes;
     }
 }
 
-TEST(RowText, BadgesTruncateThePercentAndCallGrowthAConversion) {
-    const std::tuple<std::int64_t, std::int64_t, const char*> cases[] = {
+TEST(RowText, BadgesTruncateThePercentageAndSayConvertedWithoutASaving) {
+    const std::tuple<std::int64_t, std::int64_t, const char*> rows[] = {
         {1'000, 999, "↓ 0%"}, {100, 71, "↓ 29%"},        {1'000, 1, "↓ 99%"},
         {1'000, 0, "↓ 100%"}, {1'000, 1'000, "已转换"},  {1'000, 2'000, "已转换"},
         {0, 0, "已转换"},     {least, most, "已转换"},   {most, least, "↓ 100%"},
         {most, 1, "↓ 100%"},  {most, most / 2, "↓ 50%"},
     };
-    for (const auto& [original, final, text] : cases) {
+    for (const auto& [original, final, text] : rows) {
         EXPECT_EQ(RowText::badge(original, final), text) << original << " " << final;
     }
 }
@@ -57,14 +56,12 @@ TEST(RowText, FinishedRowsShowSizesEncoderAndBadge) {
                                 .encoder = "OxiPNG"};
     EXPECT_EQ(RowText::finished(result), "2.4 MB → 900 KB · OxiPNG");
     EXPECT_EQ(RowText::badge(result), "↓ 62%");
-
     result.encoder.reset();
     EXPECT_EQ(RowText::finished(result), "2.4 MB → 900 KB · ");
-
     result.outcome = CompressionOutcome::skipped;
     EXPECT_EQ(RowText::finished(result), "未找到更小且质量合格的结果");
     EXPECT_EQ(RowText::badge(result), std::nullopt);
 }
 
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -1,4 +1,4 @@
-// Many files at once, with the fake tools: inside one process, and by several that share the machine.
+// Many files at once with fake tools, in one process and in several.
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
@@ -6,16 +6,13 @@
 #include "Scheduling/CompressionQueue.h"
 #include "Support/EscapedWords.h"
 #include "Support/FakeTools.h"
-#include "Support/GIFMaker.h"
-#include "Support/JPEGMaker.h"
-#include "Support/PNGMaker.h"
+#include "Support/Pictures.h"
+#include "Support/RunCommand.h"
+#include "Support/Waiting.h"
 
 #include <asio/use_future.hpp>
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -24,9 +21,8 @@
 #include <map>
 #include <set>
 #include <sstream>
-#include <thread>
 
-// The counter of an exception's owners lives in the C++ library, where the thread sanitizer doesn't see it.
+// The C++ library counts the owners of an exception; the thread sanitizer does not see that.
 extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
     return "race:std::__exception_ptr::exception_ptr::_M_release";
 }
@@ -34,96 +30,74 @@ extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserv
 namespace tarnwick::test {
 namespace {
 
-using nlohmann::json;
 using testing::AllOf;
 using testing::Each;
 using testing::Ge;
 using testing::Le;
 using testing::SizeIs;
 
-const Bytes bigPNG = pngBytes({.compressionLevel = 0});
-const Bytes smallPNG = pngBytes({.compressionLevel = 9});
-const Bytes bigJPEG = jpegBytes({.pattern = noise, .quality = 95});
-const Bytes smallJPEG = jpegBytes({.pattern = noise, .quality = 50});
-
-Bytes gif(std::size_t comment) {
-    GIFOptions options = gifAnimation(3, 16, 12);
-    options.comment = std::string(comment, 'c');
-    return gifBytes(options);
-}
-
-std::string textOf(const Bytes& bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-TEST(Batch, OfTwoHundredFilesEndsRightForEach) {
+TEST(Batch, OfTwoHundredFilesGivesTheRightResultForEach) {
     const TemporaryFolder folder;
     const FakeTools tools;
-    const auto makes = [&](const char* tool, const Bytes& bytes) {
-        const URL file = folder.file(std::string("made-by-") + tool, textOf(bytes));
-        tools.script(tool, {{"output", file.path()}});
-    };
-    makes("pngquant", smallPNG);
-    makes("oxipng", smallPNG);
-    makes("cjpegli", smallJPEG);
-    makes("gifsicle", gif(0));
+    for (const auto& [tool, output] : {std::pair("pngquant", "photo-small.png"),
+                                       {"oxipng", "photo-small.png"},
+                                       {"cjpegli", "noise-small.jpg"},
+                                       {"gifsicle", "animation-3-small.gif"}}) {
+        tools.script(tool, {{"output", picture(output).path()}});
+    }
     tools.scores({"90"});
-
     const UndoStore store(folder / "Undo");
     const CompressionEngine engine(tools.folder(), store, 60, 70, 70);
     CompressionQueue queue(CompressionQueue::maximumConcurrentTasks, folder / "Locks");
     const UUID session = UUID::random();
-    std::vector<std::pair<URL, Bytes>> files;
-    for (int i = 0; i < 200; ++i) {
-        const std::array<std::pair<const char*, Bytes>, 4> kinds = {
-            {{"png", bigPNG}, {"jpg", bigJPEG}, {"gif", gif(200)}, {"png", {'n', 'o', 'n', 'e'}}}};
-        const auto& [extension, bytes] = kinds.at(static_cast<std::size_t>(i) % kinds.size());
-        files.emplace_back(folder.file(std::to_string(i) + "." + extension, textOf(bytes)), bytes);
+    // The last is no HEIC file.
+    const std::array<std::string, 4> fixtures = {"photo.png", "noise.jpg", "animation-3.gif", "avif.heic"};
+    std::vector<std::pair<URL, std::future<std::optional<CompressionResult>>>> jobs;
+    for (std::size_t i = 0; i < 200; ++i) {
+        const std::string& fixture = fixtures.at(i % fixtures.size());
+        const URL url = copyPicture(fixture, folder / (std::to_string(i) + "-" + fixture));
+        jobs.emplace_back(url, queue.run(
+                                   url, [&, url] { return std::optional(engine.compress(url, session)); },
+                                   asio::use_future));
     }
-    std::vector<std::future<std::optional<CompressionResult>>> results;
-    for (const auto& [url, bytes] : files) {
-        results.push_back(queue.run(
-            url, [&engine, &session, url] { return std::optional(engine.compress(url, session)); },
-            asio::use_future));
-    }
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const auto& [url, bytes] = files[i];
-        if (bytes.size() > 4) {
-            const auto result = results[i].get();
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        auto& [url, job] = jobs[i];
+        const std::string original = pictureText(fixtures.at(i % fixtures.size()));
+        if (i % fixtures.size() < 3) {
+            const auto result = job.get();
             EXPECT_EQ(result->outcome, CompressionOutcome::replaced) << url.path();
             EXPECT_EQ(hash(url), result->undoRecord->replacementHash) << url.path();
-            EXPECT_EQ(contents(store.backupURL(*result->undoRecord)), textOf(bytes)) << url.path();
+            EXPECT_EQ(contents(store.backupURL(*result->undoRecord)), original) << url.path();
         } else {
-            EXPECT_THROW(results[i].get(), CompressionError);
-            EXPECT_EQ(contents(url), textOf(bytes));
+            EXPECT_THROW(job.get(), CompressionError);
+            EXPECT_EQ(contents(url), original);
         }
     }
     EXPECT_THAT(store.readRecords(), SizeIs(150));
     EXPECT_THAT(folder.listing(), testing::Not(testing::HasSubstr(".tarnwick-")));
 }
 
-/// Processes of `tarnwick` that share a lock directory, a store and tools that tell when they run on what.
-class Processes : public testing::Test {
+/// Processes of `tarnwick` that share locks, a store and tools that log their runs.
+class ProcessesTest : public testing::Test {
 protected:
-    Processes() {
-        const URL made = folder_.file("made", textOf(smallPNG));
+    ProcessesTest() {
         const auto traced = [&](FakeTools::Script script) {
             script.insert(script.begin(), {{"trace", trace_.path(), "begin"}, {"pause", "10"}});
             script.push_back({"trace", trace_.path(), "end"});
             return script;
         };
         tools_.script("pngquant", traced({{"status", "99"}}));
-        tools_.script("oxipng", traced({{"output", made.path()}}));
+        tools_.script("oxipng", traced({{"output", picture("photo-small.png").path()}}));
         ::setenv("XDG_DATA_HOME", (folder_ / "data").c_str(), 1);
         createDirectories(pictures_);
         std::filesystem::create_directory_symlink(pictures_.path(), (folder_ / "link").path());
         for (int i = 0; i < 70; ++i) {
-            files_.push_back(folder_.file("pictures/" + std::to_string(100 + i) + ".png", textOf(bigPNG)));
+            files_.push_back(copyPicture("photo.png", pictures_.appending(std::to_string(100 + i) + ".png")));
         }
     }
-    ~Processes() override { ::unsetenv("XDG_DATA_HOME"); }
+    ~ProcessesTest() override { ::unsetenv("XDG_DATA_HOME"); }
 
-    /// The first process has the files 0 to 39, the second 30 to 69, the shared ones by another way.
+    /// The first process gets the files 0 to 39, the second 30 to 69, the shared ones by other paths.
     std::vector<std::string> pathsOf(int process) const {
         std::vector<std::string> paths;
         for (std::size_t i = 0; i < 40; ++i) {
@@ -137,39 +111,25 @@ protected:
         return paths;
     }
 
-    pid_t start(int process) const {
-        // With a store that is named, they start no helper, which would outlive the test.
-        const URL store = folder_ / "data/Tarnwick/Undo";
-        std::vector<std::string> words = {TARNWICK_EXECUTABLE,    "compress", "--json",    "--tools",
-                                          tools_.folder().path(), "--store",  store.path()};
-        const auto paths = pathsOf(process);
-        words.insert(words.end(), paths.begin(), paths.end());
-        std::vector<char*> arguments;
-        for (std::string& word : words) {
-            arguments.push_back(word.data());
+    RunningCommand start(int process) const {
+        // With an explicit store they start no helper, which would outlive the test.
+        Words words = {
+            "compress", "--json", "--tools", tools_.folder().path(), "--store", UndoStore().root().path()};
+        for (const std::string& path : pathsOf(process)) {
+            words.push_back(path);
         }
-        arguments.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outputOf(process).c_str(),
-                                         O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        pid_t pid = -1;
-        EXPECT_EQ(::posix_spawn(&pid, words[0].c_str(), &actions, nullptr, arguments.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
-        return pid;
+        return RunningCommand(words);
     }
-    URL outputOf(int process) const { return folder_ / ("output-" + std::to_string(process)); }
 
-    std::map<std::string, int> outcomesOf(int process) const {
+    static std::map<std::string, int> outcomesOf(const CommandResult& result) {
         std::map<std::string, int> counts;
-        std::istringstream lines(contents(outputOf(process)));
-        for (std::string line; std::getline(lines, line);) {
-            ++counts[json::parse(line)["outcome"]];
+        for (const auto& line : result.json()) {
+            ++counts[line["outcome"]];
         }
         return counts;
     }
 
-    /// Work folders, of which each job has one while its tools run.
+    /// The number of work folders: each job has one while its tools run.
     std::size_t jobs() const {
         std::size_t count = 0;
         std::error_code none;
@@ -179,14 +139,16 @@ protected:
         return count;
     }
 
-    /// Waits for the process and returns how it ended; notes the most jobs seen at a time.
-    int wait(pid_t process) {
-        int status = -1;
-        while (::waitpid(process, &status, WNOHANG) == 0) {
+    /// Waits for the process and records the largest number of jobs.
+    CommandResult wait(const RunningCommand& process) {
+        EXPECT_TRUE(waitUntil([&] {
             mostJobs_ = std::max(mostJobs_, jobs());
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return status;
+            siginfo_t info{};
+            return ::waitid(P_PID, static_cast<id_t>(process.pid()), &info, WEXITED | WNOHANG | WNOWAIT) ==
+                       0 &&
+                   info.si_pid != 0;
+        }));
+        return process.wait();
     }
 
     struct Event {
@@ -203,7 +165,7 @@ protected:
         return all;
     }
 
-    /// From a process's first tool on a file to its last one, no other process may have one on it.
+    /// No process may run a tool on a file between another process's first and last tool on it.
     void expectNoFileSharedAtATime() const {
         const std::vector<Event> all = events();
         std::map<std::pair<std::string, std::string>, std::pair<std::size_t, std::size_t>> spans;
@@ -229,11 +191,13 @@ protected:
     std::size_t mostJobs_ = 0;
 };
 
-TEST_F(Processes, ShareTheMachineAndNeverAFile) {
-    const pid_t first = start(0);
-    const pid_t second = start(1);
-    EXPECT_EQ(wait(first), 0);
-    EXPECT_EQ(wait(second), 0);
+TEST_F(ProcessesTest, ShareTheMachineButNeverAFile) {
+    const RunningCommand first = start(0);
+    const RunningCommand second = start(1);
+    const CommandResult firstResult = wait(first);
+    const CommandResult secondResult = wait(second);
+    EXPECT_EQ(firstResult.status, 0);
+    EXPECT_EQ(secondResult.status, 0);
     EXPECT_THAT(mostJobs_, AllOf(Ge(4U), Le(10U)));
     expectNoFileSharedAtATime();
     std::set<std::string> touched;
@@ -242,31 +206,31 @@ TEST_F(Processes, ShareTheMachineAndNeverAFile) {
     }
     EXPECT_THAT(touched, SizeIs(70));
     for (const URL& file : files_) {
-        EXPECT_EQ(contents(file), textOf(smallPNG)) << file.path();
+        EXPECT_EQ(contents(file), pictureText("photo-small.png")) << file.path();
     }
-    auto counts = outcomesOf(0);
-    for (const auto& [outcome, count] : outcomesOf(1)) {
+    auto counts = outcomesOf(firstResult);
+    for (const auto& [outcome, count] : outcomesOf(secondResult)) {
         counts[outcome] += count;
     }
     EXPECT_EQ(counts["replaced"], 70);
-    EXPECT_EQ(counts["skipped"], 10) << "what the other process had made smaller already";
+    EXPECT_EQ(counts["skipped"], 10) << "the other process had compressed them";
     EXPECT_THAT(UndoStore().readRecords(), SizeIs(70));
 }
 
-TEST_F(Processes, GoOnWhenOneIsKilled) {
-    const pid_t first = start(0);
-    const pid_t second = start(1);
-    while (UndoStore().records().size() < 20) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ASSERT_EQ(::kill(first, SIGKILL), 0);
-    EXPECT_EQ(wait(second), 0);
-    EXPECT_TRUE(WIFSIGNALED(wait(first)));
-    auto counts = outcomesOf(1);
+TEST_F(ProcessesTest, ContinueWhenOneIsKilled) {
+    const RunningCommand first = start(0);
+    const RunningCommand second = start(1);
+    ASSERT_TRUE(waitUntil([] { return UndoStore().records().size() >= 20; }));
+    first.kill(SIGKILL);
+    const CommandResult result = wait(second);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(wait(first).status, 128 + SIGKILL);
+    auto counts = outcomesOf(result);
     EXPECT_EQ(counts["replaced"] + counts["skipped"], 40);
     for (std::size_t i = 0; i < files_.size(); ++i) {
         const std::string found = contents(files_[i]);
-        EXPECT_TRUE(found == textOf(smallPNG) || (i < 30 && found == textOf(bigPNG))) << files_[i].path();
+        EXPECT_TRUE(found == pictureText("photo-small.png") || (i < 30 && found == pictureText("photo.png")))
+            << files_[i].path();
     }
 }
 
