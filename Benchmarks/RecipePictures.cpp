@@ -4,9 +4,12 @@
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
 #include "Measuring.h"
-#include "Support/GIFMaker.h"
+
+#include <gif_lib.h>
 
 #include <algorithm>
+#include <array>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -62,35 +65,71 @@ void write(const URL& url, Bitmap picture) {
     destination.commit();
 }
 
-void writeAnimation(const URL& url, const Bitmap& photo, int frames, std::int64_t width,
-                    std::int64_t height) {
-    test::GIFOptions options;
-    options.width = width;
-    options.height = height;
-    options.palette.clear();
-    constexpr int levels = 6;
-    for (int i = 0; i < levels * levels * levels; ++i) {
-        const auto level = [](int step) { return static_cast<std::uint8_t>(step * 255 / (levels - 1)); };
-        options.palette.push_back({level(i / 36), level(i / 6 % 6), level(i % 6), 255});
+void check(int result) {
+    if (result != GIF_OK) {
+        throw std::runtime_error("giflib failed");
     }
-    options.loopCount = 0;
-    options.frames.clear();
+}
+
+/// Writes frames of a palette of 6 × 6 × 6 colours, 0.08 s each.
+class AnimationWriter {
+public:
+    static constexpr int levels = 6;
+
+    AnimationWriter(const URL& url, int width, int height)
+        : file_(EGifOpenFileName(url.c_str(), false, nullptr)), width_(width), height_(height) {
+        check(file_ == nullptr ? GIF_ERROR : GIF_OK);
+        EGifSetGifVersion(file_, true);
+        std::array<GifColorType, 256> colors{};
+        for (std::size_t i = 0; i < std::size_t{levels} * levels * levels; ++i) {
+            const auto level = [](std::size_t step) {
+                return static_cast<GifByteType>(step * 255 / (levels - 1));
+            };
+            colors[i] = {level(i / 36), level(i / 6 % 6), level(i % 6)};
+        }
+        ColorMapObject* palette = GifMakeMapObject(256, colors.data());
+        check(EGifPutScreenDesc(file_, width, height, 8, 0, palette));
+        GifFreeMapObject(palette);
+        check(EGifPutExtensionLeader(file_, APPLICATION_EXT_FUNC_CODE));
+        check(EGifPutExtensionBlock(file_, 11, "NETSCAPE2.0"));
+        check(EGifPutExtensionBlock(file_, 3, "\1\0\0"));
+        check(EGifPutExtensionTrailer(file_));
+    }
+    ~AnimationWriter() { EGifCloseFile(file_, nullptr); }
+    AnimationWriter(const AnimationWriter&) = delete;
+    AnimationWriter& operator=(const AnimationWriter&) = delete;
+
+    void add(std::span<GifByteType> indices) {
+        check(EGifPutExtension(file_, GRAPHICS_EXT_FUNC_CODE, 4, "\0\10\0\0"));
+        check(EGifPutImageDesc(file_, 0, 0, width_, height_, false, nullptr));
+        for (auto rest = indices; !rest.empty(); rest = rest.subspan(static_cast<std::size_t>(width_))) {
+            check(EGifPutLine(file_, rest.data(), width_));
+        }
+    }
+
+private:
+    GifFileType* file_;
+    int width_;
+    int height_;
+};
+
+void writeAnimation(const URL& url, const Bitmap& photo, int frames, int width, int height) {
+    AnimationWriter writer(url, width, height);
+    std::vector<GifByteType> indices;
     for (int i = 0; i < frames; ++i) {
         const Bitmap still = view(photo, width, height, 0.5, 100 + 4 * i, 80 + 2 * i);
-        test::GIFFrame frame;
-        frame.delay = 8;
-        frame.pattern = [still, width](std::int64_t x, std::int64_t y) {
-            const auto at = static_cast<std::size_t>(y * width + x) * 4;
+        indices.clear();
+        for (int at = 0; at < width * height; ++at) {
             // A small ordered dither, as tools that make GIFs use.
-            const int bias = static_cast<int>((x + 2 * y) % 4) * 12;
-            const auto step = [&](std::size_t part) {
-                return std::min((still.pixels[at + part] + bias) * (levels - 1) / 255, levels - 1);
+            const int bias = (at % width + 2 * (at / width)) % 4 * 12;
+            const auto step = [&](int part) {
+                const int value = still.pixels[static_cast<std::size_t>(at * 4 + part)] + bias;
+                return std::min(value * (AnimationWriter::levels - 1) / 255, AnimationWriter::levels - 1);
             };
-            return static_cast<std::uint8_t>(step(0) * 36 + step(1) * 6 + step(2));
-        };
-        options.frames.push_back(frame);
+            indices.push_back(static_cast<GifByteType>(step(0) * 36 + step(1) * 6 + step(2)));
+        }
+        writer.add(indices);
     }
-    test::writeGIF(url, options);
 }
 
 int makeAll(const URL& source, const URL& folder) {

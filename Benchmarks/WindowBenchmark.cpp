@@ -7,7 +7,7 @@
 #include "Measuring.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
-#include "Support/PNGMaker.h"
+#include "Support/Pictures.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
@@ -44,8 +44,7 @@ void write(const URL& file, std::string_view bytes) {
 
 /// A record with its backup for each of many pictures.
 void writeHistory(const URL& pictures, const URL& root) {
-    const Bytes picture = test::pngBytes({.width = 320, .height = 240});
-    const std::string_view bytes(reinterpret_cast<const char*>(picture.data()), picture.size());
+    const std::string bytes = test::pictureText("large-small.png");
     const UUID session = UUID::random();
     const URL folder = root.appending(session.text());
     createDirectories(folder);
@@ -58,8 +57,8 @@ void writeHistory(const URL& pictures, const URL& root) {
                                 .createdAt = Date::now(),
                                 .originalPath = file.path(),
                                 .backupName = id.text() + ".png",
-                                .originalBytes = static_cast<std::int64_t>(picture.size()),
-                                .replacementBytes = static_cast<std::int64_t>(picture.size()) - number % 100,
+                                .originalBytes = static_cast<std::int64_t>(bytes.size()),
+                                .replacementBytes = static_cast<std::int64_t>(bytes.size()) - number % 100,
                                 .replacementHash = {},
                                 .originalHash = {},
                                 .state = UndoRecord::State::committed,

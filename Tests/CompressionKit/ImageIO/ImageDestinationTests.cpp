@@ -2,7 +2,7 @@
 #include "Foundation/FileSystemError.h"
 #include "ImageIO/ImageDestination.h"
 #include "Support/Decoding.h"
-#include "Support/Pixel.h"
+#include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -18,57 +18,51 @@ using testing::Not;
 
 class ImageDestinationTest : public testing::Test {
 protected:
-    static ImageDestination::Options options(std::int64_t width = 45, std::int64_t height = 31) {
-        ImageDestination::Options options;
-        options.width = width;
-        options.height = height;
-        return options;
+    static ImageDestination::Options options(std::int64_t width = 32, std::int64_t height = 24) {
+        return {.width = width, .height = height, .profile = {}};
     }
-    URL written(const ImageDestination::Options& options, const Pattern& pattern = gradient) const {
+    /// Writes the pixels in two parts.
+    URL written(const ImageDestination::Options& options, std::span<const std::uint8_t> rows) const {
         URL url = folder / "picture.png";
         ImageDestination destination(url, options);
-        const Bytes rows = rgbaRows(options.width, options.height, pattern);
         const auto first = static_cast<std::size_t>(options.width) * 4;
-        destination.writeRows(std::span(rows).first(first));
-        destination.writeRows(std::span(rows).subspan(first));
+        destination.writeRows(rows.first(first));
+        destination.writeRows(rows.subspan(first));
         destination.commit();
         return url;
     }
+    URL written(const ImageDestination::Options& options) const { return written(options, translucent); }
 
     TemporaryFolder folder;
+    const Bytes translucent = decoded(picture("translucent.png"));
+    static constexpr std::size_t rowBytes = std::size_t{32} * 4;
 };
 
-TEST_F(ImageDestinationTest, keepsEveryPixel) {
+TEST_F(ImageDestinationTest, DropsOnlyAlpha) {
+    Bytes opaque = translucent;
+    for (std::size_t at = 3; at < opaque.size(); at += 4) {
+        opaque[at] = 255;
+    }
     for (const Effort effort : {Effort::fast, Effort::small}) {
-        for (const auto& pattern : {Pattern(translucentGradient), Pattern(noise)}) {
-            auto png = options();
-            png.effort = effort;
-            png.hasAlpha = true;
-            URL url = written(png, pattern);
-            EXPECT_EQ(decoded(url), rgbaRows(45, 31, pattern));
-            EXPECT_TRUE(ImageSource::open(url)->info().hasAlpha);
-
-            png.hasAlpha = false;
-            url = written(png, pattern);
-            const auto opaque = [&pattern](auto x, auto y) {
-                Pixel pixel = pattern(x, y);
-                pixel.alpha = 255;
-                return pixel;
-            };
-            EXPECT_EQ(decoded(url), rgbaRows(45, 31, opaque));
-            EXPECT_FALSE(ImageSource::open(url)->info().hasAlpha);
-        }
+        auto png = options();
+        png.effort = effort;
+        EXPECT_EQ(decoded(written(png)), opaque);
+        EXPECT_FALSE(ImageSource::open(folder / "picture.png")->info().hasAlpha);
+        png.hasAlpha = true;
+        EXPECT_EQ(decoded(written(png)), translucent);
+        EXPECT_TRUE(ImageSource::open(folder / "picture.png")->info().hasAlpha);
     }
 }
 
-TEST_F(ImageDestinationTest, spendsItsEffort) {
-    auto png = options(300, 200);
-    const std::size_t fast = contents(written(png)).size();
+TEST_F(ImageDestinationTest, SpendsItsEffort) {
+    const Bytes large = decoded(picture("large.png"));
+    auto png = options(600, 400);
+    const std::size_t fast = contents(written(png, large)).size();
     png.effort = Effort::small;
-    EXPECT_LT(contents(written(png)).size(), fast);
+    EXPECT_LT(contents(written(png, large)).size(), fast);
 }
 
-TEST_F(ImageDestinationTest, statesTheColorSpace) {
+TEST_F(ImageDestinationTest, StatesTheColorSpace) {
     auto png = options();
     EXPECT_THAT(contents(written(png)), HasSubstr("sRGB"));
 
@@ -89,7 +83,7 @@ TEST_F(ImageDestinationTest, statesTheColorSpace) {
     EXPECT_THAT(contents(written(png)), Not(HasSubstr("sRGB")));
 }
 
-TEST_F(ImageDestinationTest, reportsAFullDisk) {
+TEST_F(ImageDestinationTest, ReportsAFullDisk) {
     const auto onFullDisk = [] { ImageDestination destination(URL::file("/dev/full"), options()); };
     try {
         onFullDisk();
@@ -101,10 +95,9 @@ TEST_F(ImageDestinationTest, reportsAFullDisk) {
     EXPECT_THROW(ImageDestination(folder / "absent/picture.png", options()), FileSystemError);
 }
 
-TEST_F(ImageDestinationTest, endsOnlyAWholePicture) {
+TEST_F(ImageDestinationTest, CommitsOnlyAWholePicture) {
     const URL url = folder / "picture.png";
-    const Bytes rows = rgbaRows(45, 31, gradient);
-    constexpr std::size_t rowBytes = std::size_t{45} * 4;
+    const Bytes rows = decoded(picture("photo.png"));
     ImageDestination destination(url, options());
     destination.writeRows(std::span(rows).first(rowBytes));
     EXPECT_THROW(destination.commit(), std::logic_error);
@@ -120,7 +113,7 @@ TEST_F(ImageDestinationTest, endsOnlyAWholePicture) {
     EXPECT_FALSE(itemExists(url)) << "what was not committed is discarded";
 }
 
-TEST_F(ImageDestinationTest, refusesSizesThatPNGCannotHold) {
+TEST_F(ImageDestinationTest, RefusesSizesThatPNGCannotHold) {
     const URL url = folder.file("picture.png", "kept");
     for (const auto& [width, height] : {std::pair<std::int64_t, std::int64_t>(0, 1),
                                         {1, 0},
