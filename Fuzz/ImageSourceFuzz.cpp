@@ -1,5 +1,7 @@
 #include "Foundation/CompressionError.h"
 #include "ImageIO/ImageSource.h"
+#include "Inspection/JPEGMetadata.h"
+#include "Inspection/JPEGQuantization.h"
 #include "Support/MemoryFile.h"
 
 #include <zlib.h>
@@ -98,5 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             throw;
         }
     }
+    // These read the markers of a JPEG themselves, and must throw nothing.
+    static_cast<void>(JPEGMetadata::hasMultiplePictures(file.url()));
+    static_cast<void>(hasFineJPEGQuantization(file.url()));
     return 0;
 }

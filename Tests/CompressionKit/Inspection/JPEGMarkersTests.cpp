@@ -2,6 +2,7 @@
 #include "Inspection/ImageFacts.h"
 #include "Inspection/JPEGMetadata.h"
 #include "Inspection/JPEGQuantization.h"
+#include "Support/JPEGSegment.h"
 #include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 
@@ -13,12 +14,6 @@ namespace tarnwick::test {
 namespace {
 
 using namespace std::string_literals;
-
-std::string segment(int marker, const std::string& payload) {
-    const std::size_t length = payload.size() + 2;
-    return "\xFF"s + static_cast<char>(marker) + static_cast<char>(length >> 8U) +
-           static_cast<char>(length & 0xFFU) + payload;
-}
 
 /// An APP2 segment's payload: an index in big-endian order that states two pictures.
 const std::string index = "MPF\0MM\0*\0\0\0\x08\0\1\xB0\1\0\4\0\0\0\1\0\0\0\2\0\0\0\0"s;
@@ -58,23 +53,24 @@ TEST_F(JPEGMetadataTest, ReadsTheNumberOfPictures) {
           Row{"another type", false, 16, "\0\3"s}, Row{"two values", false, 18, "\0\0\0\2"s}}) {
         std::string changed = index;
         changed.replace(row.at, row.bytes.size(), row.bytes);
-        EXPECT_EQ(hasMultiplePictures(segment(0xE2, changed)), row.isMultiple) << row.what;
+        EXPECT_EQ(hasMultiplePictures(segment('\xE2', changed)), row.isMultiple) << row.what;
     }
     EXPECT_TRUE(
-        hasMultiplePictures(segment(0xE2, "MPF\0II*\0\x08\0\0\0\1\0\1\xB0\4\0\1\0\0\0\2\0\0\0\0\0\0\0"s)));
+        hasMultiplePictures(segment('\xE2', "MPF\0II*\0\x08\0\0\0\1\0\1\xB0\4\0\1\0\0\0\2\0\0\0\0\0\0\0"s)));
 }
 
 TEST_F(JPEGMetadataTest, FindsTheIndexAmongOtherSegments) {
-    const std::string whole = segment(0xE2, index);
+    const std::string whole = segment('\xE2', index);
     std::string silent = index;
     silent[17] = '\3';
     std::string malformed = index;
     malformed[7] = '+';
     EXPECT_TRUE(
-        hasMultiplePictures(segment(0xE2, "ICC_PROFILE\0 and more"s) + segment(0xE2, silent) + whole));
-    EXPECT_FALSE(hasMultiplePictures(segment(0xE2, malformed) + whole));
-    EXPECT_FALSE(hasMultiplePictures(segment(0xE1, index)));
-    EXPECT_FALSE(hasMultiplePictures(segment(0xE2, "MPF\0MM\0*\0\0\0\x08\0\0\0"s))) << "17 bytes are too few";
+        hasMultiplePictures(segment('\xE2', "ICC_PROFILE\0 and more"s) + segment('\xE2', silent) + whole));
+    EXPECT_FALSE(hasMultiplePictures(segment('\xE2', malformed) + whole));
+    EXPECT_FALSE(hasMultiplePictures(segment('\xE1', index)));
+    EXPECT_FALSE(hasMultiplePictures(segment('\xE2', "MPF\0MM\0*\0\0\0\x08\0\0\0"s)))
+        << "17 bytes are too few";
     EXPECT_FALSE(hasMultiplePictures(whole.substr(0, whole.size() - 3)));
     EXPECT_FALSE(hasMultiplePictures(""));
     EXPECT_FALSE(JPEGMetadata::hasMultiplePictures(folder / "missing.jpg"));
@@ -101,9 +97,9 @@ TEST_F(JPEGMetadataTest, WritesTheOrientationWhereItIsMissingOrWrong) {
 
 TEST_F(JPEGMetadataTest, ReplacesEveryExifSegmentAndKeepsAllOthers) {
     const std::string bytes = pictureText("photo.jpg");
-    const std::string kept = segment(0xE1, "http://ns.adobe.com/xap/1.0/\0<x/>"s) + segment(0xFE, "comment") +
-                             "\xFF" + bytes.substr(2);
-    const std::string exif = segment(0xE1, "Exif\0\0"s);
+    const std::string kept = segment('\xE1', "http://ns.adobe.com/xap/1.0/\0<x/>"s) +
+                             segment('\xFE', "comment") + "\xFF" + bytes.substr(2);
+    const std::string exif = segment('\xE1', "Exif\0\0"s);
     const URL file = folder.file("x.jpg", "\xFF\xD8" + exif + exif + kept);
     JPEGMetadata::preserveOrientation(8, file);
     const std::string written = contents(file);
@@ -128,7 +124,7 @@ TEST_F(JPEGMetadataTest, LeavesRefusedFilesAlone) {
 
 TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
     const TemporaryFolder folder;
-    const auto tables = [](const std::string& payload) { return segment(0xDB, payload); };
+    const auto tables = [](const std::string& payload) { return segment('\xDB', payload); };
     const std::string ones(64, '\1');
     const std::string twos(64, '\2');
     const std::string coarse(64, '\20');
@@ -138,7 +134,7 @@ TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
     }
     const std::string fine = tables("\0"s + ones);
     const std::string end = "\xFF\xD9";
-    const std::string filler = segment(0xE5, std::string(65'532, 'x')); // 64 KiB
+    const std::string filler = segment('\xE5', std::string(65'532, 'x')); // 64 KiB
     std::string mebibyte;
     for (int i = 0; i < 16; ++i) {
         mebibyte += filler;
@@ -161,10 +157,10 @@ TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
              Row{"a table of precision 2", false, tables(" " + ones) + end},
              Row{"a table that ends early", false, tables("\0"s + ones.substr(1)) + end},
              Row{"other segments and fill bytes before", true,
-                 segment(0xE0, "JFIF") + "\xFF\xFF\xFF" + fine.substr(1)},
+                 segment('\xE0', "JFIF") + "\xFF\xFF\xFF" + fine.substr(1)},
              Row{"standalone markers before", true, "\xFF\x01\xFF\xD0\xFF\xD8" + fine},
              Row{"the image's end before", false, end + fine},
-             Row{"a scan before", false, segment(0xDA, "scan") + fine},
+             Row{"a scan before", false, segment('\xDA', "scan") + fine},
              Row{"no marker before", false, "x" + fine},
              Row{"a segment of length 1 before", false, "\xFF\xDB\0\1"s + fine},
              Row{"a segment that ends early", false, fine.substr(0, fine.size() - 1)},
