@@ -130,6 +130,7 @@ TEST_F(PixelEquivalenceTest, JudgesQuantizedAlpha) {
                            Row{"32 is no large deviation", true, 3, 200, 232, 200},
                            Row{"a mean square of 36", true, 1, 60, 180, 200},
                            Row{"a mean square above 36", false, 1, 60, 181, 200},
+                           Row{"two of 400 become transparent", false, 2, 100, 0, 200},
                            Row{"a mean deviation of 2, 1 % of 200", true, 400, 200, 202, 0},
                            Row{"a shift of more than 1 %", false, 400, 199, 201, 0},
                            Row{"a mean deviation of 3", false, 400, 250, 247, 0}}) {
