@@ -4,30 +4,29 @@
 
 namespace tarnwick {
 
-/// Where the parts of the application stand.
+/// The locations of the application's parts.
 class ApplicationBundle {
 public:
-    /// What the system knows the file managers' extension by.
+    /// Identifies the file managers' extension to the system.
     static constexpr auto extensionIdentifier = "app.tarnwick.Tarnwick.finder";
 
-    /// The one that `executable`, a file in its "Contents/Linux", belongs to.
+    /// The bundle that has `executable` in its "Contents/Linux".
     explicit ApplicationBundle(const URL& executable);
-    /// The running program's. Throws std::filesystem::filesystem_error when the system does not tell.
+    /// The running program's. Throws std::filesystem::filesystem_error when its path cannot be read.
     static ApplicationBundle running();
 
     /// The bundle itself, which holds "Contents".
     URL url() const;
     /// The application's own executable.
     URL executable() const;
-    /// "Resources/Tools" in the bundle, or "Vendor/Bin" in the current directory where there are no
-    /// resources.
+    /// "Resources/Tools" in the bundle; without resources "Vendor/Bin" in the current directory.
     URL toolDirectory() const;
-    /// The file managers' extension, a bundle of its own; it need not be there.
+    /// The bundle of the file managers' extension; it need not exist.
     URL extension() const;
-    /// The folder of `pluginkit`, which registers the extension: that of the system (`systemTools`) where it
-    /// has one, else the extension's.
+    /// The folder of `pluginkit`, which registers the extension: the system's (`systemTools`) if it has one,
+    /// else the extension's.
     URL pluginKitDirectory(const URL& systemTools = URL::file("/usr/bin")) const;
-    /// The helper that keeps the backups, a bundle of its own; it need not be there.
+    /// The bundle of the helper that looks after the backups; it need not exist.
     URL helper() const;
     URL helperExecutable() const;
 

@@ -15,7 +15,7 @@ constexpr auto service = "app.tarnwick.Tarnwick";
 constexpr auto path = "/app/tarnwick/Tarnwick";
 constexpr auto interface = "org.freedesktop.Application";
 constexpr int answerMilliseconds = 5000;
-/// Only our own second start sets it in its platform data.
+/// Only a second start of this program sets this key in the platform data.
 constexpr auto askedForKey = "app.tarnwick.Tarnwick.compress";
 
 QVariantMap platformData() {
@@ -47,7 +47,7 @@ bool handOver(const QDBusConnection& bus, const QList<QUrl>& urls, bool isAskedF
 
 } // namespace
 
-/// The methods as the desktop calls them; their names are the protocol's.
+/// The protocol's methods, which the desktop calls.
 class ApplicationAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -56,7 +56,7 @@ public:
     explicit ApplicationAdaptor(ApplicationInstance* instance)
         : QDBusAbstractAdaptor(instance), instance_(*instance) {}
 
-public slots: // NOLINT(readability-redundant-access-specifiers): to moc it is another one
+public slots: // NOLINT(readability-redundant-access-specifiers): moc needs it
     void Activate(const QVariantMap& platform_data) { instance_.receive(platform_data); }
     void Open(const QStringList& uris, const QVariantMap& platform_data) {
         instance_.receive(platform_data);

@@ -15,26 +15,26 @@ class ApplicationInstance : public QObject {
 
 public:
     enum class Role {
-        /// This process is the application; also where there is no session bus.
+        /// This process is the application, as always without a session bus.
         first,
-        /// Another process is, and has taken the files over.
+        /// Another process is the application and has accepted the files.
         second,
     };
 
     explicit ApplicationInstance(QObject* parent = nullptr);
     ~ApplicationInstance() override;
 
-    /// Becomes the application, or hands `urls` to the process that is; `isAskedFor` tells whether the user
-    /// asked for their compression. To be called once, before the window is made. A running application that
-    /// doesn't answer leaves the files to this process.
+    /// Becomes the application, or passes `urls` to the running one; `isAskedFor` means that the user asked
+    /// for their compression. Must be called once, before the window is made. When a running application does
+    /// not answer, this process becomes the first.
     Role start(const QList<QUrl>& urls, bool isAskedFor);
 
 signals:
-    /// The window is to come to the front.
+    /// The window should come to the front.
     void activated(const QString& activationToken);
-    /// Without `isAskedFor` the desktop opened the files, as it would in a viewer of pictures.
+    /// Without `isAskedFor` the desktop only opened the files, as in a picture viewer.
     void filesOpened(const QList<QUrl>& urls, bool isAskedFor);
-    /// A named action of the desktop entry.
+    /// An action of the desktop entry, by its name.
     void actionRequested(const QString& name);
 
 private:

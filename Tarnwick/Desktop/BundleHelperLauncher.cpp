@@ -13,13 +13,13 @@
 namespace tarnwick {
 namespace {
 
-/// A helper that is about to end gives its lock up before it looks for backups one last time. So one that
-/// still has it will find whatever its starter has just put into the store.
-bool isAtWork() {
+/// A helper that is about to exit releases its lock before it looks for backups one last time. So a helper
+/// that holds it will find a backup that exists now.
+bool isRunning() {
     try {
         return FileLock::isHeld(helperLockFile());
     } catch (const FileSystemError&) {
-        // The helper itself can tell better what is wrong.
+        // The helper will report what is wrong.
         return false;
     }
 }
@@ -33,13 +33,14 @@ URL helperLockFile() {
 BundleHelperLauncher::BundleHelperLauncher(URL helper) : helper_(std::move(helper)) {}
 
 void BundleHelperLauncher::launch() {
-    if (!isRegularFile(helper_) || isAtWork()) {
+    if (!isRegularFile(helper_) || isRunning()) {
         return;
     }
     QProcess helper;
     helper.setProgram(QFile::decodeName(helper_.c_str()));
     helper.setArguments({"--maintain-backups"});
-    // Whoever reads this program's output waits for its end, and a current folder keeps its disk in use.
+    // A reader of this program's output waits until all holders closed it; a current folder keeps its disk
+    // mounted.
     helper.setStandardInputFile(QProcess::nullDevice());
     helper.setStandardOutputFile(QProcess::nullDevice());
     helper.setStandardErrorFile(QProcess::nullDevice());

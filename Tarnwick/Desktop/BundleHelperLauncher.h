@@ -5,8 +5,8 @@
 
 namespace tarnwick {
 
-/// Starts the helper of an application bundle with "--maintain-backups", unless one is at work already. It
-/// outlives this program and its terminal, and keeps nothing of theirs open.
+/// Starts the helper of an application bundle with "--maintain-backups", unless one runs already. It outlives
+/// this program and its terminal and holds none of their files open.
 class BundleHelperLauncher final : public HelperLauncher {
 public:
     /// `helper` is the helper's executable, see ApplicationBundle.
@@ -18,7 +18,7 @@ private:
     URL helper_;
 };
 
-/// What a helper locks (see FileLock) while it is at work.
+/// The file that a running helper locks (see FileLock).
 URL helperLockFile();
 
 } // namespace tarnwick

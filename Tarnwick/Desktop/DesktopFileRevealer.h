@@ -4,8 +4,8 @@
 
 namespace tarnwick {
 
-/// Asks org.freedesktop.FileManager1 on the session bus; where nobody answers to that, xdg-open opens the
-/// folder. Needs the Qt main thread's event loop.
+/// Asks org.freedesktop.FileManager1 on the session bus; without an answer, xdg-open opens the folder. Needs
+/// the Qt main thread's event loop.
 class DesktopFileRevealer final : public FileRevealer {
 public:
     void reveal(const URL& file) override;

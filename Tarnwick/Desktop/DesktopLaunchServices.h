@@ -4,9 +4,8 @@
 
 namespace tarnwick {
 
-/// Linux keeps no registry of bundles: a desktop reads the desktop entries and bus services that a package
-/// puts in place. So nothing is written here; a bundle that cannot be read, which no desktop could start, is
-/// logged.
+/// Linux has no registry of bundles: a desktop reads the desktop entries and bus services that a package
+/// installs. So this writes nothing; an unreadable bundle, which no desktop could start, is debug output.
 class DesktopLaunchServices final : public LaunchServices {
 public:
     void registerBundle(const URL& bundle) override;

@@ -5,8 +5,7 @@
 
 namespace tarnwick {
 
-/// Something that was asked for and lasts as long as this object: an observation, a timer. Ending it from
-/// within the handler that it stands for is fine.
+/// An observation or a timer, which ends with this object. Its handler may end it.
 class [[nodiscard]] Registration {
 public:
     Registration() = default;

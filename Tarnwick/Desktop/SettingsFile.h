@@ -9,7 +9,7 @@ namespace tarnwick {
 /// An INI file.
 class SettingsFile final : public Defaults {
 public:
-    /// Both the file and its folders are made when something is stored.
+    /// The file and its folders are created when a value is stored.
     explicit SettingsFile(const QString& path);
     /// $XDG_CONFIG_HOME/Tarnwick/Settings.ini, by default in ~/.config.
     static QString userPath();

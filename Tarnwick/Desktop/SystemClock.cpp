@@ -12,7 +12,7 @@ Date SystemClock::now() const {
 }
 
 Registration SystemClock::startTimer(double seconds, std::function<void()> handler) {
-    // What a timer can hold is limited.
+    // QTimer counts milliseconds in an int.
     constexpr double aDay = 86'400;
     const std::chrono::duration<double> wait(std::clamp(seconds, 0.0, aDay));
     auto* timer = new QTimer;

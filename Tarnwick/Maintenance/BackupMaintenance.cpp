@@ -27,7 +27,7 @@ BackupMaintenance::BackupMaintenance(BackgroundWorker& worker, Clock& clock, Und
 
 void BackupMaintenance::schedule() {
     wait_ = {};
-    if (isAtWork_) {
+    if (isRunning_) {
         isStale_ = true;
     } else {
         pass();
@@ -46,17 +46,17 @@ BackupMaintenance::Findings BackupMaintenance::tidy(const UndoStore& store, Date
 }
 
 void BackupMaintenance::pass() {
-    isAtWork_ = true;
+    isRunning_ = true;
     isStale_ = false;
     worker_.run([store = store_, now = clock_.now()] { return tidy(store, now); },
                 [this](const std::exception_ptr& error, const Findings& findings) {
-                    isAtWork_ = false;
+                    isRunning_ = false;
                     hasRemoved_ = hasRemoved_ || findings.hasRemoved;
-                    passEnded(error, findings);
+                    finishPass(error, findings);
                 });
 }
 
-void BackupMaintenance::passEnded(const std::exception_ptr& error, const Findings& findings) {
+void BackupMaintenance::finishPass(const std::exception_ptr& error, const Findings& findings) {
     if (isStale_) {
         pass();
     } else if (error) {
@@ -73,7 +73,7 @@ void BackupMaintenance::passEnded(const std::exception_ptr& error, const Finding
 }
 
 void BackupMaintenance::waitUntil(Date expiration) {
-    // A backup that cannot be removed has always expired: it must not keep the disk busy.
+    // A backup that cannot be removed stays expired; its retries must not keep the disk busy.
     constexpr double shortestWait = 1;
     const double seconds = std::max(expiration.timeIntervalSince(clock_.now()), shortestWait);
     wait_ = clock_.startTimer(seconds, [this] { pass(); });

@@ -11,30 +11,30 @@
 
 namespace tarnwick {
 
-/// Removes backups when they expire, for as long as there are any. Belongs to the main thread.
+/// Removes backups when they expire, until none is left. Belongs to the main thread.
 class BackupMaintenance {
 public:
     struct Findings {
         /// The committed records that still have a backup.
         std::set<UUID> records;
-        /// Whether a backup was removed since the findings before.
+        /// Whether a backup was removed since the previous findings.
         bool hasRemoved = false;
         std::optional<Date> nextExpiration;
     };
 
-    /// `onBackups` receives what every pass finds. A pass that fails is logged, and the next one waits for
-    /// schedule(); `onFailure` is told of it.
+    /// `onBackups` receives the findings of every pass. After a failed pass, `onFailure` is called and the
+    /// next pass waits for schedule().
     BackupMaintenance(
         BackgroundWorker& worker, Clock& clock, UndoStore store,
         std::function<void(const Findings&)> onBackups, std::function<void()> onFailure = [] {});
 
-    /// Begins anew with a pass now; a pass at work is followed by one more, and its findings are dropped.
+    /// Starts a pass now. A running pass is followed by another one, and its findings are dropped.
     void schedule();
 
 private:
     static Findings tidy(const UndoStore& store, Date now);
     void pass();
-    void passEnded(const std::exception_ptr& error, const Findings& findings);
+    void finishPass(const std::exception_ptr& error, const Findings& findings);
     void waitUntil(Date expiration);
 
     BackgroundWorker& worker_;
@@ -42,7 +42,7 @@ private:
     UndoStore store_;
     std::function<void(const Findings&)> onBackups_;
     std::function<void()> onFailure_;
-    bool isAtWork_ = false;
+    bool isRunning_ = false;
     bool isStale_ = false;
     bool hasRemoved_ = false;
     Registration wait_;

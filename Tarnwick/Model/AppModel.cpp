@@ -2,7 +2,6 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
-#include "Inspection/ImageKind.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
 #include "Tarnwick/Desktop/DesktopServices.h"
@@ -10,6 +9,8 @@
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/Model/HistoryLoading.h"
+#include "Tarnwick/Model/ImportSelection.h"
+#include "Tarnwick/Model/RecordActions.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
 #include "Tarnwick/QtSupport/MainThreadExecutor.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
@@ -19,30 +20,12 @@
 #include <asio/bind_executor.hpp>
 
 #include <QPointer>
-#include <QStringList>
 #include <algorithm>
 #include <iterator>
-#include <optional>
 #include <set>
 #include <utility>
 
 namespace tarnwick {
-namespace {
-
-QStringList imageFilters() {
-    return {"图片 (*.png *.PNG *.jpg *.JPG *.jpeg *.JPEG *.gif *.GIF *.heic *.HEIC *.heif *.HEIF)"};
-}
-
-/// The same for all ways to name a file.
-std::string workKey(const URL& url) {
-    return url.isFileURL() ? CompressionQueue::fileIdentity(url) : url.absoluteString();
-}
-
-bool isRecognised(const URL& url) {
-    return ImageKind::from(url).has_value();
-}
-
-} // namespace
 
 CompressionEngine makeApplicationEngine(const URL& toolDirectory, const Cancellation& cancellation) {
     constexpr QualityThresholds thresholds;
@@ -54,27 +37,33 @@ struct AppModel::Work {
         : engine(std::move(theEngine)), cancellation(std::move(theCancellation)),
           historyLoading(background, engine.undo(),
                          [&model](bool isStartup, const std::vector<HistoryEntry>& entries) {
-                             model.historyLoaded(isStartup, entries);
+                             model.insertHistory(isStartup, entries);
                          }),
-          maintenance(background, model.services_.clock, engine.undo(),
-                      [&model](const BackupMaintenance::Findings& findings) {
-                          model.tasks_.setAvailableBackups(findings.records);
-                      }) {}
+          backupMaintenanceTask(background, model.services_.clock, engine.undo(),
+                                [&model](const BackupMaintenance::Findings& findings) {
+                                    model.tasks_.setAvailableBackups(findings.records);
+                                }),
+          recordActions(model.tasks_, model.services_.queue, engine.undo(), mainThread.executor(),
+                        {.onHistoryChange = [&model] { model.announceHistoryChange(); },
+                         .onDelete = [this](const UndoRecord& record) { historyLoading.exclude(record); },
+                         .onDeleteFailure = [&model](const QString& text) { model.setAlertMessage(text); }}) {
+    }
 
     const CompressionEngine engine;
     const Cancellation cancellation;
     MainThreadContext mainThread;
     BackgroundWorker background{mainThread.executor()};
     HistoryLoading historyLoading;
-    BackupMaintenance maintenance;
+    BackupMaintenance backupMaintenanceTask;
+    RecordActions recordActions;
 };
 
 AppModel::AppModel(const AppServices& services, const CompressionEngine& engine,
                    const Cancellation& cancellation, QObject* parent)
     : QObject(parent), services_(services), work_(std::make_unique<Work>(*this, engine, cancellation)),
-      historyObservation_(services_.notifications.observe(NotificationName::historyDidChange,
-                                                          [this] { loadHistory(false); })),
-      wakeObservation_(services_.wake.observeWake([this] { scheduleBackupMaintenance(); })) {
+      backgroundHistoryObserver_(services_.notifications.observe(NotificationName::historyDidChange,
+                                                                 [this] { loadHistory(false); })),
+      workspaceWakeObserver_(services_.wake.observeWake([this] { scheduleBackupMaintenance(); })) {
     connect(&tasks_, &ImageTaskListModel::activeCountChanged, this, &AppModel::isCompressingChanged);
     connect(this, &AppModel::isClearingChanged, this, &AppModel::isCompressingChanged);
     connect(this, &AppModel::alertMessageChanged, this, &AppModel::hasModalPresentationChanged);
@@ -123,7 +112,7 @@ bool AppModel::hasModalPresentation() const noexcept {
 }
 
 QString AppModel::savedText() const {
-    return toQString(RowText::byteCount(progress_.savedBytes()));
+    return toQString(RowText::byteCount(totals_.savedBytes()));
 }
 
 void AppModel::chooseFiles() {
@@ -131,14 +120,16 @@ void AppModel::chooseFiles() {
         return;
     }
     setChoosingFiles(true);
-    services_.chooser.open(imageFilters(), [model = QPointer(this)](const QList<QUrl>& urls) {
+    const QStringList filters = {
+        "图片 (*.png *.PNG *.jpg *.JPG *.jpeg *.JPEG *.gif *.GIF *.heic *.HEIC *.heif *.HEIF)"};
+    services_.chooser.open(filters, [model = QPointer(this)](const QList<QUrl>& urls) {
         if (model) {
-            model->chosen(urls);
+            model->importChosen(urls);
         }
     });
 }
 
-void AppModel::chosen(const QList<QUrl>& urls) {
+void AppModel::importChosen(const QList<QUrl>& urls) {
     if (!urls.isEmpty()) {
         add(urls);
     }
@@ -156,28 +147,13 @@ void AppModel::add(const std::vector<URL>& urls) {
         setAlertMessage("正在清除记录，请稍后再导入图片。");
         return;
     }
-    std::vector<URL> pictures;
-    std::copy_if(urls.begin(), urls.end(), std::back_inserter(pictures), isRecognised);
-    if (pictures.size() < urls.size()) {
+    const ImportSelection selection = ImportSelection::of(urls, tasks_);
+    if (selection.hasUnsupported) {
         setAlertMessage(toQString(Messages::unsupportedKind));
     }
-    const std::vector<URL> accepted = withoutDuplicates(pictures);
-    if (!accepted.empty()) {
-        importFiles(accepted);
+    if (!selection.accepted.empty()) {
+        importFiles(selection.accepted);
     }
-}
-
-std::vector<URL> AppModel::withoutDuplicates(const std::vector<URL>& urls) const {
-    std::set<std::string> atWork;
-    for (int row = 0; row < tasks_.count() && !urls.empty(); ++row) {
-        if (tasks_.at(row).status.isActive()) {
-            atWork.insert(workKey(tasks_.at(row).url));
-        }
-    }
-    std::vector<URL> accepted;
-    std::copy_if(urls.begin(), urls.end(), std::back_inserter(accepted),
-                 [&](const URL& url) { return atWork.insert(workKey(url)).second; });
-    return accepted;
 }
 
 void AppModel::importFiles(const std::vector<URL>& urls) {
@@ -189,7 +165,7 @@ void AppModel::importFiles(const std::vector<URL>& urls) {
     const UUID sessionID = UUID::random();
     importAnimationID_ = toQString(sessionID.text());
     emit importAnimationIDChanged();
-    progress_.begin(static_cast<int>(imported.size()));
+    totals_.begin(static_cast<int>(imported.size()));
     emit progressChanged();
     tasks_.insert(tasks_.count(), imported);
     for (const ImageTask& task : imported) {
@@ -205,29 +181,29 @@ void AppModel::compress(const ImageTask& task, const UUID& sessionID) {
         [engine = work_->engine, url = task.url, sessionID] { return engine.compress(url, sessionID); },
         asio::bind_executor(mainThread, [this, id = task.id](const std::exception_ptr& error,
                                                              const CompressionResult& result) {
-            compressionEnded(id, error, result);
+            finishCompression(id, error, result);
         }));
 }
 
 void AppModel::markCompressing(const UUID& id) {
-    setStatus(id, TaskStatus::Compressing);
+    tasks_.setStatus(id, TaskStatus::Compressing);
 }
 
-void AppModel::compressionEnded(const UUID& id, const std::exception_ptr& error,
-                                const CompressionResult& result) {
+void AppModel::finishCompression(const UUID& id, const std::exception_ptr& error,
+                                 const CompressionResult& result) {
     if (error) {
-        progress_.endWithFailure();
-        setStatus(id, TaskStatus::failed(errorDescription(error)));
-        emit progressChanged();
-        return;
+        totals_.addFailure();
+        tasks_.setStatus(id, TaskStatus::failed(errorDescription(error)));
+    } else {
+        totals_.add(result);
+        tasks_.update(id, [&](ImageTask& task) {
+            task.result = result;
+            task.status =
+                result.outcome == CompressionOutcome::skipped ? TaskStatus::Skipped : TaskStatus::Done;
+            task.backupAvailable = result.undoRecord.has_value();
+            task.url = result.url;
+        });
     }
-    progress_.endWith(result);
-    tasks_.update(id, [&](ImageTask& task) {
-        task.result = result;
-        task.status = result.outcome == CompressionOutcome::skipped ? TaskStatus::Skipped : TaskStatus::Done;
-        task.backupAvailable = result.undoRecord.has_value();
-        task.url = result.url;
-    });
     emit progressChanged();
     if (result.undoRecord) {
         scheduleBackupMaintenance();
@@ -236,44 +212,15 @@ void AppModel::compressionEnded(const UUID& id, const std::exception_ptr& error,
 }
 
 void AppModel::restore(const QString& taskID) {
-    const ImageTask* found = task(taskID);
-    if (found != nullptr && found->record() != nullptr) {
-        // A copy: the row's own changes while it is used.
-        restoreRecord(UndoRecord(*found->record()));
+    if (const UndoRecord* found = record(taskID)) {
+        // A copy: restoring changes the row.
+        restoreRecord(UndoRecord(*found));
     }
 }
 
 void AppModel::restoreRecord(const UndoRecord& record) {
-    const std::vector<UUID> holders = tasks_.tasksHolding(record.id);
-    const auto isActive = [this](const UUID& id) { return tasks_.find(id)->status.isActive(); };
-    if (isClearing_ || holders.empty() || std::any_of(holders.begin(), holders.end(), isActive)) {
-        return;
-    }
-    for (const UUID& id : holders) {
-        setStatus(id, TaskStatus::Restoring);
-    }
-    services_.queue.run(
-        record.replacementURL(), [store = work_->engine.undo(), record] { store.restore(record); },
-        asio::bind_executor(work_->mainThread.executor(), [this, record](const std::exception_ptr& error) {
-            restoreEnded(record, error);
-        }));
-}
-
-void AppModel::restoreEnded(const UndoRecord& record, const std::exception_ptr& error) {
-    for (const UUID& id : tasks_.tasksHolding(record.id)) {
-        tasks_.update(id, [&](ImageTask& task) {
-            if (error) {
-                task.status = TaskStatus::failed(errorDescription(error));
-                return;
-            }
-            task.status = TaskStatus::Restored;
-            task.url = record.originalURL();
-            task.thumbnailURL = task.url;
-            task.backupAvailable = false;
-        });
-    }
-    if (!error) {
-        announceHistoryChange();
+    if (!isClearing_) {
+        work_->recordActions.restore(record);
     }
 }
 
@@ -284,28 +231,9 @@ void AppModel::deleteTask(const QString& taskID) {
     }
     if (found->record() == nullptr) {
         tasks_.remove(found->id);
-        return;
-    }
-    const ImageTask deleted = *found;
-    setStatus(deleted.id, TaskStatus::Deleting);
-    services_.queue.run(
-        deleted.record()->replacementURL(),
-        [store = work_->engine.undo(), record = *deleted.record()] { store.deleteRecord(record); },
-        asio::bind_executor(work_->mainThread.executor(), [this, deleted](const std::exception_ptr& error) {
-            deleteEnded(deleted, error);
-        }));
-}
-
-void AppModel::deleteEnded(const ImageTask& deleted, const std::exception_ptr& error) {
-    if (error) {
-        // What is still in the history must not vanish from the list.
-        setAlertMessage(errorText(error));
-        setStatus(deleted.id, deleted.status);
     } else {
-        work_->historyLoading.exclude(*deleted.record());
-        tasks_.remove(deleted.id);
+        work_->recordActions.deleteTask(*found);
     }
-    announceHistoryChange();
 }
 
 void AppModel::reveal(const QString& taskID) {
@@ -332,11 +260,11 @@ void AppModel::clearAllRecords() {
     setClearing(true);
     work_->background.run([store = work_->engine.undo()] { return store.removeAll(); },
                           [this](const std::exception_ptr& error, const std::vector<UndoRecord>& removed) {
-                              clearEnded(error, removed);
+                              finishClearing(error, removed);
                           });
 }
 
-void AppModel::clearEnded(const std::exception_ptr& error, const std::vector<UndoRecord>& removed) {
+void AppModel::finishClearing(const std::exception_ptr& error, const std::vector<UndoRecord>& removed) {
     if (error) {
         setAlertMessage(errorText(error));
     } else {
@@ -348,17 +276,16 @@ void AppModel::clearEnded(const std::exception_ptr& error, const std::vector<Und
         });
     }
     setClearing(false);
-    services_.notifications.post(NotificationName::undoDidChange);
+    announceHistoryChange();
     loadHistory(false);
-    scheduleBackupMaintenance();
 }
 
 void AppModel::compare(const QString& taskID) {
-    const ImageTask* found = task(taskID);
-    if (found == nullptr || found->record() == nullptr) {
+    const UndoRecord* found = record(taskID);
+    if (found == nullptr) {
         return;
     }
-    comparisonItem(*found->record(), [this, taskID](const ComparisonOutcome& outcome) {
+    comparisonItem(*found, [this, taskID](const ComparisonOutcome& outcome) {
         if (const auto* item = std::get_if<ComparisonItem>(&outcome)) {
             emit comparisonReady(taskID, *item);
         } else {
@@ -385,28 +312,8 @@ void AppModel::loadHistory(bool isStartup) {
     }
 }
 
-std::set<std::string> AppModel::pathsBeingCompressed() const {
-    std::set<std::string> paths;
-    for (int row = 0; row < tasks_.count(); ++row) {
-        const ImageTask& task = tasks_.at(row);
-        if (task.status == TaskStatus::Waiting || task.status == TaskStatus::Compressing) {
-            paths.insert(task.url.path());
-        }
-    }
-    return paths;
-}
-
-void AppModel::historyLoaded(bool isStartup, const std::vector<HistoryEntry>& entries) {
-    // The record that a compression has just prepared is not its row's yet.
-    const std::set<std::string> compressing = pathsBeingCompressed();
-    std::vector<ImageTask> found;
-    for (const HistoryEntry& entry : entries) {
-        const bool isOfARow = !tasks_.tasksHolding(entry.record.id).empty();
-        if (!isOfARow && !compressing.contains(entry.record.originalPath)) {
-            found.push_back(ImageTask::fromHistory(entry.record, entry.hasBackup));
-        }
-    }
-    tasks_.insert(isStartup ? tasks_.count() : 0, std::move(found));
+void AppModel::insertHistory(bool isStartup, const std::vector<HistoryEntry>& entries) {
+    tasks_.insert(isStartup ? tasks_.count() : 0, missingRows(entries, tasks_));
     scheduleBackupMaintenance();
     if (std::any_of(entries.begin(), entries.end(), [](const auto& entry) { return entry.hasBackup; })) {
         ensureBackupKeeper();
@@ -419,20 +326,21 @@ void AppModel::announceHistoryChange() {
 }
 
 void AppModel::scheduleBackupMaintenance() {
-    work_->maintenance.schedule();
+    work_->backupMaintenanceTask.schedule();
 }
 
 void AppModel::ensureBackupKeeper() {
     services_.helper.launch();
 }
 
-void AppModel::setStatus(const UUID& id, const TaskStatus& status) {
-    tasks_.update(id, [&](ImageTask& task) { task.status = status; });
-}
-
 const ImageTask* AppModel::task(const QString& taskID) const {
     const auto id = UUID::parse(taskID.toStdString());
     return id ? tasks_.find(*id) : nullptr;
+}
+
+const UndoRecord* AppModel::record(const QString& taskID) const {
+    const ImageTask* found = task(taskID);
+    return found == nullptr ? nullptr : found->record();
 }
 
 } // namespace tarnwick

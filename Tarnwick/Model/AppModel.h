@@ -12,8 +12,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <set>
-#include <string>
 #include <variant>
 #include <vector>
 
@@ -30,7 +28,7 @@ class HelperLauncher;
 class WakeMonitor;
 struct HistoryEntry;
 
-/// What the model works with; all of it must outlive the model.
+/// The services that the model uses; all must outlive it.
 struct AppServices {
     CompressionQueue& queue;
     DistributedNotifications& notifications;
@@ -41,12 +39,12 @@ struct AppServices {
     Clock& clock;
 };
 
-/// The application's engine: the default store and thresholds, the tools of the bundle.
+/// The application's engine: the default store and thresholds, the bundle's tools.
 CompressionEngine makeApplicationEngine(const URL& toolDirectory, const Cancellation& cancellation);
 
-/// The one model behind the main window. It belongs to the main thread, whose event loop it needs; work on
-/// files is done elsewhere, so that no function blocks for long. Tasks are named by the text of their
-/// `taskId` role; an unknown one is no error and nothing happens.
+/// The model behind the main window. Belongs to the main thread and needs its event loop; other threads do
+/// the work on files, so that no function blocks for long. A task is named by the text of its `taskId` role;
+/// an unknown name is ignored.
 class AppModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(tarnwick::ImageTaskListModel* tasks READ tasks CONSTANT)
@@ -65,14 +63,14 @@ class AppModel : public QObject {
     Q_PROPERTY(QString savedText READ savedText NOTIFY progressChanged)
 
 public:
-    /// Of a comparison: the pair, or what to tell the user instead.
+    /// The pair to compare, or the text of the failure.
     using ComparisonOutcome = std::variant<ComparisonItem, QString>;
 
-    /// Starts by loading the history. `cancellation` is the engine's.
+    /// Starts to load the history. `cancellation` is the engine's.
     AppModel(const AppServices& services, const CompressionEngine& engine, const Cancellation& cancellation,
              QObject* parent = nullptr);
-    /// Cancels running compressions and stops the queue, for good; does not wait for what runs in it. No
-    /// handler of the model is called from now on.
+    /// Cancels running compressions and stops the queue; does not wait for running jobs. No handler of the
+    /// model is called after this.
     ~AppModel() override;
 
     ImageTaskListModel* tasks() noexcept { return &tasks_; }
@@ -83,7 +81,7 @@ public:
     void setTargeted(bool isTargeted);
     bool showClearConfirmation() const noexcept { return showClearConfirmation_; }
     void setShowClearConfirmation(bool show);
-    /// Another one for every import; empty before the first.
+    /// New for every import; empty before the first.
     const QString& importAnimationID() const noexcept { return importAnimationID_; }
     bool isClearing() const noexcept { return isClearing_; }
     bool isChoosingFiles() const noexcept { return isChoosingFiles_; }
@@ -92,37 +90,37 @@ public:
     /// Whether an alert, the confirmation or the file chooser is open.
     bool hasModalPresentation() const noexcept;
 
-    /// Of the running batch of compressions, or of the last one; 0 of 0 before the first.
-    int doneCount() const noexcept { return progress_.done(); }
-    int totalCount() const noexcept { return progress_.total(); }
-    qint64 savedBytes() const noexcept { return progress_.savedBytes(); }
+    /// Of the running batch of compressions, else of the last one; 0 of 0 before the first.
+    int doneCount() const noexcept { return totals_.done(); }
+    int totalCount() const noexcept { return totals_.total(); }
+    qint64 savedBytes() const noexcept { return totals_.savedBytes(); }
     /// "735 KB"
     QString savedText() const;
 
     /// Opens the file chooser and imports what the user picks.
     Q_INVOKABLE void chooseFiles();
-    /// Imports files and begins to compress them; what is no picture's name is refused with an alert.
+    /// Imports files and starts to compress them; an alert refuses names of unsupported formats.
     Q_INVOKABLE void add(const QList<QUrl>& urls);
     void add(const std::vector<URL>& urls);
 
     void markCompressing(const UUID& id);
 
     Q_INVOKABLE void restore(const QString& taskID);
-    /// Puts the original of a row back that holds this record.
+    /// Restores the original of the rows that hold this record.
     void restoreRecord(const UndoRecord& record);
-    /// Deletes a finished row, with its record and backup. The row is removed once those are gone.
+    /// Deletes the record and backup of a finished row, and then the row.
     Q_INVOKABLE void deleteTask(const QString& taskID);
     /// Shows the file in the file manager.
     Q_INVOKABLE void reveal(const QString& taskID);
 
-    /// Asks the user, or says why not.
+    /// Asks for confirmation, or says why the history cannot be cleared now.
     Q_INVOKABLE void requestClearAllRecords();
-    /// What the user confirmed: deletes the whole history. Closes the confirmation.
+    /// Closes the confirmation and deletes the whole history.
     Q_INVOKABLE void clearAllRecords();
 
-    /// Answers with comparisonReady() or comparisonFailed(); not at all for a task without a record.
+    /// Emits comparisonReady() or comparisonFailed() later; neither for a task without a record.
     Q_INVOKABLE void compare(const QString& taskID);
-    /// `completion` is called later, unless the model is gone by then.
+    /// Calls `completion` later, unless the model is destroyed first.
     void comparisonItem(const UndoRecord& record, std::function<void(const ComparisonOutcome&)> completion);
 
     void loadHistory(bool isStartup);
@@ -143,24 +141,19 @@ signals:
     void comparisonFailed(const QString& taskID, const QString& message);
 
 private:
-    void chosen(const QList<QUrl>& urls);
-    std::vector<URL> withoutDuplicates(const std::vector<URL>& urls) const;
+    void importChosen(const QList<QUrl>& urls);
     void importFiles(const std::vector<URL>& urls);
     void compress(const ImageTask& task, const UUID& sessionID);
-    void compressionEnded(const UUID& id, const std::exception_ptr& error, const CompressionResult& result);
-    void setStatus(const UUID& id, const TaskStatus& status);
+    void finishCompression(const UUID& id, const std::exception_ptr& error, const CompressionResult& result);
     const ImageTask* task(const QString& taskID) const;
-    void restoreEnded(const UndoRecord& record, const std::exception_ptr& error);
-    /// `deleted` is the task as it was before.
-    void deleteEnded(const ImageTask& deleted, const std::exception_ptr& error);
-    void clearEnded(const std::exception_ptr& error, const std::vector<UndoRecord>& removed);
-    std::set<std::string> pathsBeingCompressed() const;
-    void historyLoaded(bool isStartup, const std::vector<HistoryEntry>& entries);
+    const UndoRecord* record(const QString& taskID) const;
+    void finishClearing(const std::exception_ptr& error, const std::vector<UndoRecord>& removed);
+    void insertHistory(bool isStartup, const std::vector<HistoryEntry>& entries);
     void announceHistoryChange();
     void setClearing(bool isClearing);
     void setChoosingFiles(bool isChoosing);
 
-    /// What runs outside the main thread, and how it comes back.
+    /// The work outside the main thread, and its way back.
     struct Work;
 
     AppServices services_;
@@ -171,10 +164,10 @@ private:
     QString importAnimationID_;
     bool isClearing_ = false;
     bool isChoosingFiles_ = false;
-    BatchTotals progress_;
+    BatchTotals totals_;
     std::unique_ptr<Work> work_;
-    Registration historyObservation_;
-    Registration wakeObservation_;
+    Registration backgroundHistoryObserver_;
+    Registration workspaceWakeObserver_;
 };
 
 } // namespace tarnwick

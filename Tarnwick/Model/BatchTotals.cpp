@@ -11,9 +11,9 @@ void BatchTotals::begin(int files) {
     total_ += files;
 }
 
-void BatchTotals::endWith(const CompressionResult& result) {
+void BatchTotals::add(const CompressionResult& result) {
     ++done_;
-    // A converted picture is most often larger, which takes nothing from what the others saved.
+    // A converted picture is usually larger; that does not reduce what the others saved.
     savedBytes_ += std::max<std::int64_t>(result.savedBytes(), 0);
 }
 

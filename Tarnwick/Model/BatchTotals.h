@@ -6,13 +6,13 @@
 
 namespace tarnwick {
 
-/// Counts the files that are at work together: a batch begins with an import while nothing is compressed and
-/// takes in all that come before it has ended. It stays to be seen until the next one.
+/// Counts the files of a batch. It begins with an import while nothing is compressed and includes every
+/// import until all its files are done. Its totals stay until the next one begins.
 class BatchTotals {
 public:
     void begin(int files);
-    void endWith(const CompressionResult& result);
-    void endWithFailure() { ++done_; }
+    void add(const CompressionResult& result);
+    void addFailure() { ++done_; }
 
     int done() const noexcept { return done_; }
     int total() const noexcept { return total_; }

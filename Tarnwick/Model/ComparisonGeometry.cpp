@@ -11,7 +11,7 @@ double withinEdge(double offset, double displayed, double viewport) {
     return std::clamp(offset, -limit, limit);
 }
 
-/// Where the centre comes to lie when what is at the anchor stays and all else moves away from it by `ratio`.
+/// The centre's new offset when the picture is scaled by `ratio` about the anchor.
 double kept(double anchor, double viewport, double offset, double ratio) {
     const double fromCentre = anchor - viewport / 2;
     return fromCentre - ratio * (fromCentre - offset);
@@ -49,8 +49,8 @@ void ComparisonGeometry::moveTo(Extent newOffset) {
 }
 
 void ComparisonGeometry::doubleClick(Extent anchor) {
-    constexpr double aHairAbove = 1.01;
-    const bool isZoomedIn = zoom > minimumZoom() * aHairAbove;
+    constexpr double tolerance = 1.01;
+    const bool isZoomedIn = zoom > minimumZoom() * tolerance;
     zoomBy(isZoomedIn ? minimumZoom() / zoom : 2.0, anchor);
 }
 

@@ -12,9 +12,9 @@ struct Extent {
     friend bool operator==(const Extent&, const Extent&) = default;
 };
 
-/// A turn of the wheel or a stroke on a trackpad, upwards positive.
+/// A turn of the wheel or a movement on a trackpad; upwards is positive.
 struct ScrollEvent {
-    /// In points; only trackpads and fine wheels know it.
+    /// In points; only from trackpads and high-resolution wheels.
     double preciseDelta = 0;
     /// In lines.
     double coarseDelta = 0;
@@ -32,20 +32,20 @@ public:
 
     /// The largest scale, at most 1, at which the whole picture fits.
     double fitScale() const;
-    /// The scale at zoom 1: that of the pixels themselves, or the fit scale.
+    /// The scale at zoom 1: 1 for the actual size, else the fit scale.
     double base() const { return actualSize ? 1 : fitScale(); }
     double minimumZoom() const { return fitScale() / base(); }
     double upperZoom() const;
-    /// Points a pixel of the picture.
+    /// Points per pixel of the picture.
     double scale() const { return zoom * base(); }
     Extent displayedSize() const;
 
-    /// Zooms by a finite factor above zero, as far as the limits allow; the picture's place under the anchor
-    /// stays there as far as the edges allow.
+    /// Zooms by a factor within the limits. The point of the picture under the anchor stays there, as far as
+    /// the edges allow. Ignores a factor that is not finite and positive.
     void zoomBy(double factor, Extent anchor);
-    /// Puts the picture's centre at this offset from the viewport's, within the edges.
+    /// Sets the offset of the picture's centre from the viewport's, within the edges.
     void moveTo(Extent newOffset);
-    /// To double the size, or back to the smallest from anything larger.
+    /// Doubles the smallest zoom, or returns to it from a larger one.
     void doubleClick(Extent anchor);
     /// A magnification of 0 changes nothing, 1 doubles.
     void magnify(double magnification, Extent anchor);
@@ -61,7 +61,7 @@ private:
     Extent viewport_;
 };
 
-/// By how much a scroll magnifies; none when it is to pan instead.
+/// The magnification that a scroll event stands for; none when it pans instead.
 std::optional<double> magnification(const ScrollEvent& event);
 
 } // namespace tarnwick

@@ -6,7 +6,7 @@
 
 namespace tarnwick {
 
-/// A compressed picture and its original, as the comparison shows them.
+/// A compressed picture and its original, for the comparison view.
 struct ComparisonItem {
     Q_GADGET
     Q_PROPERTY(QString name MEMBER name CONSTANT)
@@ -26,14 +26,14 @@ public:
     QString name;
     /// The backup.
     QUrl original;
-    /// The file that the user has now.
+    /// The user's current file.
     QUrl compressed;
     qint64 originalBytes = 0;
     qint64 compressedBytes = 0;
-    /// Pixels as shown, with the orientation applied.
+    /// Pixels, with the orientation applied.
     int width = 0;
     int height = 0;
-    /// SHA-256 of both files; the comparison's images must be those of these files.
+    /// SHA-256 of both files; the view shows only images decoded from files with these hashes.
     QString originalHash;
     QString replacementHash;
 

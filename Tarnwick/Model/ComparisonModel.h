@@ -10,8 +10,8 @@
 
 namespace tarnwick {
 
-/// What the comparison view shows of its two pictures: zoom, place and split, the same for both. Points are
-/// in the viewport's coordinates. While the item or the viewport is empty zooming and moving do nothing.
+/// Zoom, offset and split of the comparison view, shared by its two pictures. Points are in the viewport's
+/// coordinates. While the item or the viewport is empty, zooming and moving do nothing.
 class ComparisonModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(tarnwick::ComparisonItem item READ item WRITE setItem NOTIFY itemChanged)
@@ -38,20 +38,20 @@ public:
     QSizeF viewport() const noexcept { return viewport_; }
     void setViewport(QSizeF viewport);
 
-    /// Relative to the fit scale, or to the pixels' own size.
+    /// Relative to the fit scale, or to the actual size.
     double zoom() const noexcept { return zoom_; }
     /// Of the pictures' centre from the viewport's.
     QPointF offset() const noexcept { return {offset_.width, offset_.height}; }
-    /// Points a pixel: 1 is the actual size.
+    /// Points per pixel: 1 is the actual size.
     double scale() const;
     /// The scale in whole percent.
     int percent() const;
     QSizeF displayedSize() const;
     bool actualSize() const noexcept { return actualSize_; }
-    /// "实际大小" and "适合窗口": also brings zoom and offset back to 1 and (0, 0).
+    /// "实际大小" or "适合窗口"; also resets zoom and offset to 1 and (0, 0).
     void setActualSize(bool actualSize);
 
-    /// The factor that a zoom button asked for; 0 when there is none.
+    /// The factor that a zoom button requested; 0 without a request.
     double zoomRequest() const noexcept { return zoomRequest_; }
     void setZoomRequest(double factor);
     Q_INVOKABLE void requestZoomIn() { setZoomRequest(zoomInFactor); }
@@ -59,10 +59,10 @@ public:
     /// Zooms as requested about the viewport's centre, and clears the request.
     Q_INVOKABLE void performZoomRequest();
 
-    /// The divider's place, 0 at the left edge of the viewport to 1 at the right one.
+    /// The divider's position, from 0 at the viewport's left edge to 1 at the right.
     double split() const noexcept { return split_; }
     Q_INVOKABLE void setSplit(double split);
-    /// An arrow key's step, times so many; to the left when negative.
+    /// Moves by this many steps of an arrow key; negative ones go left.
     Q_INVOKABLE void stepSplit(int steps);
 
     Q_INVOKABLE void zoomBy(double factor, QPointF anchor);
@@ -71,8 +71,8 @@ public:
     /// `translation` counts from where the drag began.
     Q_INVOKABLE void drag(QPointF translation);
     Q_INVOKABLE void pinch(double magnification, QPointF position);
-    /// A wheel event: `pixelDelta` in points (zero from a plain wheel), `lines` in wheel steps' lines, one a
-    /// step of 120 in angleDelta. Zooms, or pans by the pixels.
+    /// A wheel event: `pixelDelta` in points (zero from a plain wheel), `lines` in lines, one per 120 of
+    /// angleDelta. Zooms, or pans by the points.
     Q_INVOKABLE void scroll(QPointF pixelDelta, QPointF lines, bool control, QPointF position);
 
 signals:

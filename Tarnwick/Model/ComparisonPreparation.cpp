@@ -22,7 +22,7 @@ void requireUnchanged(const URL& file, const UndoRecord& record) {
 } // namespace
 
 ComparisonItem prepareComparison(const UndoStore& store, const UndoRecord& record, Date now) {
-    // Its backup may be there still: the clean-up doesn't come at the very second.
+    // The backup may still exist: the clean-up runs a little later.
     if (now >= record.createdAt.adding(UndoStore::backupRetention)) {
         throw CompressionError::fileOperation("原图备份已过期，无法对比。");
     }

@@ -6,9 +6,9 @@
 
 namespace tarnwick {
 
-/// What is needed to compare a compressed file with its original, once both are proven to be those of the
-/// record. Blocks on the disk. Throws CompressionError (expired, missing or damaged backup, changed file, no
-/// picture) and FileSystemError.
+/// Checks that the backup and the compressed file are those of the record, and describes both for the
+/// comparison view. Blocks on the disk. Throws CompressionError (expired, missing or damaged backup, changed
+/// file, no picture) and FileSystemError.
 ComparisonItem prepareComparison(const UndoStore& store, const UndoRecord& record, Date now);
 
 } // namespace tarnwick

@@ -30,11 +30,11 @@ void CompressionConfirmation::ask() {
                          .informativeText = "图片会原地压缩，原图保留 4 小时，可随时恢复。",
                          .firstButton = "压缩",
                          .secondButton = "取消"};
-    alerts_.show(alert, [this, asked = asked_](bool isFirstButton) { answered(asked, isFirstButton); });
+    alerts_.show(alert, [this, asked = asked_](bool isFirstButton) { handleAnswer(asked, isFirstButton); });
 }
 
-void CompressionConfirmation::answered(const QList<QUrl>& urls, bool isAgreed) {
-    // A question with more files took its place.
+void CompressionConfirmation::handleAnswer(const QList<QUrl>& urls, bool isAgreed) {
+    // A question about more files replaced this one.
     if (urls != asked_) {
         return;
     }

@@ -8,21 +8,20 @@ namespace tarnwick {
 class AlertPresenter;
 class AppModel;
 
-/// Files that the application was started or called with. Those that the desktop merely opened are compressed
-/// only when the user says so: a double click is enough where no viewer of pictures was ever chosen. Belongs
-/// to the main thread.
+/// Asks before it compresses files that the desktop only opened: without a chosen picture viewer a double
+/// click may start this application. Belongs to the main thread.
 class CompressionConfirmation {
 public:
     /// Both must outlive the object.
     CompressionConfirmation(AppModel& model, AlertPresenter& alerts) : model_(model), alerts_(alerts) {}
 
-    /// With `isAskedFor` the user asked for their compression; otherwise asks about them, together with
-    /// those of a question that is still open.
+    /// With `isAskedFor` the user asked for the compression, which starts at once. Otherwise asks about the
+    /// files, together with those of a question that is still open.
     void open(const QList<QUrl>& urls, bool isAskedFor);
 
 private:
     void ask();
-    void answered(const QList<QUrl>& urls, bool isAgreed);
+    void handleAnswer(const QList<QUrl>& urls, bool isAgreed);
 
     AppModel& model_;
     AlertPresenter& alerts_;

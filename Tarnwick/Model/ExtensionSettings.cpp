@@ -62,15 +62,15 @@ void ExtensionSettings::showExtensionManagementInterface() {
 
 void ExtensionSettings::run(Change change, std::function<void()> completion) {
     worker_.run(
-        [&extensions = extensions_, change = std::move(change)] { return outcomeOf(extensions, change); },
+        [&extensions = extensions_, change = std::move(change)] { return perform(extensions, change); },
         [this, completion = std::move(completion)](const std::exception_ptr&, const Outcome& outcome) {
             completion();
             show(outcome);
         });
 }
 
-ExtensionSettings::Outcome ExtensionSettings::outcomeOf(FileManagerExtensions& extensions,
-                                                        const Change& change) {
+ExtensionSettings::Outcome ExtensionSettings::perform(FileManagerExtensions& extensions,
+                                                      const Change& change) {
     Outcome outcome;
     try {
         change(extensions);
@@ -87,7 +87,7 @@ ExtensionSettings::Outcome ExtensionSettings::outcomeOf(FileManagerExtensions& e
 
 void ExtensionSettings::endSwitch(const QString& name) {
     for (Row& row : rows_) {
-        // A row that went and came back meanwhile waits for nothing.
+        // A row that was removed and inserted again meanwhile has no pending switch.
         if (row.state.name == name && row.pendingSwitches > 0) {
             --row.pendingSwitches;
         }
@@ -121,7 +121,7 @@ bool ExtensionSettings::hasRowsOf(const States& states) const {
 void ExtensionSettings::makeRows(const States& states) {
     std::vector<Row> rows;
     for (const State& state : states) {
-        // A row that stays keeps what it waits for.
+        // A row that stays keeps its pending switches.
         const auto old = std::find_if(rows_.begin(), rows_.end(),
                                       [&](const Row& row) { return row.state.name == state.name; });
         rows.push_back(old == rows_.end() ? Row{.state = state} : *old);

@@ -13,30 +13,29 @@
 
 namespace tarnwick {
 
-/// The file managers of this machine, one a row, each with whether its context menu has this program's entry.
-/// Belongs to the main thread, whose event loop it needs; reading and switching are done elsewhere, one after
-/// another.
+/// One row per file manager of this machine, with whether its context menu has this program's entry. Belongs
+/// to the main thread and needs its event loop; another thread reads and switches, one operation at a time.
 class ExtensionSettings : public QAbstractListModel, public ExtensionManagement {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
-    /// Whether the rows are known: not before the first reading has ended, nor after one that failed.
+    /// Whether the rows are known: false before the first read, and after one that failed.
     Q_PROPERTY(bool isLoaded READ isLoaded NOTIFY isLoadedChanged)
-    /// Why the last reading or switching failed; empty when it did not.
+    /// Why the last read or switch failed; empty when it did not.
     Q_PROPERTY(QString failure READ failure NOTIFY failureChanged)
 
 public:
-    /// The names in QML are the enumerators', beginning in lower case.
+    /// QML uses the same names with a lower-case first letter.
     enum Role {
         /// QString
         Name = Qt::UserRole + 1,
-        /// bool; while a switching is under way, what it is to become
+        /// bool; during a switch, the new state
         IsEnabled,
     };
     Q_ENUM(Role)
 
     /// `extensions` must outlive the model.
     explicit ExtensionSettings(FileManagerExtensions& extensions, QObject* parent = nullptr);
-    /// Waits for a reading or switching that is under way.
+    /// Waits for a running read or switch.
     ~ExtensionSettings() override;
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -47,19 +46,18 @@ public:
     bool isLoaded() const noexcept { return isLoaded_; }
     const QString& failure() const noexcept { return failure_; }
 
-    /// Reads what is on the machine now.
+    /// Reads the current state.
     Q_INVOKABLE void reload();
-    /// Switches a row's entry on or off; a failure switches it back. An unknown row is no error and nothing
-    /// happens.
+    /// Switches a row's entry on or off; a failure switches it back. An unknown row is ignored.
     Q_INVOKABLE void setEnabled(int row, bool isEnabled);
-    /// Reloads, and asks for the window.
+    /// Reloads and emits showRequested().
     void showExtensionManagementInterface() override;
 
 signals:
     void countChanged();
     void isLoadedChanged();
     void failureChanged();
-    /// The settings are to be brought before the user.
+    /// The window should show the settings.
     void showRequested();
 
 private:
@@ -70,13 +68,13 @@ private:
         FileManagerExtensions::State state;
         int pendingSwitches = 0;
     };
-    /// What the machine holds after a change, if that is known, and what failed, if anything did.
+    /// The machine's state after a change, unless it cannot be read, and the text of a failure.
     struct Outcome {
         std::optional<States> states;
         QString failure;
     };
 
-    static Outcome outcomeOf(FileManagerExtensions& extensions, const Change& change);
+    static Outcome perform(FileManagerExtensions& extensions, const Change& change);
     void run(Change change, std::function<void()> completion);
     void endSwitch(const QString& name);
     void show(const Outcome& outcome);

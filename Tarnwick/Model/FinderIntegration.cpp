@@ -14,7 +14,7 @@ FinderIntegration::FinderIntegration(const Services& services, const Application
                                      const URL& pluginKitDirectory)
     : services_(services), budget_([] { return ToolBudget::Capacity{}; }),
       registration_(bundle, services.launchServices, ToolRunner(pluginKitDirectory, cancellation_, budget_),
-                    services.sleep),
+                    services.pluginKitTimeout, services.sleep),
       worker_(mainThread_.executor()) {}
 
 FinderIntegration::~FinderIntegration() {
@@ -31,7 +31,7 @@ void FinderIntegration::registerExtension(bool enable, bool reportFailure) {
             return std::monostate();
         },
         [this, enable, reportFailure](const std::exception_ptr& error, std::monostate) {
-            ended(enable, reportFailure, error);
+            finish(enable, reportFailure, error);
         });
 }
 
@@ -43,7 +43,7 @@ void FinderIntegration::enableFromMenu() {
     registerExtension(true, true);
 }
 
-void FinderIntegration::ended(bool enable, bool reportFailure, const std::exception_ptr& error) {
+void FinderIntegration::finish(bool enable, bool reportFailure, const std::exception_ptr& error) {
     if (error) {
         const QString failure = errorText(error);
         qWarning().noquote() << "Tarnwick Finder 注册失败：" + failure;

@@ -15,47 +15,49 @@ class AlertPresenter;
 class Defaults;
 class ExtensionManagement;
 
-/// Registers the file managers' extension, and enables it, without the window's waiting for that. One a
-/// process; belongs to the main thread, whose event loop it needs.
+/// Registers and enables the file managers' extension in the background. One per process; belongs to the main
+/// thread and needs its event loop.
 class FinderIntegration {
 public:
-    /// All but `sleep` must outlive the integration.
+    /// The references must outlive the integration.
     struct Services {
         LaunchServices& launchServices;
         Defaults& defaults;
         AlertPresenter& alerts;
         ExtensionManagement& management;
         FinderRegistration::Sleep sleep = &sleepUnlessCancelled;
+        /// The seconds that one run of `pluginkit` may take.
+        double pluginKitTimeout = 10.0;
     };
 
-    /// The setting that tells that enabling has succeeded once.
+    /// The setting that records that enabling has succeeded once.
     static constexpr auto completedKey = "FinderIntegrationAutoEnableCompleted";
 
-    /// `pluginKitDirectory` holds the tool `pluginkit`.
+    /// `pluginKitDirectory` contains the tool `pluginkit`.
     FinderIntegration(const Services& services, const ApplicationBundle& bundle,
                       const URL& pluginKitDirectory);
-    /// Ends a run, with at most the second that a tool has to end in; its result is dropped.
+    /// Cancels a run and drops its result; waits at most the second that a tool has to exit.
     ~FinderIntegration();
     FinderIntegration(const FinderIntegration&) = delete;
     FinderIntegration& operator=(const FinderIntegration&) = delete;
 
-    /// Starts a run, unless one is in progress, up to the answer to its alert. A failure is logged, and told
-    /// in an alert when `reportFailure` is set.
+    /// Starts a run unless one is in progress, which includes its alert. A failure is logged, and shown in an
+    /// alert when `reportFailure` is set.
     void registerExtension(bool enable, bool reportFailure);
-    /// What every start of the application does: enables only until that has succeeded once.
+    /// Run at every start of the application: enables only until that has succeeded once.
     void registerAtStartUp();
-    /// What the user asked for.
+    /// The menu entry "启用 Finder 右键菜单".
     void enableFromMenu();
 
     bool isInProgress() const noexcept { return isInProgress_; }
 
 private:
-    void ended(bool enable, bool reportFailure, const std::exception_ptr& error);
+    void finish(bool enable, bool reportFailure, const std::exception_ptr& error);
     void report(const QString& failure);
 
     Services services_;
     Cancellation cancellation_ = Cancellation::make();
-    /// Of its own, so that registering waits for no encoder.
+    /// A budget of its own, so that registering waits for no encoder.
     ToolBudget budget_;
     FinderRegistration registration_;
     bool isInProgress_ = false;

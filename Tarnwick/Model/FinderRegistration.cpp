@@ -14,7 +14,6 @@
 namespace tarnwick {
 namespace {
 
-constexpr double pluginKitTimeout = 10.0;
 constexpr int attempts = 3;
 constexpr double pauseStep = 0.5;
 
@@ -36,7 +35,7 @@ bool confirms(std::string_view line, std::string_view identifier, std::string_vi
 } // namespace
 
 bool confirmsExtension(std::string_view listing, std::string_view identifier, const URL& extension) {
-    // As the tool runner gives the listing: a path that is no UTF-8 has lost the same bytes there.
+    // The tool runner has replaced the bytes of the listing that are not UTF-8 in the same way.
     const std::string path = decodeUTF8(extension.path());
     while (!listing.empty()) {
         const std::string_view line = listing.substr(0, listing.find('\n'));
@@ -49,9 +48,9 @@ bool confirmsExtension(std::string_view listing, std::string_view identifier, co
 }
 
 FinderRegistration::FinderRegistration(ApplicationBundle bundle, LaunchServices& launchServices,
-                                       ToolRunner pluginKit, Sleep sleep)
+                                       ToolRunner pluginKit, double pluginKitTimeout, Sleep sleep)
     : bundle_(std::move(bundle)), launchServices_(launchServices), pluginKit_(std::move(pluginKit)),
-      sleep_(std::move(sleep)) {}
+      pluginKitTimeout_(pluginKitTimeout), sleep_(std::move(sleep)) {}
 
 void FinderRegistration::run(bool enable) const {
     checkParts();
@@ -89,7 +88,7 @@ bool FinderRegistration::isEnabled() const {
 }
 
 std::string FinderRegistration::runPluginKit(const std::vector<std::string>& arguments) const {
-    return pluginKit_.run("pluginkit", arguments, pluginKitTimeout);
+    return pluginKit_.run("pluginkit", arguments, pluginKitTimeout_);
 }
 
 } // namespace tarnwick

@@ -12,24 +12,23 @@ namespace tarnwick {
 
 class LaunchServices;
 
-/// Whether a line of what `pluginkit` lists says that the extension of this identifier is enabled, and that
-/// it is the one at `extension`.
+/// Whether a line of `pluginkit`'s listing says that the extension with this identifier at `extension` is
+/// enabled.
 bool confirmsExtension(std::string_view listing, std::string_view identifier, const URL& extension);
 
-/// Makes the extension of the file managers known to the system. Blocks, so it is no work for the main
-/// thread.
+/// Registers the file managers' extension with the system. Blocks; not for the main thread.
 class FinderRegistration {
 public:
-    /// Blocks for so many seconds; throws Cancelled when that is asked for.
+    /// Blocks for this many seconds; throws Cancelled on cancellation.
     using Sleep = std::function<void(double seconds, const Cancellation&)>;
 
-    /// `pluginKit` runs the tool of that name; its cancellation ends a run. `launchServices` must outlive
-    /// this.
+    /// `pluginKit` runs the tool of that name; its cancellation also cancels a run. `launchServices` must
+    /// outlive this object.
     FinderRegistration(ApplicationBundle bundle, LaunchServices& launchServices, ToolRunner pluginKit,
-                       Sleep sleep);
+                       double pluginKitTimeout, Sleep sleep);
 
-    /// Registers the bundle, its helper and the extension; enables the extension too when asked to, and
-    /// returns only when the system confirms that. Throws CompressionError, or what ToolRunner::run() throws,
+    /// Registers the bundle, its helper and the extension. With `enable` it also enables the extension and
+    /// returns once the system confirms that. Throws CompressionError and the errors of ToolRunner::run(),
     /// with the text for the user.
     void run(bool enable) const;
 
@@ -42,6 +41,7 @@ private:
     ApplicationBundle bundle_;
     LaunchServices& launchServices_;
     ToolRunner pluginKit_;
+    double pluginKitTimeout_;
     Sleep sleep_;
 };
 

@@ -23,43 +23,66 @@ std::vector<HistoryEntry> readHistory(const UndoStore& store) {
     return entries;
 }
 
+std::set<std::string> pathsBeingCompressed(const ImageTaskListModel& tasks) {
+    std::set<std::string> paths;
+    for (int row = 0; row < tasks.count(); ++row) {
+        const ImageTask& task = tasks.at(row);
+        if (task.status == TaskStatus::Waiting || task.status == TaskStatus::Compressing) {
+            paths.insert(task.url.path());
+        }
+    }
+    return paths;
+}
+
 } // namespace
+
+std::vector<ImageTask> missingRows(const std::vector<HistoryEntry>& entries,
+                                   const ImageTaskListModel& tasks) {
+    const std::set<std::string> compressing = pathsBeingCompressed(tasks);
+    std::vector<ImageTask> rows;
+    for (const HistoryEntry& entry : entries) {
+        const bool hasRow = !tasks.tasksHolding(entry.record.id).empty();
+        if (!hasRow && !compressing.contains(entry.record.originalPath)) {
+            rows.push_back(ImageTask::fromHistory(entry.record, entry.hasBackup));
+        }
+    }
+    return rows;
+}
 
 HistoryLoading::HistoryLoading(BackgroundWorker& worker, UndoStore store, Completion completion)
     : worker_(worker), store_(std::move(store)), completion_(std::move(completion)) {}
 
 void HistoryLoading::start(bool isStartup) {
-    newest_ = isStartup;
-    if (isReading_) {
-        isSuperseded_ = true;
-    } else {
+    const bool isReading = std::exchange(historyLoadID_, UUID::random()).has_value();
+    isStartup_ = isStartup;
+    if (!isReading) {
         read();
     }
 }
 
 void HistoryLoading::exclude(const URL& file) {
-    if (newest_) {
-        excludedPaths_.insert(standardized(file.path()));
+    if (historyLoadID_) {
+        historyExcludedPaths_.insert(standardized(file.path()));
     }
 }
 
 void HistoryLoading::exclude(const UndoRecord& record) {
-    if (newest_) {
+    if (historyLoadID_) {
         excludedRecords_.insert(record.id);
     }
 }
 
 void HistoryLoading::read() {
-    isReading_ = true;
-    isSuperseded_ = false;
-    worker_.run([store = store_] { return readHistory(store); },
-                [this](const std::exception_ptr& error, std::vector<HistoryEntry> entries) {
-                    finish(error, std::move(entries));
-                });
+    worker_.run(
+        [store = store_] { return readHistory(store); },
+        [this, loadID = *historyLoadID_](const std::exception_ptr& error, std::vector<HistoryEntry> entries) {
+            finish(loadID, error, std::move(entries));
+        });
 }
 
-void HistoryLoading::finish(const std::exception_ptr& error, std::vector<HistoryEntry> entries) {
-    if (isSuperseded_) {
+void HistoryLoading::finish(const UUID& loadID, const std::exception_ptr& error,
+                            std::vector<HistoryEntry> entries) {
+    if (historyLoadID_ != loadID) {
         read();
         return;
     }
@@ -67,16 +90,16 @@ void HistoryLoading::finish(const std::exception_ptr& error, std::vector<History
         qCDebug(debugLog).noquote() << "无法读取历史记录：" + errorText(error);
     }
     std::erase_if(entries, [this](const HistoryEntry& entry) { return isExcluded(entry); });
-    const bool isStartup = *std::exchange(newest_, std::nullopt);
-    isReading_ = false;
-    excludedPaths_.clear();
+    historyLoadID_.reset();
+    historyExcludedPaths_.clear();
     excludedRecords_.clear();
-    completion_(isStartup, entries);
+    completion_(isStartup_, entries);
 }
 
 bool HistoryLoading::isExcluded(const HistoryEntry& entry) const {
     return excludedRecords_.contains(entry.record.id) ||
-           (!excludedPaths_.empty() && excludedPaths_.contains(standardized(entry.record.originalPath)));
+           (!historyExcludedPaths_.empty() &&
+            historyExcludedPaths_.contains(standardized(entry.record.originalPath)));
 }
 
 } // namespace tarnwick

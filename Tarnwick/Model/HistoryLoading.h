@@ -3,6 +3,7 @@
 #include "Foundation/URL.h"
 #include "Foundation/UUID.h"
 #include "History/UndoStore.h"
+#include "Tarnwick/Model/ImageTaskListModel.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
 
 #include <functional>
@@ -13,41 +14,43 @@
 
 namespace tarnwick {
 
-/// A record of the history, as a load finds it.
+/// A record of the history.
 struct HistoryEntry {
     UndoRecord record;
     /// Whether there is a backup that will expire.
     bool hasBackup = false;
 };
 
-/// Reads the history on a background thread, for the main thread. The newest load wins: while one is at work
-/// another one only replaces it, so that a hundred notifications at once are answered by two loads.
+/// A row for each entry that has none, except for those of files that are being compressed: such a
+/// compression may have prepared its record already, and gives it to its own row.
+std::vector<ImageTask> missingRows(const std::vector<HistoryEntry>& entries, const ImageTaskListModel& tasks);
+
+/// Reads the history on a background thread for the main thread. Only the newest load delivers; a start while
+/// one runs makes it read once more, so that a hundred notifications at once cause two reads.
 class HistoryLoading {
 public:
     using Completion = std::function<void(bool isStartup, const std::vector<HistoryEntry>&)>;
 
-    /// `completion` receives what the newest load found: nothing when it failed, which is logged.
+    /// `completion` receives the entries of the newest load; none when it failed.
     HistoryLoading(BackgroundWorker& worker, UndoStore store, Completion completion);
 
     void start(bool isStartup);
-    /// What the load at work, if there is one, must not bring back: a file that was imported meanwhile, a
-    /// record that was deleted.
+    /// Keeps a file that was imported, or a record that was deleted, out of the load in flight.
     void exclude(const URL& file);
     void exclude(const UndoRecord& record);
 
 private:
     void read();
-    void finish(const std::exception_ptr& error, std::vector<HistoryEntry> entries);
+    void finish(const UUID& loadID, const std::exception_ptr& error, std::vector<HistoryEntry> entries);
     bool isExcluded(const HistoryEntry& entry) const;
 
     BackgroundWorker& worker_;
     UndoStore store_;
     Completion completion_;
-    /// The newest load that is not finished yet, by its `isStartup`.
-    std::optional<bool> newest_;
-    bool isReading_ = false;
-    bool isSuperseded_ = false;
-    std::set<std::string> excludedPaths_;
+    /// The newest load in flight.
+    std::optional<UUID> historyLoadID_;
+    bool isStartup_ = false;
+    std::set<std::string> historyExcludedPaths_;
     std::set<UUID> excludedRecords_;
 };
 

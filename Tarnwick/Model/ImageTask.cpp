@@ -8,8 +8,8 @@ namespace {
 
 constexpr auto busy = "正在处理这张图片，请稍候";
 
-/// Restoring and comparing both need the backup; `unchanged` says it for a file that has none because nothing
-/// was done to it.
+/// Restoring and comparing need the backup. `unchanged` is the text for a file that has none because it was
+/// not changed.
 std::string refusalWithoutBackup(const ImageTask& task, const char* unchanged) {
     if (task.status.isActive()) {
         return busy;

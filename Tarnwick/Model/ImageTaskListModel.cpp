@@ -141,7 +141,7 @@ void ImageTaskListModel::remove(const UUID& id) {
 }
 
 void ImageTaskListModel::removeAll(const std::function<bool(const ImageTask&)>& condition) {
-    // From the end, so that the places of those yet to be looked at stay.
+    // From the end, so that the places of the rows before stay.
     for (int last = count() - 1; last >= 0; --last) {
         int first = last + 1;
         while (first > 0 && condition(at(first - 1))) {
@@ -152,6 +152,10 @@ void ImageTaskListModel::removeAll(const std::function<bool(const ImageTask&)>& 
             last = first;
         }
     }
+}
+
+void ImageTaskListModel::setStatus(const UUID& id, const TaskStatus& status) {
+    update(id, [&](ImageTask& task) { task.status = status; });
 }
 
 void ImageTaskListModel::update(const UUID& id, const std::function<void(ImageTask&)>& change) {

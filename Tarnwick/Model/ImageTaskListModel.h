@@ -13,16 +13,16 @@
 
 namespace tarnwick {
 
-/// The rows of the window, on the main thread. Views are told exactly what changed; there is never a reset.
-/// Looking a task up takes logarithmic time, changing one too.
+/// The rows of the window, on the main thread. Emits exactly what changed and never resets. Finding or
+/// changing a task takes logarithmic time.
 class ImageTaskListModel : public QAbstractListModel {
     Q_OBJECT
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 
 public:
-    /// The names in QML are the enumerators', beginning in lower case.
+    /// QML uses the same names with a lower-case first letter.
     enum Role {
-        /// QString, what AppModel's functions take.
+        /// QString; the argument of AppModel's functions
         TaskId = Qt::UserRole + 1,
         /// QUrl
         Url,
@@ -43,7 +43,7 @@ public:
         CanRestore,
         CanCompare,
         CanDelete,
-        /// QString for a tool tip: why the action is refused; empty when it is not
+        /// QString for a tool tip: why the action is refused; empty when it is allowed
         RestoreRefusal,
         CompareRefusal,
         DeleteRefusal,
@@ -61,7 +61,7 @@ public:
     /// How many tasks are in an active status.
     int activeCount() const noexcept { return activeCount_; }
     const ImageTask& at(int row) const;
-    /// None when no task has this identity. Good until the model changes.
+    /// Null when no task has this identity. Valid until the model changes.
     const ImageTask* find(const UUID& id) const;
     /// The tasks whose result holds this record.
     std::vector<UUID> tasksHolding(const UUID& recordID) const;
@@ -71,11 +71,13 @@ public:
     void remove(const UUID& id);
     /// Removes every task for which `condition` holds; neighbours go as one removal.
     void removeAll(const std::function<bool(const ImageTask&)>& condition);
-    /// Changes a task; does nothing when no task has this identity. The identity must stay.
+    /// Does nothing when no task has this identity.
+    void setStatus(const UUID& id, const TaskStatus& status);
+    /// The same for any change but that of the identity.
     void update(const UUID& id, const std::function<void(ImageTask&)>& change);
-    /// Sets each task's backupAvailable to whether `records` has the record that it holds.
+    /// Sets each task's backupAvailable to whether `records` contains its record.
     void setAvailableBackups(const std::set<UUID>& records);
-    /// While this is set every action of every row is refused.
+    /// Makes every row refuse to restore and delete.
     void setClearing(bool isClearing);
 
 signals:
@@ -83,7 +85,7 @@ signals:
     void activeCountChanged();
 
 private:
-    /// A task that knows its place, so that no index needs to be kept up to date.
+    /// The indexes point to rows, which know their place; so moving rows changes no index.
     struct Row {
         ImageTask task;
         int place = 0;

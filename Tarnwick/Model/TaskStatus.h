@@ -5,12 +5,12 @@
 
 namespace tarnwick {
 
-/// Where a picture's row stands.
+/// The status of a row.
 class TaskStatus {
     Q_GADGET
 
 public:
-    /// Those up to Deleting are active: the file is at work, or about to be.
+    /// The cases up to Deleting are active.
     enum Case { Waiting, Compressing, Restoring, Deleting, Done, Skipped, Restored, Failed };
     Q_ENUM(Case)
 
@@ -19,7 +19,7 @@ public:
 
     operator Case() const noexcept { return case_; } // NOLINT(google-explicit-constructor)
     bool isActive() const noexcept { return case_ <= Deleting; }
-    /// What went wrong; empty unless Failed.
+    /// The text of the failure; empty unless Failed.
     const std::string& message() const noexcept { return message_; }
 
 private:

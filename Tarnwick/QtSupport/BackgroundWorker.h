@@ -13,23 +13,23 @@
 
 namespace tarnwick {
 
-/// A few threads for reading and tidying, beside those of the compression queue.
+/// A few threads for reading and clean-up, beside those of the compression queue.
 class BackgroundWorker {
 public:
-    /// Completions run on the main thread, through this executor. With one thread, operations run one after
-    /// another, in the order of their coming.
+    /// Completions run on the main thread, through this executor. With one thread, operations run in the
+    /// order of run().
     explicit BackgroundWorker(MainThreadExecutor completions, std::size_t threadCount = defaultThreadCount)
         : completions_(std::move(completions)), threads_(threadCount) {}
     BackgroundWorker(const BackgroundWorker&) = delete;
     BackgroundWorker& operator=(const BackgroundWorker&) = delete;
-    /// Drops the operations that wait and returns when those that run have ended.
+    /// Drops waiting operations and waits for running ones.
     ~BackgroundWorker() {
         threads_.stop();
         threads_.join();
     }
 
-    /// Runs `operation` on a thread of the worker, and then `completion` with what it threw or returned:
-    /// void(std::exception_ptr, Result); the result is an empty one when there is an error.
+    /// Runs `operation` on a thread of the worker, and then `completion` with its exception or result:
+    /// void(std::exception_ptr, Result). After an exception the result is default-constructed.
     template <typename Operation, typename Completion>
     void run(Operation operation, Completion completion) {
         asio::post(threads_, [operation = std::move(operation), completion = std::move(completion),

@@ -10,9 +10,8 @@
 
 namespace tarnwick {
 
-/// An Asio executor whose functions run in the event loop of the thread that its MainThreadContext lives on,
-/// in the order of their coming; those that come after the context's end are dropped unrun. Any thread may
-/// use it at any time.
+/// An Asio executor that runs functions in the event loop of the thread of its MainThreadContext, in the
+/// order of execute(). It drops functions once the context is destroyed. Any thread may use it at any time.
 class MainThreadExecutor {
 public:
     static constexpr asio::execution::blocking_t::never_t query(asio::execution::blocking_t) noexcept {
@@ -23,7 +22,7 @@ public:
     void execute(Function&& function) const {
         const std::lock_guard lock(target_->mutex);
         if (target_->receiver != nullptr) {
-#ifndef __clang_analyzer__ // It takes what Qt keeps for the event loop to be lost.
+#ifndef __clang_analyzer__ // It reports a leak of what Qt keeps for the event loop.
             QMetaObject::invokeMethod(target_->receiver, std::forward<Function>(function),
                                       Qt::QueuedConnection);
 #endif
@@ -45,8 +44,7 @@ private:
     std::shared_ptr<Target> target_;
 };
 
-/// Lives and dies with whatever the handlers on its executor work on, so that they need not ask whether that
-/// still exists.
+/// Belongs to the object that the handlers on its executor use, so that they run only while that exists.
 class MainThreadContext {
 public:
     MainThreadContext() : executor_(&receiver_) {}

@@ -1,41 +1,47 @@
-#include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
-#include "Foundation/FileContents.h"
-#include "Support/HEIFMaker.h"
 #include "Tarnwick/ModelFixture.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <gmock/gmock.h>
 
-#include <QSignalSpy>
 #include <filesystem>
 
 namespace tarnwick::test {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 using Role = ImageTaskListModel;
 
+constexpr auto unfinished = "当前有未完成的任务，请等待压缩完成后再清除记录。";
+
 class AppModelTest : public ModelFixture {
 protected:
-    /// Every status of any row, in the order of their coming.
-    std::vector<int> statuses;
-
-    void recordStatuses() {
-        const auto record = [this](const QModelIndex& first, const QModelIndex&, const QList<int>& roles) {
-            if (roles.contains(Role::Status)) {
-                statuses.push_back(first.data(Role::Status).toInt());
-            }
-        };
-        QObject::connect(model->tasks(), &QAbstractItemModel::dataChanged, &*model, record);
+    /// Makes a picture and compresses it.
+    URL compressed(const std::string& name) {
+        const URL photo = largePicture(name);
+        model->add(std::vector{photo});
+        settle();
+        return photo;
+    }
+    /// Keeps the backup from being removed.
+    void block(const UndoRecord& record) const {
+        removeFile(store.backupURL(record));
+        createDirectories(store.backupURL(record).appending("in the way"));
     }
 };
 
-TEST_F(AppModelTest, CompressesAFileAndPutsTheOriginalBack) {
+TEST_F(AppModelTest, CompressesAFileAndRestoresTheOriginal) {
     start();
-    recordStatuses();
+    std::vector<int> statuses;
+    QObject::connect(model->tasks(), &QAbstractItemModel::dataChanged, &*model,
+                     [&](const QModelIndex& first, const QModelIndex&, const QList<int>& roles) {
+                         if (roles.contains(Role::Status)) {
+                             statuses.push_back(first.data(Role::Status).toInt());
+                         }
+                     });
     const URL photo = largePicture("photo.png");
     model->add(QList<QUrl>{toQUrl(photo)});
     EXPECT_THAT(rows(), ElementsAre("photo.png: 等待压缩"));
@@ -44,7 +50,7 @@ TEST_F(AppModelTest, CompressesAFileAndPutsTheOriginalBack) {
     EXPECT_EQ(model->importAnimationID().size(), 36);
     settle();
     EXPECT_THAT(statuses, ElementsAre(TaskStatus::Compressing, TaskStatus::Done));
-    EXPECT_TRUE(text(0, Role::StatusText).contains(" → ")) << text(0, Role::StatusText).toStdString();
+    EXPECT_THAT(rows().front(), HasSubstr(" → "));
     EXPECT_TRUE(text(0, Role::BadgeText).startsWith("↓ "));
     EXPECT_EQ(contents(photo), textOf(small));
     EXPECT_TRUE(can(0, Role::CanRestore) && can(0, Role::CanCompare) && can(0, Role::CanDelete));
@@ -63,9 +69,9 @@ TEST_F(AppModelTest, CompressesAFileAndPutsTheOriginalBack) {
     EXPECT_EQ(desktop.wait, std::nullopt);
 }
 
-TEST_F(AppModelTest, AConvertedFileLeadsToItsPNGAndBack) {
+TEST_F(AppModelTest, FollowsAConvertedFileToItsPNGAndBack) {
     start();
-    const URL photo = picture("photo.heic", heifBytes({}));
+    const URL photo = picture("photo.heic", pictureBytes("photo.heic"));
     model->add(std::vector{photo});
     settle();
     EXPECT_EQ(row(0).url, pictures / "photo.png");
@@ -79,13 +85,13 @@ TEST_F(AppModelTest, AConvertedFileLeadsToItsPNGAndBack) {
     EXPECT_EQ(pictures.listing(), "photo.heic");
 }
 
-TEST_F(AppModelTest, TakesAFileOnceWhileItIsAtWork) {
+TEST_F(AppModelTest, TakesAFileOnceWhileItIsInWork) {
     start();
     const URL photo = largePicture("photo.png");
     std::filesystem::create_symlink(pictures.url().path(), (home / "link").path());
     const URL sameByLink = home / "link/photo.png";
     {
-        const Occupation occupation(*queue, photo);
+        const HeldJob held = hold(photo);
         const URL sameByDetour = URL::file(pictures.url().path() + "/absent/../photo.png");
         model->add(std::vector{photo, sameByDetour, sameByLink, photo});
         model->add(std::vector{sameByLink});
@@ -100,7 +106,7 @@ TEST_F(AppModelTest, TakesAFileOnceWhileItIsAtWork) {
     settle();
 }
 
-TEST_F(AppModelTest, RefusesWhatIsNoPicture) {
+TEST_F(AppModelTest, RefusesAFileThatIsNoPicture) {
     start();
     model->add(std::vector{pictures.file("notes.txt", "text")});
     EXPECT_EQ(model->alertMessage(), "目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。");
@@ -119,13 +125,13 @@ TEST_F(AppModelTest, CountsABatchUntilTheNextOne) {
     start();
     const URL a = largePicture("a.png");
     {
-        const Occupation occupation(*queue, a);
+        const HeldJob held = hold(a);
         model->add(std::vector{a});
         model->add(std::vector{picture("tiny.png", small), pictures.file("broken.png", "x")});
         EXPECT_EQ(model->totalCount(), 3);
     }
     settle();
-    EXPECT_THAT(rows(), ElementsAre(testing::HasSubstr("a.png: "), "tiny.png: 未找到更小且质量合格的结果",
+    EXPECT_THAT(rows(), ElementsAre(StartsWith("a.png: "), "tiny.png: 未找到更小且质量合格的结果",
                                     "broken.png: 压缩失败：图片无法解码"));
     EXPECT_EQ(model->doneCount(), 3);
     EXPECT_EQ(text(1, Role::RestoreRefusal), "图片未被修改，无需恢复");
@@ -137,11 +143,9 @@ TEST_F(AppModelTest, CountsABatchUntilTheNextOne) {
     settle();
 }
 
-TEST_F(AppModelTest, AFailedRestoreLeavesTheFile) {
+TEST_F(AppModelTest, LeavesAChangedFileWhenRestoringFails) {
     start();
-    const URL photo = largePicture("photo.png");
-    model->add(std::vector{photo});
-    settle();
+    const URL photo = compressed("photo.png");
     pictures.file("photo.png", "mine");
     model->restore(idOf(0));
     settle();
@@ -153,8 +157,8 @@ TEST_F(AppModelTest, AFailedRestoreLeavesTheFile) {
 
 TEST_F(AppModelTest, DeletesARowWithItsRecord) {
     start();
-    model->add(std::vector{largePicture("photo.png"), largePicture("other.png")});
-    settle();
+    compressed("photo.png");
+    compressed("other.png");
     const UndoRecord record = *row(0).record();
     model->deleteTask(idOf(0));
     model->deleteTask(idOf(0));
@@ -165,17 +169,14 @@ TEST_F(AppModelTest, DeletesARowWithItsRecord) {
     EXPECT_EQ(store.readRecords().size(), 1U);
     EXPECT_THAT(desktop.posted, ElementsAre("undoDidChange"));
 
-    // A backup that can't be removed keeps its row.
-    const URL backup = store.backupURL(*row(0).record());
-    removeFile(backup);
-    createDirectories(backup.appending("in the way"));
+    block(*row(0).record());
     model->deleteTask(idOf(0));
     settle();
     EXPECT_TRUE(model->alertMessage().startsWith("无法删除 other.png 的记录或备份：")) << rows().front();
     EXPECT_EQ(row(0).status, TaskStatus::Done);
 }
 
-TEST_F(AppModelTest, ChoosesFilesOneDialogAtATime) {
+TEST_F(AppModelTest, OpensOneFileChooserAtATime) {
     start();
     model->chooseFiles();
     ASSERT_TRUE(desktop.chosen);
@@ -197,22 +198,67 @@ TEST_F(AppModelTest, ChoosesFilesOneDialogAtATime) {
     desktop.chosen({toQUrl(pictures / "late.png")});
 }
 
-TEST_F(AppModelTest, ClosingEndsRunningToolsAndWaitingJobs) {
+TEST_F(AppModelTest, EndsToolsAndWaitingJobsWhenItCloses) {
     start();
     for (const char* tool : {"pngquant", "oxipng"}) {
         tools.script(tool, {{"hang"}});
     }
-    std::vector<URL> files;
-    for (const char* name : {"a.png", "b.png", "c.png", "d.png"}) {
-        files.push_back(largePicture(name));
-    }
-    model->add(files);
-    ASSERT_TRUE(waitUntil([this] { return !tools.runs().empty(); }));
+    model->add(std::vector{largePicture("a.png"), largePicture("b.png"), largePicture("c.png")});
+    ASSERT_TRUE(runUntil([this] { return !tools.runs().empty(); }));
     model.reset();
     queue.reset();
-    EXPECT_EQ(pictures.listing(), "a.png b.png c.png d.png");
-    EXPECT_EQ(contents(files.front()), textOf(large));
+    EXPECT_EQ(pictures.listing(), "a.png b.png c.png");
+    EXPECT_EQ(contents(pictures / "a.png"), textOf(large));
     EXPECT_FALSE(desktop.historyDidChange || desktop.didWake) << "still observing";
+}
+
+TEST_F(AppModelTest, ClearsTheRowsOfDeletedRecords) {
+    const UndoRecord record = replaced("old.png");
+    start();
+    compressed("photo.png");
+    model->add(std::vector{picture("tiny.png", small)});
+    settle();
+    model->requestClearAllRecords();
+    EXPECT_TRUE(model->showClearConfirmation() && model->hasModalPresentation());
+    desktop.posted.clear();
+    model->clearAllRecords();
+    EXPECT_FALSE(model->showClearConfirmation());
+    ASSERT_TRUE(model->isClearing() && model->isCompressing());
+    model->add(std::vector{largePicture("late.png")});
+    EXPECT_EQ(model->alertMessage(), "正在清除记录，请稍后再导入图片。");
+    model->restore(idOf(0));
+    model->deleteTask(idOf(0));
+    EXPECT_EQ(row(0).status, TaskStatus::Done);
+    EXPECT_FALSE(can(0, Role::CanRestore) || can(0, Role::CanDelete));
+    EXPECT_EQ(text(0, Role::DeleteRefusal), "正在清除记录，请稍候");
+    model->clearAllRecords();
+    EXPECT_EQ(model->alertMessage(), unfinished);
+    settle();
+    EXPECT_THAT(rows(), ElementsAre("tiny.png: 未找到更小且质量合格的结果"));
+    EXPECT_EQ(contents(record.originalURL()), textOf(small));
+    EXPECT_TRUE(store.readRecords().empty());
+    EXPECT_THAT(desktop.posted, ElementsAre("undoDidChange"));
+    EXPECT_EQ(desktop.wait, std::nullopt);
+}
+
+TEST_F(AppModelTest, RefusesToClearDuringWorkAndReportsAFailure) {
+    const UndoRecord record = replaced("old.png");
+    start();
+    const URL photo = largePicture("photo.png");
+    {
+        const HeldJob held = hold(photo);
+        model->add(std::vector{photo});
+        model->setShowClearConfirmation(true);
+        model->clearAllRecords();
+        EXPECT_FALSE(model->isClearing() || model->showClearConfirmation());
+        EXPECT_EQ(model->alertMessage(), unfinished);
+    }
+    settle();
+    block(record);
+    model->clearAllRecords();
+    settle();
+    EXPECT_THAT(model->alertMessage().toStdString(), HasSubstr("无法删除 old.png"));
+    EXPECT_FALSE(model->isClearing());
 }
 
 } // namespace

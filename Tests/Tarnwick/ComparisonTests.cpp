@@ -1,5 +1,4 @@
 #include "Foundation/FileContents.h"
-#include "Support/JPEGMaker.h"
 #include "Tarnwick/Model/ComparisonModel.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/ModelFixture.h"
@@ -14,85 +13,86 @@
 namespace tarnwick::test {
 namespace {
 
+using testing::ElementsAre;
+
 constexpr Extent viewport = {.width = 800, .height = 600};
 constexpr Extent centre = {.width = 400, .height = 300};
 constexpr Extent corner = {.width = 0, .height = 0};
 
 /// 1600 × 600: fits by its width at a scale of 0.5.
-ComparisonGeometry wide() {
-    return {{.width = 1600, .height = 600}, viewport};
-}
+class ComparisonGeometryTest : public testing::Test {
+protected:
+    void press(int times) {
+        for (int press = 0; press < times; ++press) {
+            wide.zoomBy(1.25, centre);
+        }
+    }
 
-TEST(ComparisonGeometryTest, FitsWithoutEnlarging) {
-    EXPECT_EQ(wide().fitScale(), 0.5);
+    /// The zoom and the offset.
+    std::vector<double> state() const { return {wide.zoom, wide.offset.width, wide.offset.height}; }
+
+    ComparisonGeometry wide{{.width = 1600, .height = 600}, viewport};
+};
+
+TEST_F(ComparisonGeometryTest, FitsWithoutEnlarging) {
+    EXPECT_EQ(wide.fitScale(), 0.5);
     EXPECT_EQ(ComparisonGeometry({.width = 10, .height = 1200}, viewport).fitScale(), 0.5);
     EXPECT_EQ(ComparisonGeometry({.width = 10, .height = 10}, viewport).fitScale(), 1);
 }
 
-TEST(ComparisonGeometryTest, ZoomStaysWithinItsLimits) {
-    ComparisonGeometry geometry = wide();
-    geometry.zoomBy(0.8, corner);
-    EXPECT_EQ(geometry.zoom, 1);
-    EXPECT_EQ(geometry.offset, Extent());
-    for (int press = 0; press < 5; ++press) {
-        geometry.zoomBy(1.25, centre);
-    }
-    EXPECT_NEAR(geometry.zoom, 3.0518, 1e-4);
-    for (int press = 0; press < 20; ++press) {
-        geometry.zoomBy(1.25, centre);
-    }
-    EXPECT_EQ(geometry.zoom, 16);
-
-    const ComparisonGeometry before = geometry;
+TEST_F(ComparisonGeometryTest, KeepsTheZoomWithinItsLimits) {
+    wide.zoomBy(0.8, corner);
+    EXPECT_THAT(state(), ElementsAre(1, 0, 0));
+    press(5);
+    EXPECT_NEAR(wide.zoom, 3.0518, 1e-4);
+    press(20);
+    EXPECT_EQ(wide.zoom, 16);
+    const std::vector<double> before = state();
     for (const double factor : {0.0, -2.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
-        geometry.zoomBy(factor, corner);
-        EXPECT_EQ(geometry.zoom, before.zoom);
-        EXPECT_EQ(geometry.offset, before.offset);
+        wide.zoomBy(factor, corner);
+        EXPECT_EQ(state(), before);
     }
-
-    geometry = wide();
-    geometry.actualSize = true;
-    geometry.zoomBy(0.01, centre);
-    EXPECT_EQ(geometry.zoom, 0.5);
-    geometry.zoomBy(1000, centre);
-    EXPECT_EQ(geometry.zoom, 16);
+    wide.actualSize = true;
+    wide.zoomBy(0.001, centre);
+    EXPECT_EQ(wide.zoom, 0.5);
+    wide.zoomBy(1000, centre);
+    EXPECT_EQ(wide.zoom, 16);
 }
 
-TEST(ComparisonGeometryTest, TheAnchorKeepsItsPlaceUpToTheEdges) {
-    ComparisonGeometry geometry = wide();
-    geometry.zoomBy(4, {.width = 600, .height = 350});
+TEST_F(ComparisonGeometryTest, KeepsTheAnchorInPlaceUpToTheEdges) {
     // 200 right of and 50 below the centre, times 1 - 4.
-    EXPECT_EQ(geometry.offset, (Extent{.width = -600, .height = -150}));
-    geometry.zoomBy(0.5, {.width = 600, .height = 350});
-    EXPECT_EQ(geometry.offset, (Extent{.width = -200, .height = 0}))
-        << "no higher than the viewport: centred";
-    geometry.moveTo({.width = 5000, .height = 5000});
-    EXPECT_EQ(geometry.offset, (Extent{.width = 400, .height = 0}));
-    geometry.moveTo({.width = -5000, .height = 0});
-    EXPECT_EQ(geometry.offset.width, -400);
+    wide.zoomBy(4, {.width = 600, .height = 350});
+    EXPECT_THAT(state(), ElementsAre(4, -600, -150));
+    // No higher than the viewport: centred.
+    wide.zoomBy(0.5, {.width = 600, .height = 350});
+    EXPECT_THAT(state(), ElementsAre(2, -200, 0));
+    wide.moveTo({.width = 5000, .height = 5000});
+    EXPECT_THAT(state(), ElementsAre(2, 400, 0));
+    wide.moveTo({.width = -5000, .height = 0});
+    EXPECT_THAT(state(), ElementsAre(2, -400, 0));
 }
 
-TEST(ComparisonGeometryTest, ADoubleClickGoesInAndOut) {
-    ComparisonGeometry geometry = wide();
-    geometry.doubleClick({.width = 500, .height = 300});
-    EXPECT_EQ(geometry.zoom, 2);
-    EXPECT_EQ(geometry.offset, (Extent{.width = -100, .height = 0}));
-    geometry.doubleClick(corner);
-    EXPECT_EQ(geometry.zoom, 1);
-    EXPECT_EQ(geometry.offset, Extent());
-    geometry.zoom = 1.005;
-    geometry.doubleClick(centre);
-    EXPECT_NEAR(geometry.zoom, 2.01, 1e-9);
+TEST_F(ComparisonGeometryTest, ZoomsInAndOutByDoubleClicks) {
+    wide.doubleClick({.width = 500, .height = 300});
+    EXPECT_THAT(state(), ElementsAre(2, -100, 0));
+    wide.doubleClick(corner);
+    EXPECT_THAT(state(), ElementsAre(1, 0, 0));
+    wide.zoom = 1.005;
+    wide.doubleClick(centre);
+    EXPECT_NEAR(wide.zoom, 2.01, 1e-9);
 }
 
-TEST(ComparisonGeometryTest, ReadsScrollEvents) {
-    const auto factor = [](const ScrollEvent& event) { return magnification(event).value_or(NAN) + 1; };
-    EXPECT_NEAR(factor({.coarseDelta = 1}), std::exp(0.12), 1e-12);
-    EXPECT_NEAR(factor({.coarseDelta = -1, .hasControl = true}), std::exp(-0.12), 1e-12);
-    EXPECT_NEAR(factor({.coarseDelta = 50}), std::exp(0.5), 1e-12);
-    EXPECT_NEAR(factor({.coarseDelta = -50}), std::exp(-0.5), 1e-12);
-    EXPECT_NEAR(factor({.preciseDelta = 10, .isPrecise = true, .hasControl = true}), std::exp(0.08), 1e-12);
-    EXPECT_NEAR(factor({.preciseDelta = 0.00005, .coarseDelta = 2}), std::exp(0.24), 1e-12);
+TEST_F(ComparisonGeometryTest, ReadsScrollEvents) {
+    const std::vector<std::pair<ScrollEvent, double>> events = {
+        {{.coarseDelta = 1}, 0.12},
+        {{.coarseDelta = -1, .hasControl = true}, -0.12},
+        {{.coarseDelta = 50}, 0.5},
+        {{.coarseDelta = -50}, -0.5},
+        {{.preciseDelta = 10, .isPrecise = true, .hasControl = true}, 0.08},
+        {{.preciseDelta = 0.00005, .coarseDelta = 2}, 0.24}};
+    for (const auto& [event, exponent] : events) {
+        EXPECT_NEAR(magnification(event).value_or(NAN) + 1, std::exp(exponent), 1e-12) << exponent;
+    }
     EXPECT_FALSE(magnification({.preciseDelta = 10, .isPrecise = true}));
 }
 
@@ -109,7 +109,7 @@ protected:
     ComparisonModel model;
 };
 
-TEST_F(ComparisonModelTest, TakesWhatTheViewDoes) {
+TEST_F(ComparisonModelTest, FollowsTheView) {
     model.requestZoomIn();
     EXPECT_EQ(model.zoomRequest(), 1.25);
     model.performZoomRequest();
@@ -134,12 +134,12 @@ TEST_F(ComparisonModelTest, TakesWhatTheViewDoes) {
     EXPECT_EQ(model.displayedSize(), QSizeF(1600, 600));
     model.zoomBy(0.5, {400, 300});
     model.setViewport({1600, 600});
-    EXPECT_EQ(model.zoom(), 1) << "raised to the new smallest zoom";
+    EXPECT_EQ(model.zoom(), 1) << "the new smallest zoom";
     model.setActualSize(false);
     EXPECT_EQ(model.percent(), 100);
 }
 
-TEST_F(ComparisonModelTest, TheSplitStaysInside) {
+TEST_F(ComparisonModelTest, KeepsTheSplitInside) {
     const QSignalSpy changes(&model, &ComparisonModel::splitChanged);
     model.stepSplit(3);
     EXPECT_NEAR(model.split(), 0.56, 1e-9);
@@ -155,7 +155,7 @@ TEST_F(ComparisonModelTest, TheSplitStaysInside) {
     EXPECT_EQ(model.split(), 0.5);
 }
 
-TEST_F(ComparisonModelTest, DoesNothingWithoutPictureOrPlace) {
+TEST_F(ComparisonModelTest, DoesNothingWithoutAPictureOrAViewport) {
     model.setItem(ComparisonItem());
     model.zoomBy(2, {0, 0});
     model.doubleClick({0, 0});
@@ -166,14 +166,13 @@ TEST_F(ComparisonModelTest, DoesNothingWithoutPictureOrPlace) {
 
 class ComparisonTest : public ModelFixture {
 protected:
-    AppModel::ComparisonOutcome outcome(const UndoRecord& record) {
+    /// The text of the failure; empty without one.
+    QString failureOf(const UndoRecord& record) {
         std::optional<AppModel::ComparisonOutcome> found;
         model->comparisonItem(record, [&](const AppModel::ComparisonOutcome& answer) { found = answer; });
-        EXPECT_TRUE(waitUntil([&] { return found.has_value(); }));
-        return *found;
-    }
-    std::string failureOf(const UndoRecord& record) {
-        return std::get<QString>(outcome(record)).toStdString();
+        EXPECT_TRUE(runUntil([&] { return found.has_value(); }));
+        const auto* failure = std::get_if<QString>(&*found);
+        return failure == nullptr ? "" : *failure;
     }
 };
 
@@ -182,7 +181,7 @@ TEST_F(ComparisonTest, DescribesBothFiles) {
     start();
     QSignalSpy answers(&*model, &AppModel::comparisonReady);
     model->compare(idOf(0));
-    ASSERT_TRUE(waitUntil([&] { return !answers.empty(); }));
+    ASSERT_TRUE(runUntil([&] { return !answers.empty(); }));
     EXPECT_EQ(answers.at(0).at(0), idOf(0));
     const auto item = answers.at(0).at(1).value<ComparisonItem>();
     EXPECT_EQ(item, (ComparisonItem{.name = "photo.png",
@@ -197,31 +196,31 @@ TEST_F(ComparisonTest, DescribesBothFiles) {
     EXPECT_TRUE(item.badgeText().startsWith("↓ "));
 }
 
-TEST_F(ComparisonTest, APictureOnItsSideIsShownUpright) {
-    const URL photo = picture("photo.jpg", jpegBytes({.quality = 95, .orientation = 6}));
-    const URL winner = prepared("winner.jpg", jpegBytes({.quality = 50, .orientation = 6}));
-    const UndoRecord record = store.commit(store.prepare(photo, winner, UUID::random()));
-    std::filesystem::copy_file(winner.path(), photo.path(),
-                               std::filesystem::copy_options::overwrite_existing);
+TEST_F(ComparisonTest, SwapsTheSidesOfATurnedPicture) {
+    const URL photo = picture("photo.jpg", pictureBytes("noise-turned.jpg"));
+    const Bytes winner = pictureBytes("noise-small-turned.jpg");
+    const UndoRecord record =
+        store.commit(store.prepare(photo, prepared("winner.jpg", winner), UUID::random()));
+    writeFile(photo, winner);
     const ComparisonItem item = prepareComparison(store, record, Date::now());
     EXPECT_EQ(item.width, 24);
     EXPECT_EQ(item.height, 32);
 }
 
-TEST_F(ComparisonTest, RefusesWhatIsNotThePairOfTheRecord) {
+TEST_F(ComparisonTest, RefusesAnExpiredOrChangedPair) {
     const UndoRecord record = replaced("photo.png", 60);
     start();
     desktop.time = record.createdAt.adding(UndoStore::backupRetention);
     EXPECT_EQ(failureOf(record), "原图备份已过期，无法对比。");
     EXPECT_TRUE(store.hasBackup(record));
     desktop.time = desktop.time.adding(-1);
-    EXPECT_TRUE(std::holds_alternative<ComparisonItem>(outcome(record)));
+    EXPECT_EQ(failureOf(record), "");
     writeFile(record.originalURL(), large);
     EXPECT_EQ(failureOf(record), "压缩后的图片已被修改");
     store.removeBackup(record);
     QSignalSpy failures(&*model, &AppModel::comparisonFailed);
     model->compare(idOf(0));
-    ASSERT_TRUE(waitUntil([&] { return !failures.empty(); }));
+    ASSERT_TRUE(runUntil([&] { return !failures.empty(); }));
     EXPECT_EQ(failures.at(0).at(1), "原图备份已不存在");
 }
 

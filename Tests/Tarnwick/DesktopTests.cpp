@@ -1,7 +1,5 @@
-#include "Foundation/Directory.h"
 #include "Foundation/FileLock.h"
 #include "Support/EnvironmentVariable.h"
-#include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
@@ -18,26 +16,32 @@
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QTest>
 #include <csignal>
 #include <filesystem>
-#include <memory>
 
 namespace tarnwick::test {
 namespace {
 
-using testing::IsEmpty;
+using testing::ElementsAre;
+using testing::StartsWith;
 
-/// One private bus for the process, which takes it for both the session's and the system's. It lives as long
-/// as the process: Qt connects to a bus once and for all.
+/// Another process posts historyDidChange. Returns what it prints, and its exit status.
+std::string post() {
+    QProcess peer;
+    peer.start(TARNWICK_DESKTOP_PEER);
+    peer.waitForFinished();
+    return peer.readAllStandardError().toStdString() + std::to_string(peer.exitCode());
+}
+
+/// A private bus, which serves as the session's and the system's. It lasts as long as the process, since Qt
+/// connects to a bus only once.
 class DesktopTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        if (daemon != nullptr) {
+        static auto* const daemon = new QProcess;
+        if (daemon->state() != QProcess::NotRunning) {
             return;
         }
-        daemon = new QProcess;
         daemon->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
         daemon->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         daemon->start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address"});
@@ -46,82 +50,52 @@ protected:
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
     }
-    static std::unique_ptr<QProcess> peer(const QString& command) {
-        auto process = std::make_unique<QProcess>();
-        process->start(TARNWICK_DESKTOP_PEER, {command});
-        return process;
-    }
-    static bool hasPrinted(QProcess& process, const QByteArray& words) {
-        return waitUntil([&] { return process.canReadLine() && process.readLine().trimmed() == words; });
-    }
-    static void send(bool beforeSleep) {
-        QDBusMessage signal = QDBusMessage::createSignal("/org/freedesktop/login1",
-                                                         "org.freedesktop.login1.Manager", "PrepareForSleep");
-        signal << beforeSleep;
-        QDBusConnection::systemBus().send(signal);
-    }
-
-    static QProcess* daemon;
 };
 
-QProcess* DesktopTest::daemon = nullptr;
-
-TEST_F(DesktopTest, ProcessesHearEachOther) {
+TEST_F(DesktopTest, PassesNotificationsBetweenProcesses) {
     DBusNotifications notifications;
-    int heard = 0;
+    int first = 0;
+    int changes = 0;
+    int undos = 0;
     Registration observation;
     observation = notifications.observe(NotificationName::historyDidChange, [&] {
-        ++heard;
+        ++first;
         observation = {};
     });
-    const Registration other = notifications.observe(NotificationName::undoDidChange, [] {});
-    for (int run = 0; run < 2; ++run) {
-        const auto poster = peer("post");
-        ASSERT_TRUE(poster->waitForFinished());
-        EXPECT_EQ(poster->exitCode(), 0);
-        EXPECT_EQ(poster->readAllStandardError(), "");
-        EXPECT_TRUE(waitUntil([&] { return heard == 1; })) << "run " << run;
-    }
-    QTest::qWait(100);
-    EXPECT_EQ(heard, 1) << "heard after the end of the observation";
-
-    const auto observer = peer("observe");
-    ASSERT_TRUE(hasPrinted(*observer, "ready"));
+    const Registration all = notifications.observe(NotificationName::historyDidChange, [&] { ++changes; });
+    const Registration other = notifications.observe(NotificationName::undoDidChange, [&] { ++undos; });
+    EXPECT_EQ(post(), "0");
+    EXPECT_TRUE(runUntil([&] { return first == 1 && changes == 1; }));
     notifications.post(NotificationName::historyDidChange);
     notifications.post(NotificationName::undoDidChange);
-    EXPECT_TRUE(hasPrinted(*observer, "heard"));
-    EXPECT_TRUE(waitUntil([&] { return observer->state() == QProcess::NotRunning; }));
+    EXPECT_TRUE(runUntil([&] { return undos == 1; }));
+    EXPECT_EQ(first, 1) << "called after the observation ended";
+    EXPECT_EQ(changes, 2);
+    const EnvironmentVariable noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    EXPECT_EQ(post(), "0");
 }
 
-TEST_F(DesktopTest, WithoutABusPostsGoNowhere) {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    process.setProcessEnvironment(environment);
-    process.start(TARNWICK_DESKTOP_PEER, {"post"});
-    ASSERT_TRUE(process.waitForFinished());
-    EXPECT_EQ(process.exitCode(), 0);
-    EXPECT_EQ(process.readAllStandardError(), "");
-}
-
-TEST_F(DesktopTest, HearsOfAWakeButNotOfSleep) {
+TEST_F(DesktopTest, ReportsAWakeButNoSleep) {
     LogindWakeMonitor monitor;
     int wakes = 0;
     const Registration observation = monitor.observeWake([&] { ++wakes; });
-    send(true);
-    send(false);
-    EXPECT_TRUE(waitUntil([&] { return wakes > 0; }));
+    for (const bool beforeSleep : {true, false}) {
+        auto signal = QDBusMessage::createSignal("/org/freedesktop/login1", "org.freedesktop.login1.Manager",
+                                                 "PrepareForSleep");
+        signal << beforeSleep;
+        QDBusConnection::systemBus().send(signal);
+    }
+    EXPECT_TRUE(runUntil([&] { return wakes > 0; }));
     EXPECT_EQ(wakes, 1);
 }
 
-/// Answers as a file manager does.
-class FileManager : public QDBusVirtualObject {
+class FakeFileManager : public QDBusVirtualObject {
 public:
-    FileManager() {
+    FakeFileManager() {
         bus.registerVirtualObject("/org/freedesktop/FileManager1", this);
         bus.registerService("org.freedesktop.FileManager1");
     }
-    ~FileManager() override { QDBusConnection::disconnectFromBus("file manager"); }
+    ~FakeFileManager() override { QDBusConnection::disconnectFromBus("file manager"); }
 
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
@@ -135,108 +109,95 @@ public:
 
 TEST_F(DesktopTest, RevealsInTheFileManagerOrOpensTheFolder) {
     const TemporaryFolder folder;
-    const URL opener = folder.file("xdg-open", "#!/bin/sh\necho \"$1\" >\"$0.log\"\n");
+    const URL opener =
+        folder.file("xdg-open", "#!/bin/sh\necho \"$1\" >\"$0.part\"\nmv \"$0.part\" \"$0.log\"\n");
     std::filesystem::permissions(opener.path(), std::filesystem::perms::owner_all);
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", QByteArray::fromStdString(folder.url().path()) + ":" + path);
+    const EnvironmentVariable path("PATH", folder.url().path() + ":" + qgetenv("PATH").toStdString());
     DesktopFileRevealer revealer;
     {
-        FileManager manager;
+        FakeFileManager manager;
         revealer.reveal(URL::file("/pictures/a b\xFF.png"));
-        EXPECT_TRUE(waitUntil([&] { return !manager.shown.isEmpty(); }));
+        EXPECT_TRUE(runUntil([&] { return !manager.shown.isEmpty(); }));
         EXPECT_EQ(manager.shown, "ShowItems file:///pictures/a%20b%FF.png");
     }
     revealer.reveal(URL::file("/pictures/a b.png"));
-    const URL log = folder / "xdg-open.log";
-    EXPECT_TRUE(waitUntil([&] { return itemExists(log) && !contents(log).empty(); }));
-    EXPECT_EQ(contents(log), "file:///pictures\n");
-    qputenv("PATH", path);
+    EXPECT_TRUE(runUntil([&] { return itemExists(folder / "xdg-open.log"); }));
+    EXPECT_EQ(contents(folder / "xdg-open.log"), "file:///pictures\n");
 }
 
-TEST(ApplicationBundleTest, KnowsItsParts) {
+TEST(ApplicationBundleTest, LocatesItsParts) {
     const TemporaryFolder folder;
     const ApplicationBundle bundle(folder / "Contents/Linux/Tarnwick");
+    EXPECT_EQ(bundle.url(), folder.url());
     EXPECT_EQ(bundle.toolDirectory(), URL::file("Vendor/Bin"));
     createDirectories(folder / "Contents/Resources");
     EXPECT_EQ(bundle.toolDirectory(), folder / "Contents/Resources/Tools");
     EXPECT_EQ(bundle.helperExecutable(), folder / ("Contents/Library/LoginItems/TarnwickBackground.app/"
                                                    "Contents/Linux/TarnwickBackground"));
-    EXPECT_EQ(bundle.url(), folder.url());
-    EXPECT_EQ(bundle.extension(), folder / "Contents/PlugIns/TarnwickFinderSync.appex");
     const URL system = folder / "bin";
-    EXPECT_EQ(bundle.pluginKitDirectory(system), bundle.extension().appending("Contents/Linux"));
+    EXPECT_EQ(bundle.pluginKitDirectory(system),
+              folder / "Contents/PlugIns/TarnwickFinderSync.appex/Contents/Linux");
     createDirectories(system);
     folder.file("bin/pluginkit", "");
     EXPECT_EQ(bundle.pluginKitDirectory(system), system);
     EXPECT_EQ(ApplicationBundle::running().toolDirectory(), URL::file("Vendor/Bin"));
 }
 
-TEST(HelperLauncherTest, StartsOneHelperAtATime) {
-    const TemporaryFolder folder;
+TEST(BundleHelperLauncherTest, StartsTheHelperUnlessItRuns) {
     const TemporaryFolder data;
     const EnvironmentVariable home("XDG_DATA_HOME", data.url().path());
-    const URL helper = folder / "TarnwickBackground";
-    const URL log = folder / "TarnwickBackground.log";
-    const auto runs = [&] { return itemExists(log) ? contents(log) : ""; };
-    BundleHelperLauncher launcher(helper);
-    launcher.launch();
-    EXPECT_THAT(folder.listing(), IsEmpty()) << "there is no helper yet";
-    std::filesystem::copy_file(TARNWICK_DESKTOP_PEER, helper.path());
-    launcher.launch();
-    const std::string once = "--maintain-backups\n";
-    EXPECT_TRUE(waitUntil([&] { return runs() == once; }));
-    launcher.launch();
-    QTest::qWait(100);
-    EXPECT_EQ(runs(), once);
-    const URL stop = folder.file("TarnwickBackground.stop", "");
-    EXPECT_TRUE(waitUntil([] { return !FileLock::isHeld(helperLockFile()); }));
-    removeFile(stop);
-    launcher.launch();
-    EXPECT_TRUE(waitUntil([&] { return runs() == once + once; }));
-    folder.file("TarnwickBackground.stop", "");
-    EXPECT_TRUE(waitUntil([] { return !FileLock::isHeld(helperLockFile()); }));
+    FakeTools tools;
+    tools.script("pluginkit", {});
+    // The launcher wants a regular file; the fake tools are links.
+    const URL helper = tools.folder().appending("pluginkit");
+    const auto program = std::filesystem::canonical(helper.path());
+    tools.remove("pluginkit");
+    std::filesystem::copy_file(program, helper.path());
+    BundleHelperLauncher(helper).launch();
+    EXPECT_TRUE(runUntil([&] { return !tools.runs().empty(); }));
+    EXPECT_THAT(tools.runs("pluginkit"), ElementsAre(FakeTools::Words{"--maintain-backups"}));
 
-    const URL broken = folder.file("broken", "no program");
-    const Log logged;
-    BundleHelperLauncher(broken).launch();
-    EXPECT_THAT(Log::lines(), testing::StartsWith("Tarnwick 备份清理程序启动失败："));
+    const Log log;
+    BundleHelperLauncher(data / "absent").launch();
+    BundleHelperLauncher broken(data.file("broken", "no program"));
+    createDirectories(data / "Tarnwick");
+    {
+        const auto lock = FileLock::tryAcquire(helperLockFile());
+        broken.launch();
+        EXPECT_EQ(Log::lines, "") << "started a second helper";
+    }
+    broken.launch();
+    EXPECT_THAT(Log::lines, StartsWith("Tarnwick 备份清理程序启动失败："));
 }
 
 TEST(SettingsFileTest, KeepsWhatIsStored) {
     const TemporaryFolder folder;
     const auto path = QString::fromStdString((folder / "new/Settings.ini").path());
-    {
-        SettingsFile settings(path);
-        EXPECT_FALSE(settings.boolean("Done"));
-        settings.setBoolean("Done", true);
-        EXPECT_TRUE(SettingsFile(path).boolean("Done")) << "before the first is gone";
-    }
+    SettingsFile settings(path);
+    EXPECT_FALSE(settings.boolean("Done"));
+    settings.setBoolean("Done", true);
     EXPECT_TRUE(SettingsFile(path).boolean("Done"));
-    folder.file("blocked", "no folder");
-    const Log logged(true);
-    SettingsFile blocked(QString::fromStdString((folder / "blocked/Settings.ini").path()));
-    blocked.setBoolean("Done", true);
-    EXPECT_THAT(Log::lines(), testing::StartsWith("无法保存设置："));
 }
 
-TEST(DesktopLaunchServicesTest, LogsABundleThatCannotBeRead) {
+TEST(DebugOutputTest, IsOffByDefault) {
     const TemporaryFolder folder;
-    DesktopLaunchServices services;
-    for (const bool withDebugOutput : {false, true}) {
-        const Log log(withDebugOutput);
-        services.registerBundle(folder.url());
-        EXPECT_EQ(Log::lines(), "");
-        services.registerBundle(folder / "absent");
-        EXPECT_EQ(Log::lines().empty(), !withDebugOutput);
+    const QString blocked = QString::fromStdString(folder.file("blocked", "").path() + "/Settings.ini");
+    for (const bool isOn : {false, true}) {
+        const Log log(isOn);
+        DesktopLaunchServices().registerBundle(folder.url());
+        EXPECT_EQ(Log::lines, "");
+        DesktopLaunchServices().registerBundle(folder / "absent");
+        EXPECT_THAT(Log::lines, StartsWith(isOn ? "无法读取 " : ""));
+        SettingsFile(blocked).setBoolean("Done", true);
+        EXPECT_EQ(Log::lines.find("无法保存设置：") != std::string::npos, isOn);
+        EXPECT_EQ(Log::lines.empty(), !isOn);
     }
-    const Log log(true);
-    services.registerBundle(folder / "absent");
-    EXPECT_THAT(Log::lines(), testing::AllOf(testing::StartsWith("无法读取 "), testing::HasSubstr("absent")));
 }
 
-TEST(SystemClockTest, ATimerRunsOnceUnlessItIsEnded) {
+TEST(SystemClockTest, RunsATimerOnceUnlessItIsEnded) {
     SystemClock clock;
     int fired = 0;
+    bool isOver = false;
     Registration timer;
     timer = clock.startTimer(0.01, [&] {
         ++fired;
@@ -245,8 +206,8 @@ TEST(SystemClockTest, ATimerRunsOnceUnlessItIsEnded) {
     {
         const Registration ended = clock.startTimer(0.005, [&] { fired += 100; });
     }
-    EXPECT_TRUE(waitUntil([&] { return fired > 0; }));
-    QTest::qWait(50);
+    const Registration last = clock.startTimer(0.05, [&] { isOver = true; });
+    EXPECT_TRUE(runUntil([&] { return isOver; }));
     EXPECT_EQ(fired, 1);
 }
 

@@ -1,6 +1,3 @@
-#include "Support/FakeTools.h"
-#include "Support/TemporaryFolder.h"
-#include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Desktop/FinderServices.h"
 #include "Tarnwick/Model/FinderIntegration.h"
 #include "Tarnwick/ModelFixture.h"
@@ -9,13 +6,8 @@
 
 #include <QCoreApplication>
 #include <atomic>
-#include <chrono>
 #include <filesystem>
 #include <map>
-#include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace tarnwick::test {
 namespace {
@@ -24,16 +16,13 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using Words = FakeTools::Words;
-using Clock = std::chrono::steady_clock;
 
 constexpr auto identifier = "app.tarnwick.Tarnwick.finder";
 constexpr auto notConfirmed = "macOS 尚未确认此安装位置的 Finder 扩展已启用。";
+/// Longer than a test may take.
+constexpr double anHour = 3600;
 
-/// What the integration asks of the system, as a record.
-class FakeSystem final : public LaunchServices,
-                         public Defaults,
-                         public AlertPresenter,
-                         public ExtensionManagement {
+class FakeSystem final : public LaunchServices, public Defaults, public ExtensionManagement {
 public:
     void registerBundle(const URL& bundle) override { registered.push_back(bundle.path()); }
     bool boolean(const QString& key) const override {
@@ -41,17 +30,10 @@ public:
         return found != stored.end() && found->second;
     }
     void setBoolean(const QString& key, bool value) override { stored[key] = value; }
-    void show(const Alert& shown, Answer whenAnswered) override {
-        EXPECT_FALSE(answer) << "an alert is open";
-        alert = shown;
-        answer = std::move(whenAnswered);
-    }
     void showExtensionManagementInterface() override { ++managementsShown; }
 
     std::vector<std::string> registered;
     std::map<QString, bool> stored;
-    std::optional<Alert> alert;
-    Answer answer;
     int managementsShown = 0;
 };
 
@@ -61,36 +43,35 @@ protected:
         createDirectories(extension);
         createDirectories(helper);
         tools.script("pluginkit", {});
-        makeIntegration([this](double seconds, const Cancellation&) { sleeps.push_back(seconds); },
-                        tools.folder());
+        makeIntegration(anHour);
     }
 
-    void makeIntegration(const FinderRegistration::Sleep& sleep, const URL& pluginKitDirectory) {
+    void makeIntegration(double timeout, FinderRegistration::Sleep sleep = {}) {
+        if (!sleep) {
+            sleep = [this](double seconds, const Cancellation&) { sleeps.push_back(seconds); };
+        }
         integration.emplace(FinderIntegration::Services{.launchServices = system,
                                                         .defaults = system,
-                                                        .alerts = system,
+                                                        .alerts = alerts,
                                                         .management = system,
-                                                        .sleep = sleep},
+                                                        .sleep = sleep,
+                                                        .pluginKitTimeout = timeout},
                             ApplicationBundle(folder / "Tarnwick.app/Contents/Linux/Tarnwick"),
-                            pluginKitDirectory);
+                            tools.folder());
     }
-    /// A line as pluginkit lists an extension.
     static std::string line(const std::string& mark, const std::string& path) {
         return mark + "    " + identifier + "(0.1.0)\tB7F4\t2026-01-02 03:04:05 +0000\t" + path + "\n";
     }
-    /// What the listings say, one after another: each attempt lists once, as its second run.
-    void list(const std::vector<std::string>& listings) const {
-        for (std::size_t attempt = 0; attempt < listings.size(); ++attempt) {
-            tools.scriptRun(3 + 2 * static_cast<int>(attempt), "pluginkit", {{"print", listings[attempt]}});
-        }
+    std::vector<Words> runs() const { return tools.runs("pluginkit"); }
+    void finish() {
+        ASSERT_TRUE(runUntil([this] { return !integration->isInProgress() || alerts.isOpen(); }));
     }
-    void waitForEnd() {
-        ASSERT_TRUE(waitUntil([this] { return !integration->isInProgress() || system.answer != nullptr; }));
-    }
-    bool isCompleted() const { return system.boolean("FinderIntegrationAutoEnableCompleted"); }
-    void answer(bool isFirstButton) {
-        ASSERT_TRUE(system.answer);
-        std::exchange(system.answer, nullptr)(isFirstButton);
+    /// The end of the text of the open alert, which it closes.
+    std::string failure() {
+        EXPECT_TRUE(alerts.isOpen());
+        const QString text = alerts.shown.back().informativeText;
+        alerts.answer(false);
+        return text.section('\n', 1).toStdString();
     }
 
     TemporaryFolder folder;
@@ -99,218 +80,162 @@ protected:
     const Words registering = {"-a", extension.path()};
     const Words enabling = {"-e", "use", "-i", identifier};
     const Words listing = {"-m", "-D", "-v", "-i", identifier};
+    const std::map<QString, bool> completed = {{"FinderIntegrationAutoEnableCompleted", true}};
     FakeTools tools;
     FakeSystem system;
+    FakeAlerts alerts;
     std::vector<double> sleeps;
     Log log;
     std::optional<FinderIntegration> integration;
 };
 
 TEST_F(FinderIntegrationTest, EnablesAtStartUpUntilThatHasSucceededOnce) {
-    list({line("+", extension.path())});
-    integration->registerAtStartUp();
-    EXPECT_THAT(system.stored, IsEmpty()) << "before the run has ended";
-    waitForEnd();
-    EXPECT_THAT(tools.runs("pluginkit"), ElementsAre(registering, enabling, listing));
-    EXPECT_THAT(system.registered, ElementsAre((folder / "Tarnwick.app").path(), helper.path()));
-    EXPECT_TRUE(isCompleted());
-    EXPECT_THAT(sleeps, IsEmpty());
-    integration->registerAtStartUp();
-    waitForEnd();
-    EXPECT_THAT(tools.runs("pluginkit"), ElementsAre(registering, enabling, listing, registering));
-    EXPECT_EQ(system.registered.size(), 4U);
-    EXPECT_TRUE(isCompleted());
-    EXPECT_EQ(Log::lines(), "");
-}
-
-TEST_F(FinderIntegrationTest, RegisteringAloneStoresNothing) {
-    integration->registerExtension(false, true);
-    waitForEnd();
-    EXPECT_THAT(tools.runs("pluginkit"), ElementsAre(registering));
-    EXPECT_THAT(system.stored, IsEmpty());
-    EXPECT_FALSE(system.alert);
-}
-
-TEST_F(FinderIntegrationTest, IsConfirmedByTheThirdAttempt) {
-    list({"", line("-", extension.path()), line("+", extension.path())});
-    integration->enableFromMenu();
-    waitForEnd();
-    EXPECT_THAT(tools.runs("pluginkit"),
-                ElementsAre(registering, enabling, listing, enabling, listing, enabling, listing));
-    EXPECT_THAT(sleeps, ElementsAre(0.5, 1.0));
-    EXPECT_TRUE(isCompleted());
-    EXPECT_FALSE(system.alert);
-}
-
-TEST_F(FinderIntegrationTest, AtStartUpAFailureIsOnlyLogged) {
     const std::string elsewhere = line("+", "/opt/Tarnwick.app/Contents/PlugIns/TarnwickFinderSync.appex");
-    list({elsewhere, elsewhere, elsewhere});
+    tools.script("pluginkit", {{"print", elsewhere}});
     integration->registerAtStartUp();
-    waitForEnd();
-    EXPECT_EQ(tools.runs("pluginkit").size(), 7U);
+    finish();
+    EXPECT_THAT(runs(), ElementsAre(registering, enabling, listing, enabling, listing, enabling, listing));
+    EXPECT_THAT(system.registered, ElementsAre((folder / "Tarnwick.app").path(), helper.path()));
     EXPECT_THAT(sleeps, ElementsAre(0.5, 1.0));
-    EXPECT_EQ(Log::lines(), std::string("Tarnwick Finder 注册失败：") + notConfirmed + "\n");
-    EXPECT_FALSE(system.alert);
+    EXPECT_EQ(Log::lines, std::string("Tarnwick Finder 注册失败：") + notConfirmed + "\n");
+    EXPECT_FALSE(alerts.isOpen());
+
+    // The listings are the runs 10, 12 and 14.
+    tools.scriptRun(12, "pluginkit", {{"print", line("-", extension.path())}});
+    tools.scriptRun(14, "pluginkit", {{"print", line("+", extension.path())}});
+    integration->registerAtStartUp();
     EXPECT_THAT(system.stored, IsEmpty());
+    finish();
+    EXPECT_EQ(runs().size(), 14U);
+    EXPECT_THAT(sleeps, ElementsAre(0.5, 1.0, 0.5, 1.0));
+    EXPECT_EQ(system.stored, completed);
+
+    integration->registerAtStartUp();
+    finish();
+    EXPECT_EQ(runs().size(), 15U);
+    EXPECT_EQ(system.stored, completed);
 }
 
-TEST_F(FinderIntegrationTest, FromTheMenuAFailureIsTold) {
+TEST_F(FinderIntegrationTest, StoresNothingWhenItOnlyRegisters) {
+    integration->registerExtension(false, true);
+    finish();
+    EXPECT_THAT(runs(), ElementsAre(registering));
+    EXPECT_THAT(system.stored, IsEmpty());
+    EXPECT_EQ(Log::lines, "");
+}
+
+TEST_F(FinderIntegrationTest, ReportsAFailureOfTheMenuEntry) {
     for (const bool isFirstButton : {false, true}) {
         integration->enableFromMenu();
-        waitForEnd();
-        ASSERT_TRUE(system.answer);
-        EXPECT_EQ(system.alert->message, "Finder 右键菜单暂未启用");
-        EXPECT_EQ(system.alert->informativeText,
+        finish();
+        ASSERT_TRUE(alerts.isOpen());
+        const Alert& alert = alerts.shown.back();
+        EXPECT_EQ(alert.message, "Finder 右键菜单暂未启用");
+        EXPECT_EQ(alert.informativeText,
                   QString("自动启用未通过系统校验。可打开系统设置检查扩展。\n") + notConfirmed);
-        EXPECT_EQ(system.alert->firstButton, "打开系统设置");
-        EXPECT_EQ(system.alert->secondButton, "稍后");
+        EXPECT_EQ(alert.firstButton, "打开系统设置");
+        EXPECT_EQ(alert.secondButton, "稍后");
         EXPECT_EQ(system.managementsShown, 0);
-        answer(isFirstButton);
+        alerts.answer(isFirstButton);
         EXPECT_EQ(system.managementsShown, isFirstButton ? 1 : 0);
         EXPECT_FALSE(integration->isInProgress());
     }
-    EXPECT_THAT(Log::lines(), HasSubstr("Tarnwick Finder 注册失败："));
-    EXPECT_FALSE(isCompleted());
+    EXPECT_THAT(Log::lines, HasSubstr("Tarnwick Finder 注册失败："));
+    EXPECT_THAT(system.stored, IsEmpty());
 }
 
-TEST_F(FinderIntegrationTest, ASecondRequestIsDroppedUntilTheFirstIsOver) {
+TEST_F(FinderIntegrationTest, IgnoresRequestsDuringARunAndItsAlert) {
     tools.script("pluginkit", {{"wait-for", (folder / "go").path()}});
     integration->registerExtension(false, true);
     integration->enableFromMenu();
-    ASSERT_TRUE(waitUntil([this] { return !tools.runs("pluginkit").empty(); }));
+    ASSERT_TRUE(runUntil([this] { return !runs().empty(); }));
     integration->enableFromMenu();
     folder.file("go", "");
-    waitForEnd();
-    EXPECT_THAT(tools.runs("pluginkit"), ElementsAre(registering));
+    finish();
+    EXPECT_THAT(runs(), ElementsAre(registering));
 
     integration->enableFromMenu();
-    waitForEnd();
-    const std::size_t runs = tools.runs("pluginkit").size();
+    finish();
+    const std::size_t count = runs().size();
     integration->enableFromMenu();
-    answer(false);
-    EXPECT_EQ(tools.runs("pluginkit").size(), runs) << "nor while its alert is open";
+    EXPECT_EQ(failure(), notConfirmed);
+    EXPECT_EQ(runs().size(), count);
     integration->enableFromMenu();
     EXPECT_TRUE(integration->isInProgress());
-    waitForEnd();
-    EXPECT_GT(tools.runs("pluginkit").size(), runs);
+    finish();
+    EXPECT_GT(runs().size(), count);
 }
 
-TEST_F(FinderIntegrationTest, AFailingToolFailsTheRun) {
-    const std::map<int, std::string> names = {{1, "registering"}, {2, "enabling"}, {3, "listing"}};
-    for (const auto& [run, name] : names) {
-        FakeTools broken;
-        broken.script("pluginkit", {});
-        broken.scriptRun(run, "pluginkit", {{"error", "not allowed"}, {"status", "3"}});
-        makeIntegration([](double, const Cancellation&) {}, broken.folder());
-        integration->enableFromMenu();
-        waitForEnd();
-        ASSERT_TRUE(system.alert) << name;
-        EXPECT_THAT(system.alert->informativeText.toStdString(),
-                    HasSubstr("\n压缩组件运行失败：pluginkit（退出码 3）：not allowed"))
-            << name;
-        EXPECT_EQ(static_cast<int>(broken.runs("pluginkit").size()), run) << "what follows is left out";
-        answer(false);
-    }
-}
-
-TEST_F(FinderIntegrationTest, AToolThatHangsIsGivenTenSeconds) {
-    tools.script("pluginkit", {{"hang"}});
-    const auto start = Clock::now();
-    integration->registerExtension(false, false);
-    waitForEnd();
-    const std::chrono::duration<double> taken = Clock::now() - start;
-    EXPECT_GE(taken.count(), 10.0);
-    EXPECT_LT(taken.count(), 15.0);
-    EXPECT_EQ(Log::lines(), "Tarnwick Finder 注册失败：压缩组件运行失败：pluginkit 超时\n");
-}
-
-TEST_F(FinderIntegrationTest, AnIncompleteBundleIsNotRegistered) {
+TEST_F(FinderIntegrationTest, FailsWithTheToolOrAnIncompleteBundle) {
     for (const URL& part : {extension, helper}) {
         std::filesystem::remove(part.path());
-        integration->registerExtension(false, true);
-        waitForEnd();
-        ASSERT_TRUE(system.answer);
-        EXPECT_THAT(system.alert->informativeText.toStdString(),
-                    HasSubstr("\n安装包缺少 Finder 扩展或后台压缩组件。"));
-        answer(false);
+        integration->enableFromMenu();
+        finish();
+        EXPECT_EQ(failure(), "安装包缺少 Finder 扩展或后台压缩组件。");
         createDirectories(part);
     }
     EXPECT_THAT(system.registered, IsEmpty());
-    EXPECT_THAT(tools.runs("pluginkit"), IsEmpty());
-    tools.remove("pluginkit");
-    integration->registerExtension(false, false);
-    waitForEnd();
-    EXPECT_THAT(Log::lines(), HasSubstr("缺少压缩组件：pluginkit"));
+    int number = 0;
+    for (const int lastRun : {1, 2, 3}) {
+        number += lastRun;
+        tools.scriptRun(number, "pluginkit", {{"error", "not allowed"}, {"status", "3"}});
+        integration->enableFromMenu();
+        finish();
+        EXPECT_EQ(failure(), "压缩组件运行失败：pluginkit（退出码 3）：not allowed");
+        EXPECT_EQ(static_cast<int>(runs().size()), number);
+    }
+    tools.script("pluginkit", {{"hang"}});
+    makeIntegration(0.05);
+    integration->enableFromMenu();
+    finish();
+    EXPECT_EQ(failure(), "压缩组件运行失败：pluginkit 超时");
 }
 
-TEST_F(FinderIntegrationTest, QuittingEndsARun) {
-    using namespace std::chrono_literals;
+TEST_F(FinderIntegrationTest, EndsARunWhenTheApplicationQuits) {
     tools.script("pluginkit", {{"hang"}});
     integration->enableFromMenu();
-    ASSERT_TRUE(waitUntil([this] { return !tools.runs("pluginkit").empty(); }));
-    auto start = Clock::now();
+    ASSERT_TRUE(runUntil([this] { return !runs().empty(); }));
     integration.reset();
-    EXPECT_LT(Clock::now() - start, 5s);
 
     tools.script("pluginkit", {});
     std::atomic<bool> isAsleep = false;
-    makeIntegration(
-        [&](double, const Cancellation& cancellation) {
-            isAsleep = true;
-            sleepUnlessCancelled(60, cancellation);
-        },
-        tools.folder());
+    std::atomic<bool> hasSlept = false;
+    makeIntegration(anHour, [&](double, const Cancellation& cancellation) {
+        isAsleep = true;
+        sleepUnlessCancelled(anHour, cancellation);
+        hasSlept = true;
+    });
     integration->enableFromMenu();
-    ASSERT_TRUE(waitUntil([&] { return isAsleep.load(); }));
-    start = Clock::now();
+    ASSERT_TRUE(runUntil([&] { return isAsleep.load(); }));
     integration.reset();
-    EXPECT_LT(Clock::now() - start, 5s);
+    EXPECT_FALSE(hasSlept);
     QCoreApplication::processEvents();
-    EXPECT_FALSE(system.alert);
-    EXPECT_EQ(Log::lines(), "") << "to be stopped is no failure";
+    EXPECT_FALSE(alerts.isOpen());
+    EXPECT_EQ(Log::lines, "") << "a cancelled run is no failure";
 }
 
-TEST(FinderRegistrationTest, OnlyAnEnabledExtensionAtItsPlaceConfirms) {
+TEST(FinderRegistrationTest, IsConfirmedByAnEnabledExtensionAtItsPlaceOnly) {
     const auto confirms = [](const char* pattern) {
         const QString place = "/opt/Tarn wick.app/TarnwickFinderSync.appex";
         const QString listing = QString(pattern).replace("NAME", identifier).replace("PLACE", place);
         return confirmsExtension(listing.toStdString(), identifier, URL::file(place.toStdString()));
     };
-    for (const char* listing : {
-             "+    NAME(1.0)\tA1\tPLACE",
-             "+NAME(1.0)\tA1\tPLACE",
-             " \t+\tNAME(1.0)\tA1\tPLACE\r\n",
-             "-    NAME(0.9)\tA1\tPLACE\n+    NAME(1.0)\tA2\tPLACE\n (2 plug-ins)\n",
-             "\n\n+ NAME(1.0)\tA1\tPLACE",
-         }) {
+    for (const char* listing :
+         {"+    NAME(1.0)\tA1\tPLACE", "+NAME(1.0)\tA1\tPLACE", " \t+\tNAME(1.0)\tA1\tPLACE\r\n",
+          "-    NAME(0.9)\tA1\tPLACE\n+    NAME(1.0)\tA2\tPLACE\n (2 plug-ins)\n",
+          "\n\n+ NAME(1.0)\tA1\tPLACE"}) {
         EXPECT_TRUE(confirms(listing)) << listing;
     }
-    for (const char* listing : {
-             "",
-             "     NAME(1.0)\tA1\tPLACE",
-             "-    NAME(1.0)\tA1\tPLACE",
-             "!+   NAME(1.0)\tA1\tPLACE",
-             "+    NAMEr(1.0)\tA1\tPLACE",
-             "+    NAME (1.0)\tA1\tPLACE",
-             "+    NAME",
-             "+    an.otherNAME(1.0)\tA1\tPLACE",
-             "+    an.other(1.0)\tA1\tPLACE\nNAME(1.0)\tA1\tPLACE",
-             "+    NAME(1.0)\nA1\tPLACE",
-             "+    NAME(1.0)\tA1\t/home/me/Tarn wick.app/TarnwickFinderSync.appex",
-         }) {
+    for (const char* listing :
+         {"", "     NAME(1.0)\tA1\tPLACE", "-    NAME(1.0)\tA1\tPLACE", "!+   NAME(1.0)\tA1\tPLACE",
+          "+    NAMEr(1.0)\tA1\tPLACE", "+    NAME (1.0)\tA1\tPLACE", "+    NAME",
+          "+    an.otherNAME(1.0)\tA1\tPLACE", "+    an.other(1.0)\tA1\tPLACE\nNAME(1.0)\tA1\tPLACE",
+          "+    NAME(1.0)\nA1\tPLACE",
+          "+    NAME(1.0)\tA1\t/home/me/Tarn wick.app/TarnwickFinderSync.appex"}) {
         EXPECT_FALSE(confirms(listing)) << listing;
     }
     EXPECT_TRUE(confirmsExtension("+ an.extension(1)\t/opt/\uFFFD/it.appex", "an.extension",
                                   URL::file("/opt/\xFF/it.appex")));
-}
-
-TEST(SleepUnlessCancelledTest, SleepsItsTimeUnlessCancelled) {
-    const auto start = Clock::now();
-    sleepUnlessCancelled(0.05, {});
-    EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(50));
-    const Cancellation cancellation = Cancellation::make();
-    cancellation.request();
-    EXPECT_THROW(sleepUnlessCancelled(60, cancellation), Cancelled);
 }
 
 } // namespace

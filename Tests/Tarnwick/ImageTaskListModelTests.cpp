@@ -27,12 +27,8 @@ UndoRecord record() {
 
 class ImageTaskListModelTest : public testing::Test {
 protected:
-    static std::vector<ImageTask> imported(int count) {
-        std::vector<ImageTask> tasks;
-        for (int number = 0; number < count; ++number) {
-            tasks.push_back(ImageTask::imported(URL::file("/pictures/" + std::to_string(number) + ".png")));
-        }
-        return tasks;
+    static ImageTask imported(const std::string& name) {
+        return ImageTask::imported(URL::file("/pictures/" + name + ".png"));
     }
     QString text(int row, Role::Role role) const { return model.index(row).data(role).toString(); }
     std::string names() const {
@@ -45,25 +41,31 @@ protected:
 
     ImageTaskListModel model;
     QAbstractItemModelTester tester{&model, QAbstractItemModelTester::FailureReportingMode::Fatal};
+    QSignalSpy insertions{&model, &QAbstractItemModel::rowsInserted};
+    QSignalSpy removals{&model, &QAbstractItemModel::rowsRemoved};
+    QSignalSpy changes{&model, &QAbstractItemModel::dataChanged};
+    QSignalSpy activeChanges{&model, &ImageTaskListModel::activeCountChanged};
 };
 
-TEST_F(ImageTaskListModelTest, InsertsAtOnceAndKeepsTrackOfPlaces) {
-    const QSignalSpy insertions(&model, &QAbstractItemModel::rowsInserted);
-    const auto tasks = imported(3);
+TEST_F(ImageTaskListModelTest, KeepsTrackOfPlacesAndActiveTasks) {
+    const std::vector<ImageTask> tasks = {imported("0"), imported("1"), imported("2")};
     model.insert(0, tasks);
-    model.insert(0, {ImageTask::imported(URL::file("/pictures/first.png"))});
-    model.insert(2, {ImageTask::imported(URL::file("/pictures/second.png"))});
+    model.insert(0, {imported("f")});
+    model.insert(2, {imported("s")});
     EXPECT_EQ(names(), "f0s12");
     EXPECT_EQ(insertions.size(), 3);
     EXPECT_EQ(insertions.at(0).at(2).toInt(), 2);
-    const QSignalSpy changes(&model, &QAbstractItemModel::dataChanged);
-    model.update(tasks[2].id, [](ImageTask& task) { task.status = TaskStatus::Compressing; });
+    model.setStatus(tasks[2].id, TaskStatus::Compressing);
     ASSERT_EQ(changes.size(), 1);
     EXPECT_EQ(changes.at(0).at(0).toModelIndex().row(), 4);
     EXPECT_EQ(changes.at(0).at(2).value<QList<int>>(), (QList<int>{Role::Status, Role::StatusText}));
     model.update(tasks[2].id, [](ImageTask&) {});
-    model.update(UUID::random(), [](ImageTask& task) { task.url = URL(); });
+    model.setStatus(UUID::random(), TaskStatus::Done);
     EXPECT_EQ(changes.size(), 1);
+    EXPECT_EQ(activeChanges.size(), 3);
+    model.setStatus(tasks[2].id, TaskStatus::failed("…"));
+    EXPECT_EQ(model.activeCount(), 4);
+    EXPECT_EQ(activeChanges.size(), 4);
     model.remove(tasks[0].id);
     model.remove(tasks[0].id);
     EXPECT_EQ(names(), "fs12");
@@ -71,8 +73,9 @@ TEST_F(ImageTaskListModelTest, InsertsAtOnceAndKeepsTrackOfPlaces) {
 }
 
 TEST_F(ImageTaskListModelTest, RemovesNeighboursTogether) {
-    model.insert(0, imported(7));
-    const QSignalSpy removals(&model, &QAbstractItemModel::rowsRemoved);
+    for (const char* name : {"0", "1", "2", "3", "4", "5", "6"}) {
+        model.insert(model.count(), {imported(name)});
+    }
     model.removeAll([](const ImageTask& task) {
         return std::string("0135").find(task.displayName().front()) != std::string::npos;
     });
@@ -80,45 +83,33 @@ TEST_F(ImageTaskListModelTest, RemovesNeighboursTogether) {
     EXPECT_EQ(removals.size(), 3);
     EXPECT_EQ(model.activeCount(), 3);
     model.removeAll([](const ImageTask&) { return true; });
-    EXPECT_EQ(model.count(), 0);
+    EXPECT_EQ(names(), "");
     EXPECT_EQ(removals.size(), 4);
     EXPECT_EQ(model.activeCount(), 0);
-}
-
-TEST_F(ImageTaskListModelTest, CountsActiveTasks) {
-    const QSignalSpy changes(&model, &ImageTaskListModel::activeCountChanged);
-    const auto tasks = imported(2);
-    model.insert(0, tasks);
-    model.update(tasks[0].id, [](ImageTask& task) { task.status = TaskStatus::Restoring; });
-    EXPECT_EQ(changes.size(), 1);
-    model.update(tasks[0].id, [](ImageTask& task) { task.status = TaskStatus::failed("…"); });
-    EXPECT_EQ(model.activeCount(), 1);
-    EXPECT_EQ(changes.size(), 2);
 }
 
 TEST_F(ImageTaskListModelTest, FindsTheHoldersOfARecordAndItsBackup) {
     const UndoRecord first = record();
     const UndoRecord second = record();
     model.insert(0, {ImageTask::fromHistory(first, false), ImageTask::fromHistory(second, false),
-                     ImageTask::fromHistory(first, false), ImageTask::imported(first.originalURL())});
+                     ImageTask::fromHistory(first, false), imported("old")});
     EXPECT_EQ(model.tasksHolding(first.id).size(), 2U);
     EXPECT_EQ(text(0, Role::BadgeText), "↓ 0%");
-    const QSignalSpy changes(&model, &QAbstractItemModel::dataChanged);
     model.setAvailableBackups({first.id, second.id});
     model.setAvailableBackups({first.id, second.id});
     ASSERT_EQ(changes.size(), 1);
     EXPECT_EQ(changes.at(0).at(1).toModelIndex().row(), 2);
     model.setAvailableBackups({second.id});
     EXPECT_EQ(changes.size(), 3);
-    EXPECT_TRUE(text(0, Role::RestoreRefusal) == text(2, Role::CompareRefusal) &&
-                !text(0, Role::RestoreRefusal).isEmpty());
+    EXPECT_NE(text(0, Role::RestoreRefusal), "");
+    EXPECT_EQ(text(0, Role::RestoreRefusal), text(2, Role::CompareRefusal));
     EXPECT_EQ(text(1, Role::RestoreRefusal), "");
     model.remove(model.at(0).id);
     EXPECT_THAT(model.tasksHolding(first.id), ElementsAre(model.at(1).id));
 }
 
-TEST_F(ImageTaskListModelTest, ShowsEveryNameAndMessageInOneLine) {
-    ImageTask task = ImageTask::imported(URL::file("/pictures/a\nb\xFF.png"));
+TEST_F(ImageTaskListModelTest, ShowsEveryNameAndMessageOnOneLine) {
+    ImageTask task = imported("a\nb\xFF");
     task.status = TaskStatus::failed("one\ntwo");
     model.insert(0, {task});
     EXPECT_EQ(text(0, Role::FileName), QString::fromUtf8("a\uFFFDb\uFFFD.png"));

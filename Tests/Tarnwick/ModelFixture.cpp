@@ -6,30 +6,24 @@
 
 #include <QLoggingCategory>
 #include <QTest>
-#include <utility>
 
 namespace tarnwick::test {
 
-bool waitUntil(const std::function<bool()>& condition) {
-    constexpr int patienceInMilliseconds = 60'000;
-    return QTest::qWaitFor(condition, patienceInMilliseconds);
+bool runUntil(const std::function<bool()>& condition) {
+    return waitUntil(condition, [] { QTest::qWait(1); });
 }
 
-std::string Log::lines_;
-
 Log::Log(bool withDebugOutput) {
-    lines_.clear();
+    lines.clear();
     QLoggingCategory::setFilterRules(withDebugOutput ? "tarnwick.debug=true" : "");
-    qInstallMessageHandler(&Log::add);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
+        lines += message.toStdString() + "\n";
+    });
 }
 
 Log::~Log() {
     qInstallMessageHandler(nullptr);
     QLoggingCategory::setFilterRules("");
-}
-
-void Log::add(QtMsgType, const QMessageLogContext&, const QString& message) {
-    lines_ += message.toStdString() + "\n";
 }
 
 Registration FakeDesktop::observe(NotificationName name, std::function<void()> handler) {
@@ -51,17 +45,11 @@ void FakeDesktop::open(const QStringList& nameFilters, Callback callback) {
 Registration FakeDesktop::startTimer(double seconds, std::function<void()> handler) {
     wait = seconds;
     timeout_ = std::move(handler);
-    const int number = ++timers_;
-    return Registration([this, number] {
+    return Registration([this, number = ++timers_] {
         if (number == timers_) {
             wait.reset();
         }
     });
-}
-
-void FakeDesktop::fireTimer() {
-    wait.reset();
-    timeout_();
 }
 
 ModelFixture::ModelFixture() {
@@ -72,30 +60,19 @@ ModelFixture::ModelFixture() {
 }
 
 void ModelFixture::makeModel() {
-    const AppServices services = {.queue = *queue,
-                                  .notifications = desktop,
-                                  .wake = desktop,
-                                  .helper = desktop,
-                                  .chooser = desktop,
-                                  .revealer = desktop,
-                                  .clock = desktop};
-    model.emplace(services, engine(cancellation), cancellation);
+    model.emplace(AppServices{*queue, desktop, desktop, desktop, desktop, desktop, desktop},
+                  engine(cancellation), cancellation);
     tester_.emplace(model->tasks(), QAbstractItemModelTester::FailureReportingMode::Fatal);
 }
 
 void ModelFixture::start() {
     makeModel();
-    ASSERT_TRUE(waitUntil([this] {
-        return model->tasks()->count() == std::ssize(store.records()) &&
-               desktop.wait.has_value() == store.nextBackupExpiration().has_value();
-    }));
+    ASSERT_TRUE(runUntil(
+        [this] { return model->tasks()->count() == std::ssize(store.records()) && isMaintained(); }));
 }
 
 void ModelFixture::settle() {
-    ASSERT_TRUE(waitUntil([this] {
-        return !model->isCompressing() &&
-               desktop.wait.has_value() == store.nextBackupExpiration().has_value();
-    }));
+    ASSERT_TRUE(runUntil([this] { return !model->isCompressing() && isMaintained(); }));
 }
 
 UndoRecord ModelFixture::replaced(const std::string& name, double age) const {
@@ -106,35 +83,16 @@ UndoRecord ModelFixture::replaced(const std::string& name, double age) const {
     return store.commit(record);
 }
 
-QString ModelFixture::text(int number, ImageTaskListModel::Role role) {
-    return model->tasks()->index(number).data(role).toString();
-}
-
-bool ModelFixture::can(int number, ImageTaskListModel::Role role) {
-    return model->tasks()->index(number).data(role).toBool();
+HeldJob ModelFixture::hold(const URL& file) {
+    return HeldJob([&](const HeldJob::Body& body) { return queue->run(file, body, asio::use_future); });
 }
 
 std::vector<std::string> ModelFixture::rows() {
     std::vector<std::string> lines;
     for (int number = 0; number < model->tasks()->count(); ++number) {
-        lines.push_back(text(number, ImageTaskListModel::FileName).toStdString() + ": " +
-                        text(number, ImageTaskListModel::StatusText).toStdString());
+        lines.push_back(row(number).displayName() + ": " + row(number).statusText());
     }
     return lines;
-}
-
-Occupation::Occupation(CompressionQueue& queue, const URL& file) {
-    std::promise<void> started;
-    std::future<void> running = started.get_future();
-    job_ = queue.run(
-        file, [end = end_.get_future().share(), &started] { started.set_value(), end.wait(); },
-        asio::use_future);
-    running.wait();
-}
-
-Occupation::~Occupation() {
-    end_.set_value();
-    job_.wait();
 }
 
 } // namespace tarnwick::test

@@ -2,24 +2,25 @@
 
 #include "Scheduling/CompressionQueue.h"
 #include "Support/EngineFixture.h"
-#include "Support/PNGMaker.h"
+#include "Support/Pictures.h"
+#include "Support/Waiting.h"
 #include "Tarnwick/Desktop/DesktopServices.h"
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
 
 #include <QAbstractItemModelTester>
 #include <functional>
-#include <future>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarnwick::test {
 
-/// Runs the event loop until the condition holds; false when that takes too long.
-bool waitUntil(const std::function<bool()>& condition);
+/// Runs the event loop until the condition holds; false when patience runs out.
+bool runUntil(const std::function<bool()>& condition);
 
-/// Collects what Qt would log. One at a time.
+/// Collects what Qt logs. One at a time.
 class Log {
 public:
     explicit Log(bool withDebugOutput = false);
@@ -27,15 +28,10 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    static std::string lines() { return lines_; }
-
-private:
-    static void add(QtMsgType type, const QMessageLogContext& context, const QString& message);
-
-    static std::string lines_;
+    static inline std::string lines;
 };
 
-/// The desktop, as a record of what was asked of it. What it hears from outside is called by the test.
+/// Records what is asked of the desktop. The test calls the handlers.
 class FakeDesktop final : public DistributedNotifications,
                           public WakeMonitor,
                           public HelperLauncher,
@@ -47,10 +43,15 @@ public:
     Registration observe(NotificationName name, std::function<void()> handler) override;
     Registration observeWake(std::function<void()> handler) override;
     void launch() override { ++launches; }
-    void open(const QStringList& filters, Callback callback) override;
+    void open(const QStringList& nameFilters, Callback callback) override;
     void reveal(const URL& file) override { revealed.push_back(file); }
     Date now() const override { return time; }
     Registration startTimer(double seconds, std::function<void()> handler) override;
+    /// Ends the running timer.
+    void fireTimer() {
+        wait.reset();
+        timeout_();
+    }
 
     std::vector<std::string> posted;
     int launches = 0;
@@ -60,62 +61,70 @@ public:
     Date time = Date::now();
     std::function<void()> historyDidChange;
     std::function<void()> didWake;
-    /// The seconds of the timer that runs; none when none does.
+    /// The seconds of the running timer.
     std::optional<double> wait;
-    /// Lets the timer run out.
-    void fireTimer();
 
 private:
     int timers_ = 0;
     std::function<void()> timeout_;
 };
 
-/// A model with real files, a real store and a real queue, scripted tools and a recorded desktop.
+/// Shows alerts as AlertPresenter demands; the test answers.
+class FakeAlerts final : public AlertPresenter {
+public:
+    void show(const Alert& alert, Answer answer) override {
+        shown.push_back(alert);
+        if (const Answer earlier = std::exchange(answer_, std::move(answer))) {
+            earlier(false);
+        }
+    }
+    bool isOpen() const { return answer_ != nullptr; }
+    void answer(bool isFirstButton) { std::exchange(answer_, nullptr)(isFirstButton); }
+
+    std::vector<Alert> shown;
+
+private:
+    Answer answer_;
+};
+
+/// A model with real files, a real store, a real queue, fake tools and a fake desktop.
 class ModelFixture : public EngineFixture {
 protected:
     ModelFixture();
 
     void makeModel();
-    /// Makes the model, and waits until its history is there and its maintenance is over.
+    /// Makes the model and waits until it shows the store's records and has looked at their backups.
     void start();
-    /// Waits until nothing is at work any more, and the maintenance knows the store as it is.
+    /// Waits until no task is active and the maintenance has seen the store.
     void settle();
-    /// A PNG that the scripted tools make smaller.
+    /// A PNG that the fake tools make smaller.
     URL largePicture(const std::string& name) const { return picture(name, large); }
-    /// A record in the store, made `age` seconds ago, of a file that was replaced by a smaller one.
+    /// A record, `age` seconds old, of a file that was replaced by a smaller one.
     UndoRecord replaced(const std::string& name, double age = 60) const;
+    /// Keeps the queue from working on a file while the result lives.
+    HeldJob hold(const URL& file);
 
     const ImageTask& row(int number) { return model->tasks()->at(number); }
+    QVariant data(int number, int role) { return model->tasks()->index(number).data(role); }
     QString idOf(int number) { return text(number, ImageTaskListModel::TaskId); }
-    QString text(int number, ImageTaskListModel::Role role);
-    bool can(int number, ImageTaskListModel::Role role);
-    /// The names of the rows from the first to the last, each with its status text.
+    QString text(int number, int role) { return data(number, role).toString(); }
+    bool can(int number, int role) { return data(number, role).toBool(); }
+    /// Each row's name and status text.
     std::vector<std::string> rows();
 
     static std::string textOf(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-    const Bytes large = pngBytes({.compressionLevel = 0});
-    const Bytes small = pngBytes({.compressionLevel = 9});
+    const Bytes large = pictureBytes("photo.png");
+    const Bytes small = pictureBytes("photo-small.png");
     FakeDesktop desktop;
     Cancellation cancellation = Cancellation::make();
     std::optional<CompressionQueue> queue{std::in_place, 2, home / "locks"};
     std::optional<AppModel> model;
 
 private:
+    bool isMaintained() const { return desktop.wait.has_value() == store.nextBackupExpiration().has_value(); }
+
     std::optional<QAbstractItemModelTester> tester_;
-};
-
-/// Keeps the queue from working on a file.
-class Occupation {
-public:
-    Occupation(CompressionQueue& queue, const URL& file);
-    ~Occupation();
-    Occupation(const Occupation&) = delete;
-    Occupation& operator=(const Occupation&) = delete;
-
-private:
-    std::promise<void> end_;
-    std::future<void> job_;
 };
 
 } // namespace tarnwick::test
