@@ -1,7 +1,7 @@
 #include "ImageIO/DisplayDecoder.h"
 
-#include "Foundation/CompressionError.h"
 #include "ImageIO/Bitmap.h"
+#include "ImageIO/InvalidImage.h"
 #include "ImageIO/Orientation.h"
 #include "ImageIO/RowShrinker.h"
 #include "ImageIO/SRGBConversion.h"
@@ -19,12 +19,6 @@ namespace {
 constexpr std::int64_t bandPixels = std::int64_t{1} << 18;
 
 using Rows = std::vector<std::uint8_t>;
-
-void requireImage(bool condition) {
-    if (!condition) {
-        throw CompressionError::invalidImage();
-    }
-}
 
 std::size_t byteCount(PixelSize size) {
     return static_cast<std::size_t>(size.width * size.height * bytesPerPixel);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/CompressionError.h"
+#include "ImageIO/InvalidImage.h"
 
 #include <csetjmp>
 #include <type_traits>
@@ -27,9 +27,7 @@ public:
     /// Likewise, but throws CompressionError::invalidImage.
     template <typename Body>
     void run(Body body) {
-        if (!attempt(body)) {
-            throw CompressionError::invalidImage();
-        }
+        requireImage(attempt(body));
     }
 
     /// For the error handler, within attempt() or run() only.
