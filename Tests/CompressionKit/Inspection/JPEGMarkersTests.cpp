@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace tarnwick::test {
 namespace {
@@ -144,29 +145,30 @@ TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
         bool isFine;
         std::string afterStart;
     };
-    for (const Row& row : {
-             Row{"all ones", true, fine + end},
-             Row{"all twos", true, tables("\0"s + twos) + end},
-             Row{"one three", false, tables("\0\3"s + twos.substr(1)) + end},
-             Row{"all zeros", false, tables(std::string(65, '\0')) + end},
-             Row{"16-bit ones", true, tables("\x10" + wide) + end},
-             Row{"a 16-bit entry of 256", false, tables("\x10\1"s + wide.substr(1)) + end},
-             Row{"the first of two", true, tables("\1" + coarse + "\0"s + ones) + tables("\0"s + coarse)},
-             Row{"only a chrominance table", false, tables("\1" + ones) + end},
-             Row{"a coarse one after it", false, tables("\1" + ones) + tables("\0"s + coarse) + end},
-             Row{"a table of precision 2", false, tables(" " + ones) + end},
-             Row{"a table that ends early", false, tables("\0"s + ones.substr(1)) + end},
-             Row{"other segments and fill bytes before", true,
-                 segment('\xE0', "JFIF") + "\xFF\xFF\xFF" + fine.substr(1)},
-             Row{"standalone markers before", true, "\xFF\x01\xFF\xD0\xFF\xD8" + fine},
-             Row{"the image's end before", false, end + fine},
-             Row{"a scan before", false, segment('\xDA', "scan") + fine},
-             Row{"no marker before", false, "x" + fine},
-             Row{"a segment of length 1 before", false, "\xFF\xDB\0\1"s + fine},
-             Row{"a segment that ends early", false, fine.substr(0, fine.size() - 1)},
-             Row{"a mebibyte before", false, mebibyte + fine},
-             Row{"almost a mebibyte before", true, mebibyte.substr(filler.size()) + fine},
-         }) {
+    const std::vector<Row> rows = {
+        {"all ones", true, fine + end},
+        {"all twos", true, tables("\0"s + twos) + end},
+        {"one three", false, tables("\0\3"s + twos.substr(1)) + end},
+        {"all zeros", false, tables(std::string(65, '\0')) + end},
+        {"16-bit ones", true, tables("\x10" + wide) + end},
+        {"a 16-bit entry of 256", false, tables("\x10\1"s + wide.substr(1)) + end},
+        {"the first of two", true, tables("\1" + coarse + "\0"s + ones) + tables("\0"s + coarse)},
+        {"only a chrominance table", false, tables("\1" + ones) + end},
+        {"a coarse one after it", false, tables("\1" + ones) + tables("\0"s + coarse) + end},
+        {"a table of precision 2", false, tables(" " + ones) + end},
+        {"a table that ends early", false, tables("\0"s + ones.substr(1)) + end},
+        {"other segments and fill bytes before", true,
+         segment('\xE0', "JFIF") + "\xFF\xFF\xFF" + fine.substr(1)},
+        {"standalone markers before", true, "\xFF\x01\xFF\xD0\xFF\xD8" + fine},
+        {"the image's end before", false, end + fine},
+        {"a scan before", false, segment('\xDA', "scan") + fine},
+        {"no marker before", false, "x" + fine},
+        {"a segment of length 1 before", false, "\xFF\xDB\0\1"s + fine},
+        {"a segment that ends early", false, fine.substr(0, fine.size() - 1)},
+        {"a mebibyte before", false, mebibyte + fine},
+        {"almost a mebibyte before", true, mebibyte.substr(filler.size()) + fine},
+    };
+    for (const Row& row : rows) {
         EXPECT_EQ(hasFineJPEGQuantization(folder.file("x.jpg", "\xFF\xD8" + row.afterStart)), row.isFine)
             << row.what;
     }
