@@ -20,7 +20,7 @@ using namespace tarnwick;
 constexpr std::int64_t maximumFramesRead = 20;
 constexpr std::size_t bandRows = 5;
 
-/// Small enough that no input takes long or much memory while it keeps within them.
+/// Small enough that no input within them takes long or much memory.
 ImageLimits shrunkenLimits() {
     ImageLimits limits;
     limits.maximumDimension = 4096;
@@ -53,7 +53,7 @@ void readAll(const URL& url) {
     }
 }
 
-/// Without this hardly any change to a PNG would get past the checksums of its chunks.
+/// Without this, hardly any change to a PNG would pass the checksums of its chunks.
 void repairChecksums(std::span<std::uint8_t> file) {
     constexpr std::array<std::uint8_t, 4> signature = {0x89, 'P', 'N', 'G'};
     constexpr std::size_t signatureBytes = 8;
@@ -77,13 +77,13 @@ void repairChecksums(std::span<std::uint8_t> file) {
 
 } // namespace
 
-/// libFuzzer's own, for a custom mutator to build on.
+/// libFuzzer's default mutation.
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maximumSize);
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maximumSize,
                                                unsigned seed) {
     const std::size_t mutated = LLVMFuzzerMutate(data, size, maximumSize);
-    // Now and then the checksums are left wrong.
+    // Some checksums stay wrong.
     if (seed % 16 != 0) {
         repairChecksums({data, mutated});
     }
@@ -95,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         readAll(file.url());
     } catch (const CompressionError& error) {
-        // The one failure that a picture's contents may cause; any other reaches the fuzzer.
+        // The only failure that a picture's contents may cause. libFuzzer reports any other.
         if (error.errorCase() != CompressionError::Case::invalidImage) {
             throw;
         }

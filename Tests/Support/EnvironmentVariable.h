@@ -7,7 +7,7 @@
 
 namespace tarnwick::test {
 
-/// Gives an environment variable another value for a scope.
+/// Sets an environment variable for a scope.
 class EnvironmentVariable {
 public:
     EnvironmentVariable(std::string name, const std::string& value) : name_(std::move(name)) {

@@ -8,13 +8,13 @@
 
 namespace tarnwick::test {
 
-/// A file that is only in memory, for tests that read thousands of slightly different ones: to write a file
-/// on a disk anew may wait for the disk each time.
+/// A file in memory, for tests that read thousands of slightly different ones: rewriting a file on a disk may
+/// wait for the disk each time.
 class MemoryFile {
 public:
     explicit MemoryFile(std::span<const std::uint8_t> bytes);
 
-    /// Good for reading while the object lives.
+    /// Valid while the object lives.
     const URL& url() const { return url_; }
 
 private:

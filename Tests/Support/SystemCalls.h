@@ -7,23 +7,23 @@ namespace tarnwick::test {
 /// A call by which the library changes something on the disk or starts a program.
 struct SystemCall {
     std::string name;
-    /// What it works on; for a descriptor, the path of the file behind it.
+    /// The path, or the path of the open file.
     std::string path;
-    /// The new name of a rename or link, the receiver of a copy of attributes; else empty.
+    /// The new name of a rename or link, the target of a copy of attributes; else empty.
     std::string destination;
 };
 
-/// Sees such calls, those of several threads one after another. Those that it makes itself pass unseen.
+/// Observes such calls, those of several threads one after another, but not its own.
 class SystemCallObserver {
 public:
     virtual ~SystemCallObserver() = default;
 
-    /// 0 lets the call pass; an errno value is its failure.
+    /// 0 lets the call proceed; an errno value makes it fail.
     virtual int before(const SystemCall& call) = 0;
     virtual void after(const SystemCall& /*call*/, bool /*succeeded*/) {}
 };
 
-/// Shows the observer every such call of the program while this lives. One at a time.
+/// Passes every such call of the program to the observer for a scope. One at a time.
 class Observation {
 public:
     explicit Observation(SystemCallObserver& observer);

@@ -10,7 +10,7 @@
 
 namespace tarnwick::test {
 
-/// A folder for one test, removed with all it holds (even where the test took away rights).
+/// A folder for one test, removed with its contents, even where the test removed permissions.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -20,9 +20,9 @@ public:
 
     const URL& url() const { return url_; }
     URL operator/(std::string_view name) const { return url_.appending(name); }
-    /// Writes a file of these bytes and returns its location.
+    /// Writes a file with this content and returns its location.
     URL file(std::string_view name, std::string_view contents) const;
-    /// The names in the folder, hidden ones too, in order, joined by spaces.
+    /// The sorted names in the folder, hidden ones too, joined by spaces.
     std::string listing() const;
 
 private:

@@ -5,8 +5,8 @@
 
 namespace tarnwick::test {
 
-/// Runs the body in a child process without root's rights, so that the rights of files count, and returns
-/// what it returns. What it throws comes back as "exception: " and its text, a crash as "signal ".
+/// Runs the body in a child process without root's rights, so that file permissions count, and returns its
+/// result. An exception is returned as "exception: " and its text, a crash as "signal ".
 std::string unprivileged(const std::function<std::string()>& body);
 
 } // namespace tarnwick::test

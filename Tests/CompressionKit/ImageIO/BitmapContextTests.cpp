@@ -49,7 +49,7 @@ Pixel unpremultiplied(Pixel pixel) {
     return pixel;
 }
 
-/// The canvas has `inside` in the rectangle and `outside` around it, to the pixel.
+/// Expects `inside` at exactly the pixels of the rectangle, and `outside` around it.
 void expectRectangle(const Bitmap& canvas, std::array<std::int64_t, 4> rectangle, Pixel inside,
                      Pixel outside = transparent) {
     const auto [left, top, right, bottom] = rectangle;
@@ -60,7 +60,7 @@ void expectRectangle(const Bitmap& canvas, std::array<std::int64_t, 4> rectangle
     EXPECT_TRUE(canvas.pixels == expected.pixels);
 }
 
-/// The mean of the source pixels that one axis' target pixel covers, partly covered ones in proportion.
+/// The mean of the source pixels that a target pixel covers along one axis, weighted by their share.
 double mean(const std::function<double(std::int64_t)>& value, std::int64_t target, double scale) {
     const double from = static_cast<double>(target) * scale;
     double sum = 0;
@@ -73,7 +73,7 @@ double mean(const std::function<double(std::int64_t)>& value, std::int64_t targe
 
 } // namespace
 
-TEST(Premultiply, RoundsEveryPairToNearest) {
+TEST(PremultiplyTest, RoundsEveryPairToNearest) {
     for (int color = 0; color < 256; ++color) {
         for (int alpha = 0; alpha < 256; ++alpha) {
             const auto c = static_cast<std::uint8_t>(color);
@@ -89,7 +89,7 @@ TEST(Premultiply, RoundsEveryPairToNearest) {
     }
 }
 
-TEST(BitmapContext, RefusesSizesBelowOnePixelAndBeyondTheLimit) {
+TEST(BitmapContextTest, RefusesSizesBelowOnePixelAndBeyondTheLimit) {
     constexpr auto huge = std::numeric_limits<std::int64_t>::max();
     const std::array<std::array<std::int64_t, 2>, 6> sizes = {
         {{0, 5}, {5, -1}, {5001, 5000}, {huge, huge}, {huge, 2}, {25'000'001, 1}}};
@@ -104,7 +104,7 @@ TEST(BitmapContext, RefusesSizesBelowOnePixelAndBeyondTheLimit) {
     EXPECT_EQ(BitmapContext(25'000'000, 1).bitmap().pixels.size(), 100'000'000U);
 }
 
-TEST(BitmapContext, CopiesExactlyAtTheSameSizeAndClipsToTheCanvas) {
+TEST(BitmapContextTest, CopiesExactlyAtTheSameSizeAndClipsToTheCanvas) {
     const Bitmap picture = bitmap(7, 5, [](auto x, auto y) {
         return premultiplied({static_cast<std::uint8_t>(x * 40), static_cast<std::uint8_t>(y * 50), 99,
                               static_cast<std::uint8_t>(x * y * 10)});
@@ -121,7 +121,7 @@ TEST(BitmapContext, CopiesExactlyAtTheSameSizeAndClipsToTheCanvas) {
     }
 }
 
-TEST(BitmapContext, DrawsOverWhatIsThere) {
+TEST(BitmapContextTest, DrawsOverWhatIsThere) {
     BitmapContext context(4, 1);
     context.draw(filled(4, 1, blue), 0, 0, 4, 1);
     context.draw(filled(2, 1, premultiplied({255, 0, 0, 51})), 1, 0, 2, 1);
@@ -131,7 +131,7 @@ TEST(BitmapContext, DrawsOverWhatIsThere) {
     EXPECT_EQ(at(context.bitmap(), 3, 0), blue);
 }
 
-TEST(BitmapContext, KeepsAConstantColourToItsEdgesAtEveryScale) {
+TEST(BitmapContextTest, KeepsAConstantColourToItsEdgesAtEveryScale) {
     const std::array<std::array<std::int64_t, 4>, 9> scales = {{{20, 20, 10, 10},
                                                                 {31, 17, 10, 9},
                                                                 {3, 2, 19, 23},
@@ -151,7 +151,7 @@ TEST(BitmapContext, KeepsAConstantColourToItsEdgesAtEveryScale) {
     }
 }
 
-TEST(BitmapContext, AveragesWhatEachPixelCoversWhenItShrinks) {
+TEST(BitmapContextTest, AveragesWhatEachPixelCoversWhenItShrinks) {
     const auto ramp = [](std::int64_t x) { return static_cast<double>(x * 37 % 256); };
     const std::array<std::array<std::int64_t, 2>, 7> lengths = {
         {{200, 100}, {200, 67}, {200, 25}, {200, 9}, {200, 1}, {60'000, 20'011}, {60'000, 127}}};
@@ -172,7 +172,7 @@ TEST(BitmapContext, AveragesWhatEachPixelCoversWhenItShrinks) {
     }
 }
 
-TEST(BitmapContext, InterpolatesBetweenPixelCentresWhenItGrows) {
+TEST(BitmapContextTest, InterpolatesBetweenPixelCentresWhenItGrows) {
     constexpr std::int64_t length = 3000;
     BitmapContext context(length * 4, 1);
     context.draw(bitmap(length, 1, [](auto x, auto) { return x % 2 == 0 ? red : blue; }), 0, 0, length * 4,
@@ -185,7 +185,7 @@ TEST(BitmapContext, InterpolatesBetweenPixelCentresWhenItGrows) {
     }
 }
 
-TEST(BitmapContext, DrawsSidesLongerThanSixteenBits) {
+TEST(BitmapContextTest, DrawsSidesLongerThanSixteenBits) {
     // Left and right half differ: a wrong stretch or offset anywhere moves the border between them.
     const Bitmap picture = bitmap(80'000, 2, [](auto x, auto) { return x < 40'000 ? red : blue; });
     BitmapContext same(80'000, 2);
@@ -203,7 +203,7 @@ TEST(BitmapContext, DrawsSidesLongerThanSixteenBits) {
     EXPECT_EQ(at(tall.bitmap(), 0, 80'010), blue);
 }
 
-TEST(BitmapContext, DrawsTheVisiblePartOfARectangleFarBeyondTheCanvas) {
+TEST(BitmapContextTest, DrawsTheVisiblePartOfARectangleFarBeyondTheCanvas) {
     constexpr auto lowest = std::numeric_limits<std::int64_t>::min();
     constexpr auto highest = std::numeric_limits<std::int64_t>::max();
     const Bitmap halves = bitmap(2, 1, [](auto x, auto) { return x == 0 ? red : blue; });
@@ -218,7 +218,7 @@ TEST(BitmapContext, DrawsTheVisiblePartOfARectangleFarBeyondTheCanvas) {
     expectRectangle(context.bitmap(), {0, 4, 10, 6}, blue);
 }
 
-TEST(BitmapContext, RefusesAPictureWithFewerPixelsThanItsSizeSays) {
+TEST(BitmapContextTest, RefusesAPictureWithFewerPixelsThanItsSizeSays) {
     BitmapContext context(4, 4);
     Bitmap picture = filled(4, 4, red);
     picture.pixels.pop_back();

@@ -39,7 +39,7 @@ protected:
         return ProfileHandle(
             cmsOpenProfileFromMemTHR(context_.get(), icc.data(), static_cast<cmsUInt32Number>(icc.size())));
     }
-    /// What a pixel of equal components looks like, in the profile connection space.
+    /// The colour of a neutral pixel in the profile connection space.
     cmsCIEXYZ neutral(const ICC& icc, cmsUInt32Number format, std::uint8_t value) {
         const ProfileHandle from = open(icc);
         const ProfileHandle to(cmsCreateXYZProfileTHR(context_.get()));
@@ -67,7 +67,7 @@ Chromaticities chromaticities(const std::array<double, 8>& xy) {
     return {xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]};
 }
 
-/// The name as pictures are compared by it.
+/// The form of the name by which pictures are compared.
 std::string normalized(const std::string& name) {
     std::string key = lowercasedASCII(name);
     std::erase(key, ' ');
@@ -163,7 +163,7 @@ TEST_F(ColorProfileTest, MakesTheSameProfileAtAnyTimeWithTheRightLight) {
     std::tm created{};
     ASSERT_TRUE(cmsGetHeaderCreationDateTime(open(icc).get(), &created));
     EXPECT_EQ(created.tm_year, 100);
-    // BT.709 shows half as the 1 ÷ 0.45th power of (0.5 + 0.0993) ÷ 1.0993.
+    // BT.709's curve: ((value + 0.0993) ÷ 1.0993) to the power of 1 ÷ 0.45.
     const cmsCIEXYZ middle = neutral(icc, TYPE_RGB_8, 128);
     EXPECT_NEAR(middle.Y, std::pow((128.0 / 255 + 0.0993) / 1.0993, 1 / 0.45), 0.001);
     EXPECT_NEAR(neutral(ColorProfile::fromGamma(0.5, {}).iccForRGB(), TYPE_RGB_8, 128).Y, 0.25196, 0.001);

@@ -18,7 +18,7 @@ TEST(DisplayDecoderTest, BringsHighDynamicRangeToTheScreen) {
         const char* name;
         std::size_t paper;
     };
-    // What both standards give for a white sheet of paper.
+    // The value of a white sheet of paper in either standard.
     for (const Row& row : {Row{"ramp-pq.png", 148}, Row{"ramp-hlg.png", 191}}) {
         const Bitmap ramp = decodeForDisplay(picture(row.name), std::nullopt);
         const auto shade = [&](std::size_t value) { return int{ramp.pixels[value * 4]}; };

@@ -42,7 +42,7 @@ Bytes imir(std::uint8_t axis) {
     return box("imir", {axis});
 }
 
-/// The offsets are those of the crop's centre from the picture's, in halves of a pixel.
+/// `right` and `down` move the crop's centre from the picture's, in half pixels.
 Bytes clap(std::uint8_t width, std::uint8_t height, std::int8_t right, std::int8_t down) {
     const auto offset = [](std::int8_t value) -> Bytes {
         const std::uint8_t sign = value < 0 ? 255 : 0;
@@ -68,7 +68,7 @@ Bytes infe(std::uint8_t item, std::string_view type, bool isHidden = false) {
     return fullBox("infe", 2, isHidden ? 1 : 0, entry);
 }
 
-/// The parts of a file's structure, item 1 being the primary one.
+/// The boxes of a file whose primary item is 1.
 struct Structure {
     Bytes primary = fullBox("pitm", 0, 0, Bytes{0, 1});
     Bytes items = fullBox("iinf", 0, 0, joined({{0, 1}, infe(1, "hvc1")}));
@@ -148,7 +148,8 @@ TEST(HEIFBoxesTest, FindsCropsInTheCodedPicture) {
     EXPECT_EQ(crop({clap(39, 19, -1, -1)}), (HEIFGeometry{40, 20, 0, 0, 39, 19, 1}));
     EXPECT_EQ(crop({clap(10, 6, 4, -6)}), (HEIFGeometry{40, 20, 17, 4, 10, 6, 1}));
     EXPECT_EQ(crop({clap(10, 6, 4, -6), irot(3)}), (HEIFGeometry{40, 20, 17, 4, 10, 6, 6}));
-    // Shown as 20 × 40, turned clockwise: its right is the coded picture's top, its lower end the right one.
+    // Shown turned clockwise, as 20 × 40: its right side is the top of the coded picture, its bottom the
+    // right.
     EXPECT_EQ(crop({irot(3), clap(6, 10, 6, 4)}), (HEIFGeometry{40, 20, 17, 4, 10, 6, 6}));
     EXPECT_EQ(crop({clap(20, 10, 0, 0), imir(1), clap(4, 4, 8, 0)}), (HEIFGeometry{40, 20, 14, 8, 4, 4, 2}));
     for (const Bytes& bad :

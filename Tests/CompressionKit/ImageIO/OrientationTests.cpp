@@ -7,7 +7,7 @@
 namespace tarnwick::test {
 namespace {
 
-/// One number a pixel, as its red value.
+/// Turns a picture whose red values are `stored`, and returns those of the result.
 std::vector<int> shown(const std::vector<int>& stored, std::int64_t width, std::int64_t height,
                        int orientation) {
     std::vector<std::uint8_t> rgba;
