@@ -1,6 +1,7 @@
-// Stands in for a tool, runs the real one, and records the run: in $TIMED_TOOL_LOG a line with the seconds at
-// its beginning and its end, in $TIMED_TOOL_SCRIPT the same command for a shell. The files that it reads are
-// linked into $TIMED_TOOL_FILES, so that the script finds them later; the real tools are in $TIMED_TOOL_REAL.
+// Takes the place of a tool, runs the real one from $TIMED_TOOL_REAL, and records the run: in $TIMED_TOOL_LOG
+// a line with the times of its start and its end, in $TIMED_TOOL_SCRIPT the same command for a shell. In the
+// folder $TIMED_TOOL_FILES, `inputs` keeps the files that the command reads and `made` the files that it
+// wrote; the command in the script writes files of the same names into `outputs`.
 
 #include "Measuring.h"
 #include "Process/ChildProcess.h"
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -47,31 +49,45 @@ void appendLine(const std::string& path, const std::string& line) {
     }
 }
 
-/// The words of the command for the script: what is read is linked aside, what is written goes to the
-/// script's own folder under the same name.
-std::string replayed(const std::string& tool, const std::vector<std::string>& arguments) {
-    std::string line = shellWord(tool);
+struct Recording {
+    std::string command;
+    /// The paths that the tool writes, and the names of the same files in `made` and in `outputs`.
+    std::vector<std::pair<std::string, std::string>> written;
+};
+
+/// The command for the script. Keeps the files that it reads.
+Recording recorded(const std::string& tool, const std::vector<std::string>& arguments) {
+    const std::string files = variable("TIMED_TOOL_FILES");
+    Recording recording{shellWord(tool), {}};
     for (std::string word : arguments) {
-        if (fs::is_regular_file(word)) {
-            // Of one name in all runs that read it, and that of the run which wrote it.
-            const std::string kept = variable("TIMED_TOOL_FILES") + "/" + UUID::random().text() + "-" +
-                                     fs::path(word).filename().native();
-            fs::create_hard_link(word, kept);
-            word = kept;
-        } else if (word.starts_with("/") && fs::is_directory(fs::path(word).parent_path())) {
-            word = variable("TIMED_TOOL_FILES") + "/out-" + UUID::random().text() +
-                   fs::path(word).extension().native();
+        const fs::path path(word);
+        if (fs::is_regular_file(path)) {
+            word = files + "/inputs/" + UUID::random().text() + "-" + path.filename().native();
+            fs::create_hard_link(path, word);
+        } else if (path.is_absolute() && fs::is_directory(path.parent_path())) {
+            const std::string name = UUID::random().text() + path.extension().native();
+            word = files + "/outputs/" + name;
+            recording.written.emplace_back(path, name);
         }
-        line += " " + shellWord(word);
+        recording.command += " " + shellWord(word);
     }
-    return line + " > /dev/null 2>&1";
+    return recording;
+}
+
+/// Keeps what the tool made before anything else changes it.
+void keep(const Recording& recording) {
+    for (const auto& [path, name] : recording.written) {
+        if (fs::exists(path)) {
+            fs::create_hard_link(path, variable("TIMED_TOOL_FILES") + "/made/" + name);
+        }
+    }
 }
 
 int runTool(const std::vector<std::string>& words) {
     const std::vector<std::string> arguments(words.begin() + 1, words.end());
     const URL tool =
         URL::file(variable("TIMED_TOOL_REAL")).appending(fs::path(words.front()).filename().native());
-    const std::string line = replayed(tool.path(), arguments);
+    const Recording recording = recorded(tool.path(), arguments);
     const double start = now();
     ChildProcess child(tool, arguments, FileDescriptor(::dup(STDOUT_FILENO)),
                        FileDescriptor(::dup(STDERR_FILENO)));
@@ -79,7 +95,9 @@ int runTool(const std::vector<std::string>& words) {
     const int status = child.reap();
     appendLine(variable("TIMED_TOOL_LOG"),
                fmt::format("{:.6f} {:.6f} {}", start, now(), tool.lastPathComponent()));
-    appendLine(variable("TIMED_TOOL_SCRIPT"), line);
+    keep(recording);
+    appendLine(variable("TIMED_TOOL_SCRIPT"),
+               fmt::format("{} > /dev/null; [ $? = {} ] || exit 1", recording.command, status));
     return status;
 }
 
