@@ -14,12 +14,12 @@ pkg_check_modules(pixman REQUIRED IMPORTED_TARGET pixman-1)
 pkg_check_modules(attr REQUIRED IMPORTED_TARGET libattr)
 pkg_check_modules(acl REQUIRED IMPORTED_TARGET libacl)
 
-# Asio is headers only, and comes without a package file of its own.
+# Asio consists of headers only and has no CMake or pkg-config file.
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(asio::asio INTERFACE IMPORTED)
 target_include_directories(asio::asio INTERFACE "${ASIO_INCLUDE_DIR}")
 target_compile_definitions(asio::asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
-# Its fences stand beside locks, so nothing is missed where the thread sanitizer doesn't see them.
+# GCC warns that its thread sanitizer does not see fences. Asio uses them only where a lock protects the data too.
 if(TARNWICK_SANITIZERS STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(asio::asio INTERFACE -Wno-tsan)
 endif()

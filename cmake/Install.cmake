@@ -1,7 +1,7 @@
-# Installation. The assembled tree goes to <prefix>/lib/tarnwick as it is; around it stands what the desktop, the shells
-# and man look for. Two parts of it know absolute paths and what differs with them:
-#   System     the desktop entry with D-Bus activation, the D-Bus service, the user's unit: for a fixed prefix
-#   Portable   a desktop entry that starts the program from the PATH, for a tree that may be unpacked anywhere
+# Installation. The bundle goes to <prefix>/lib/tarnwick; the files that the desktop, the shells and man look for go to
+# their usual folders. Two components differ in the paths that they contain:
+#   System     for a fixed prefix: the desktop entry with D-Bus activation, the D-Bus service and the user's systemd unit
+#   Portable   for an archive that is unpacked anywhere: a desktop entry that finds the program on the PATH
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME Tarnwick)
 set(TARNWICK_RELEASE_DATE 2026-11-21)
 set(TARNWICK_TOOLS pngquant oxipng cjpegli gifsicle ssimulacra2)
@@ -10,7 +10,7 @@ set(contents lib/tarnwick/Tarnwick.app/Contents)
 set(packaging "${PROJECT_SOURCE_DIR}/Packaging")
 set(made "${PROJECT_BINARY_DIR}/Packaging")
 
-# The programs, and what has to be built for an installation.
+# The programs, and the target that builds what an installation needs.
 install(TARGETS tarnwick_application tarnwick DESTINATION ${contents}/Linux)
 install(TARGETS tarnwick_background
     DESTINATION ${contents}/Library/LoginItems/TarnwickBackground.app/Contents/Linux)
@@ -20,7 +20,7 @@ install(FILES "${TARNWICK_BUNDLE}/${extension}/Info.plist" DESTINATION ${content
 add_custom_target(tarnwick_installed
     DEPENDS tarnwick_application tarnwick tarnwick_background tarnwick_pluginkit)
 
-# Real files, whatever Vendor/Bin links to.
+# Copies of the tools, also where Vendor/Bin has links.
 install(CODE "set(tools ${TARNWICK_TOOLS})
 set(folder \"${PROJECT_SOURCE_DIR}/Vendor/Bin\")
 set(destination \"\${CMAKE_INSTALL_PREFIX}/${contents}/Resources/Tools\")")
@@ -32,13 +32,13 @@ install(CODE [[foreach(tool IN LISTS tools)
     file(INSTALL DESTINATION "${destination}" TYPE PROGRAM RENAME ${tool} FILES "${program}")
 endforeach()]])
 
-# Two commands that differed in their case only would be mixed up, so the window's has a name of its own.
+# Not Tarnwick and tarnwick: people would confuse two commands that differ only in case.
 file(MAKE_DIRECTORY "${made}/bin")
 file(CREATE_LINK "../${contents}/Linux/tarnwick" "${made}/bin/tarnwick" SYMBOLIC)
 file(CREATE_LINK "../${contents}/Linux/Tarnwick" "${made}/bin/tarnwick-window" SYMBOLIC)
 install(FILES "${made}/bin/tarnwick" "${made}/bin/tarnwick-window" DESTINATION bin)
 
-# With the version and date of this release, and as gzip writes it without a time of its own.
+# Inserts version and date of the release, and compresses without a timestamp, so that builds are reproducible.
 find_program(GZIP gzip REQUIRED)
 function(tarnwick_compressed source name destination component)
     get_filename_component(folder "${made}/${name}" DIRECTORY)
@@ -77,7 +77,7 @@ file(READ "${activation}" activation)
 file(CONFIGURE OUTPUT "${made}/app.tarnwick.Tarnwick.desktop" CONTENT "${entry}${activation}" @ONLY)
 install(FILES "${made}/app.tarnwick.Tarnwick.desktop" DESTINATION share/applications COMPONENT System)
 
-# The prefix is known for good only when the installation runs.
+# For files that contain the prefix, which is final only when the installation runs.
 function(tarnwick_install_placed name destination)
     install(CODE "set(source \"${packaging}/Desktop/${name}.in\")
 set(made \"${made}/placed/${name}\")

@@ -1,4 +1,4 @@
-# Read by CPack before each generator: a package for Debian has a fixed prefix, the archive none.
+# CPack reads this before each generator: a Debian package has a fixed prefix, the archive has none.
 if(CPACK_GENERATOR STREQUAL "DEB")
     set(CPACK_COMPONENTS_ALL Tarnwick System)
     set(CPACK_DEB_COMPONENT_INSTALL ON)

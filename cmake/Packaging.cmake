@@ -1,4 +1,4 @@
-# Packages: `cpack -G DEB` for the Debian release that it runs on, `cpack -G TGZ` to unpack anywhere.
+# Packages: `cpack -G DEB` for the Debian release of this machine, `cpack -G TGZ` for an archive to unpack anywhere.
 set(CPACK_PACKAGE_NAME tarnwick)
 set(CPACK_PACKAGE_VENDOR "The Tarnwick developers")
 set(CPACK_PACKAGE_CONTACT "The Tarnwick developers <developers@tarnwick.app>")
@@ -9,7 +9,7 @@ set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
 
 file(STRINGS /etc/os-release release REGEX "^VERSION_ID=")
 string(REGEX MATCH "[0-9]+" release "${release}")
-# Nothing where there is no dpkg, and no package is to be made.
+# Empty on a machine without dpkg, which makes no packages.
 execute_process(COMMAND dpkg --print-architecture OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(TARNWICK_DEBIAN_RELEASE "1~deb${release}u1")
 set(CPACK_TARNWICK_PACKAGE_FILE "tarnwick_${PROJECT_VERSION}-${TARNWICK_DEBIAN_RELEASE}_${architecture}")
@@ -19,7 +19,7 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE "${TARNWICK_DEBIAN_RELEASE}")
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${PROJECT_HOMEPAGE_URL}")
-# The synopsis before it is the project's.
+# CPack puts the project's description before this text, as the synopsis.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "Tarnwick compresses PNG, JPEG and GIF files in place and turns HEIC photos
 into PNG, in a window or on the command line.
 .
@@ -30,12 +30,12 @@ originals can be restored for four hours.
 The encoders come with it: pngquant, OxiPNG, jpegli and gifsicle. Its texts
 are Chinese.")
 
-# Programs and libraries are found in the files; what the window loads by name is not.
+# dpkg-shlibdeps finds the libraries, but not the modules that the window loads by name.
 set(depends
     qml6-module-qt-labs-folderlistmodel qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-dialogs qml6-module-qtquick-layouts
     qml6-module-qtquick-templates qml6-module-qtquick-window)
-# From Debian 13 on, plug-ins that came with libheif and Qt SVG are packages of their own.
+# From Debian 13 on, the plug-ins of libheif and Qt SVG are separate packages.
 if(release GREATER_EQUAL 13)
     list(APPEND depends libheif-plugin-libde265 qt6-svg-plugins)
 endif()

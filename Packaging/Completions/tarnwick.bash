@@ -1,11 +1,11 @@
 # Completion of tarnwick for bash.  -*- shell-script -*-
 
-# The records' identifiers, of the store given.
+# Prints the identifiers of the records in the given store.
 _tarnwick_records() {
     tarnwick ${1:+--store "${1/#\~/$HOME}"} history --json 2>/dev/null | sed -n 's/.*"id":"\([^"]*\)".*/\1/p'
 }
 
-# Adds what begins as the current word does: folders, and with `pictures` the files that are some by their name.
+# Adds the folders that start with the current word, and with `pictures` also the files with a picture's extension.
 _tarnwick_files() {
     local file current=${COMP_WORDS[COMP_CWORD]}
     compopt -o filenames 2>/dev/null
@@ -19,7 +19,7 @@ _tarnwick_files() {
 _tarnwick() {
     local i word option='' command='' store='' options='--help --store --tools' current=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
-    # bash takes "--store=folder" apart at its "=".
+    # bash splits "--store=folder" at the "=".
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         case $option$word in

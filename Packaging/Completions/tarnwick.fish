@@ -2,7 +2,7 @@
 
 set -l commands compress inspect history restore delete clear maintain
 
-# The records of the store that the command line names, each with the file that it is of.
+# Lists the records of the store that the command line names, each with the name of its file.
 function __tarnwick_records
     set -l given (string join ' ' -- (commandline -opc) | string match -r -- '--store[= ](\S+)')
     set -l store
@@ -11,7 +11,7 @@ function __tarnwick_records
         string replace -rf '.*"id":"([^"]*)".*"originalPath":"((?:[^"\\\\]|\\\\.)*)".*' '$1\t$2'
 end
 
-# Of what fish offers for a command that it knows nothing of, folders and pictures.
+# Folders and pictures, from what fish offers for a command without completions.
 function __tarnwick_pictures
     complete -C "__tarnwick_pictures "(commandline -ct) |
         string match -ri '^[^\t]*(?:/|\.(?:png|jpe?g|gif|heic|heif))(?:\t.*)?$'

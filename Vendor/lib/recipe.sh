@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What every recipe begins with. A recipe is a program with two calls:
-#     packages              prints the Debian packages that its build needs, one a line
-#     build WORK OUTPUT     builds in the empty folder WORK and leaves in OUTPUT its tools and a file `version`
+# The start of every recipe. A recipe is a program with two calls:
+#     packages              prints the Debian packages that the build needs, one on each line
+#     build WORK OUTPUT     builds in the empty folder WORK and writes the tools and a file `version` to OUTPUT
 # It defines the functions `packages` and `build` and ends with `recipe "$@"`.
 
 shopt -s inherit_errexit
@@ -13,7 +13,7 @@ scripts=$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../../scripts
 # shellcheck source=scripts/lib/apt-view.sh
 . "$scripts/lib/apt-view.sh"
 
-# What is built is shared by all checkouts: nothing of the caller's own compiler settings may leak into it.
+# All checkouts share what is built: the caller's compiler settings must not affect it.
 forget_build_environment() {
     unset CC CXX CPP LD AR CFLAGS CXXFLAGS CPPFLAGS LDFLAGS RUSTFLAGS MAKEFLAGS CMAKE_GENERATOR CMAKE_BUILD_TYPE \
         CMAKE_PREFIX_PATH CMAKE_TOOLCHAIN_FILE PKG_CONFIG_PATH PKG_CONFIG_LIBDIR CPATH LIBRARY_PATH LD_LIBRARY_PATH

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The store of built tools, shared by all checkouts of a user. An entry is a folder named after the recipe, the version
-# of what was built and the recipe's revision; it appears by one rename, so an entry that exists is complete.
-# Whoever changes the store holds the lock on it. Needs console.sh and packages.sh.
+# that was built and the recipe's revision. One rename creates it, so an entry that exists is complete. A process that
+# changes the store holds its lock. Needs console.sh and packages.sh.
 
 store=$(cache_directory)/tools/$(machine_kind)
 
@@ -12,12 +12,12 @@ stored() {
     [[ -n $newest ]] && printf '%s\n' "$newest"
 }
 
-# Leftovers of builds that were interrupted: the lock is held, so no living build owns them.
+# Removes what interrupted builds left. The lock is held, so no other build is running.
 clear_leftovers() {
     find "$store" -mindepth 1 -maxdepth 1 -type d -name '.*' -exec rm -rf {} +
 }
 
-# Builds the recipe, given by its path, into a new entry; what the build says is in LOG.
+# build_into_store RECIPE REVISION LOG: builds the recipe (a path) into a new entry; LOG gets the output.
 build_into_store() {
     local recipe=$1 revision=$2 log=$3 work output name
     name=$(basename "$recipe")

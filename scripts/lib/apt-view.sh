@@ -1,9 +1,10 @@
 # shellcheck shell=bash
-# A look into another Debian release, beside the machine's own package set-up and without touching it: own lists, own
-# cache, no root needed. apt verifies everything against the machine's archive keyring. Needs console.sh and packages.sh.
+# Reads packages of another Debian release with separate package lists and a separate cache: the machine's own apt set-up
+# is not changed, and root is not needed. apt verifies everything with the machine's archive keyring. Needs console.sh
+# and packages.sh.
 
-# The sites that may be the Debian main archive, likeliest first. Before the machine's first `apt-get update` none is
-# labelled yet; those that its sources ask for this release are then tried in turn.
+# Prints the sites that may be the Debian main archive, the likeliest first. Before the machine's first `apt-get update`
+# no site has labels; then all sites count that the machine's sources name for this release.
 debian_sites() {
     local release
     # shellcheck disable=SC2016 # expanded by apt
@@ -17,7 +18,7 @@ debian_sites() {
 
 write_view_configuration() {
     local view=$1
-    # Cleared: the machine's hooks and foreign architectures are no business of this view.
+    # Hooks and foreign architectures of the machine do not apply here.
     cat >"$view/apt.conf" <<END
 #clear APT::Update::Post-Invoke;
 #clear APT::Update::Post-Invoke-Success;
@@ -43,7 +44,7 @@ deb-src [signed-by=$keyring lang=none target=Sources] $site $suite main
 END
 }
 
-# Opens the view of SUITE, or fails; view_apt_get and view_apt_cache then look into it.
+# open_apt_view SUITE: reads the package lists. After that, view_apt_get and view_apt_cache work on this suite.
 open_apt_view() {
     local suite=$1 sites site
     view=$(cache_directory)/apt/$suite
@@ -72,8 +73,8 @@ view_apt_cache() {
     LC_ALL=C apt-cache -q -c "$view/apt.conf" "$@"
 }
 
-# Unpacks PACKAGE's upstream source into the new FOLDER and prints its version. Only the upstream archive is asked for:
-# the packaging around it is not needed, and mirrors do lack it at times.
+# Unpacks PACKAGE's upstream source into the new FOLDER and prints its version. Downloads only the upstream archive: the
+# Debian packaging is not needed, and mirrors sometimes lack it.
 unpack_upstream() {
     local package=$1 folder=$2 archive version
     local -a archives

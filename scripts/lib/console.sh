@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Words for people go to standard error: standard output belongs to the program that a script starts.
+# Messages go to standard error: standard output is for the program that a script starts.
 
 say() {
     printf '%s\n' "$*" >&2
@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# Where everything is kept that can be made again: the tools' builds, package lists, logs.
+# The folder for built tools, package lists and logs, all of which can be made again.
 cache_directory() {
     local base=${XDG_CACHE_HOME:-}
     [[ $base == /* ]] || base=~/.cache

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Debian packages: which are missing, and getting them. Needs console.sh.
+# Finds and installs missing Debian packages. Needs console.sh.
 
 os_release() {
     (
@@ -9,7 +9,7 @@ os_release() {
     )
 }
 
-# What a compiled program is good for, such as "debian-12-amd64".
+# Prints the kind of machine that a compiled program runs on, such as "debian-12-amd64".
 machine_kind() {
     local architecture
     architecture=$(dpkg --print-architecture 2>/dev/null || uname -m)
@@ -19,7 +19,7 @@ machine_kind() {
 missing_packages() {
     local native installed package
     native=$(dpkg --print-architecture)
-    # The query's status is of no use: it also reports failure when it has never heard of one of the packages.
+    # The status says nothing: the query also fails when it does not know one of the packages.
     installed=$(dpkg-query --show --showformat=':${db:Status-Status} ${Package} ${Architecture}:\n' "$@" 2>/dev/null) || true
     for package in "$@"; do
         [[ $installed == *":installed $package $native:"* || $installed == *":installed $package all:"* ]] ||
@@ -35,7 +35,7 @@ install_command() {
     printf '%s\n' "$command"
 }
 
-# Prints the words that have to stand before a command to run it as root; fails when nothing would.
+# Prints the prefix that runs a command as root (empty for root); fails when there is none without a password.
 administrator_prefix() {
     if ((EUID == 0)); then
         return 0
@@ -43,7 +43,7 @@ administrator_prefix() {
     command -v sudo >/dev/null && sudo -n true 2>/dev/null && printf 'sudo -n '
 }
 
-# apt waits by itself for dpkg's lock, but gives up at once on those of its package lists and of its archive.
+# apt waits for the lock of dpkg, but fails at once when its package lists or its archive are locked.
 run_apt_get() {
     local log=$1 prefix tries=60
     shift
@@ -57,14 +57,14 @@ run_apt_get() {
     done
 }
 
-# --no-remove: a conflict with something that the user installed must end in a message, not in its removal.
+# --no-remove: a conflict with a package that the user installed must cause an error, not remove the package.
 install_packages() {
     local log
     log=$(mktemp) || return 1
     say "Installing Debian packages: $*"
     if ! run_apt_get "$log" install --no-install-recommends --no-remove "$@"; then
         say 'Refreshing the package lists first'
-        # One broken source of many need not matter: whether the packages can be had is decided below.
+        # A source that fails may not matter: the installation below decides.
         run_apt_get "$log" update || say "$(tail -n 5 "$log")"
         if ! run_apt_get "$log" install --no-install-recommends --no-remove "$@"; then
             say "$(tail -n 20 "$log")"
@@ -75,8 +75,8 @@ install_packages() {
     rm -f "$log"
 }
 
-# Makes sure that the packages are there, installing them when that needs no password. Otherwise fails, with those that
-# are missing in `packages_missing`.
+# Installs those of the packages that are missing, if that needs no password. Otherwise fails; `packages_missing` then
+# lists them.
 require_packages() {
     local list
     packages_missing=("$@")
@@ -87,10 +87,10 @@ require_packages() {
     command -v apt-get >/dev/null && administrator_prefix >/dev/null && install_packages "${packages_missing[@]}"
 }
 
-# Says what to do about missing packages.
+# Prints how to get missing packages.
 packages_remedy() {
     if ! command -v dpkg-query >/dev/null; then
-        printf 'This machine has no dpkg: Tarnwick sets itself up on Debian 12 and 13 only. The names are those of Debian.\n'
+        printf 'This machine has no dpkg: Tarnwick sets itself up on Debian 12 and 13 only. These are the names of Debian packages.\n'
     elif ! command -v apt-get >/dev/null; then
         printf 'There is no apt-get here to install them with.\n'
     elif administrator_prefix >/dev/null; then

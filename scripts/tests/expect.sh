@@ -18,7 +18,7 @@ expect_success() {
     "$@" >"$scratch/said" 2>&1 || complain "failed: $*"
 }
 
-# expect_failure WORDS COMMAND...: the command fails and says the words.
+# expect_failure TEXT COMMAND...: the command fails and prints the text.
 expect_failure() {
     local words=$1
     shift
@@ -30,7 +30,7 @@ expect_failure() {
     fi
 }
 
-# program PATH: makes a program of the script on standard input.
+# program PATH: writes an executable script; its text comes from standard input.
 program() {
     mkdir -p "$(dirname "$1")"
     {
