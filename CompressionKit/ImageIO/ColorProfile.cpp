@@ -70,7 +70,7 @@ const Value* find(const std::array<std::pair<std::uint16_t, Value>, count>& tabl
     return nullptr;
 }
 
-bool startsWith(std::string_view text, std::string_view key) noexcept {
+bool startsLike(std::string_view text, std::string_view key) noexcept {
     for (const char c : text) {
         if (c == ' ') {
             continue;
@@ -86,7 +86,7 @@ bool startsWith(std::string_view text, std::string_view key) noexcept {
 
 /// Whether the text contains `key` (in lower case) in any case and with any spaces.
 bool mentions(std::string_view text, std::string_view key) noexcept {
-    while (!text.empty() && !startsWith(text, key)) {
+    while (!text.empty() && !startsLike(text, key)) {
         text.remove_prefix(1);
     }
     return !text.empty();

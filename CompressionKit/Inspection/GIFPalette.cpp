@@ -23,7 +23,7 @@ using Span = std::span<const std::uint8_t>;
 
 constexpr std::int64_t maximumColumns = 4;
 constexpr double longestTileSide = 640;
-constexpr std::size_t maximumFileBytes = std::size_t{1} << 28U;
+constexpr std::size_t maximumPaletteBytes = std::size_t{1} << 28U;
 constexpr std::size_t colorTableBytes = 768;
 constexpr std::string_view pngSignature = "\x89PNG\r\n\x1A\n"sv;
 
@@ -128,7 +128,7 @@ void GIFPalette::writeContactSheet(const std::vector<URL>& frames, const URL& de
 }
 
 void GIFPalette::writeColorMap(const URL& source, const URL& destination) {
-    const Bytes png = readFile(source, maximumFileBytes);
+    const Bytes png = readFile(source, maximumPaletteBytes);
     const Span palette = findPalette(png);
     requireImage(palette.size() >= 3 && palette.size() <= colorTableBytes && palette.size() % 3 == 0);
     writeFile(destination, colorMapGIF(palette));

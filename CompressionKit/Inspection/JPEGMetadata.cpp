@@ -19,7 +19,7 @@ namespace {
 using namespace std::string_view_literals;
 using Span = std::span<const std::uint8_t>;
 
-constexpr std::size_t maximumFileBytes = std::size_t{1} << 31U;
+constexpr std::size_t maximumJPEGBytes = std::size_t{1} << 31U;
 constexpr std::string_view multiPictureHeader = "MPF\0"sv;
 
 /// Reads numbers in the byte order of a TIFF structure. They must lie within the bytes.
@@ -158,7 +158,7 @@ void JPEGMetadata::preserveOrientation(std::int64_t orientation, const URL& url)
     if (stated ? *stated == orientation : orientation == 1) {
         return;
     }
-    const Bytes file = readFile(url, maximumFileBytes);
+    const Bytes file = readFile(url, maximumJPEGBytes);
     writeFileAtomically(url, withOrientation(file, static_cast<std::uint8_t>(orientation)));
 }
 

@@ -12,8 +12,8 @@ namespace tarnwick {
 namespace {
 
 constexpr auto service = "app.tarnwick.Tarnwick";
-constexpr auto path = "/app/tarnwick/Tarnwick";
-constexpr auto interface = "org.freedesktop.Application";
+constexpr auto objectPath = "/app/tarnwick/Tarnwick";
+constexpr auto objectInterface = "org.freedesktop.Application";
 constexpr int answerMilliseconds = 5000;
 /// Only a second start of this program sets this key in the platform data.
 constexpr auto askedForKey = "app.tarnwick.Tarnwick.compress";
@@ -33,7 +33,7 @@ QVariantMap platformData() {
 
 bool handOver(const QDBusConnection& bus, const QList<QUrl>& urls, bool isAskedFor) {
     const auto method = urls.isEmpty() ? "Activate" : "Open";
-    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    QDBusMessage call = QDBusMessage::createMethodCall(service, objectPath, objectInterface, method);
     if (!urls.isEmpty()) {
         call << QUrl::toStringList(urls, QUrl::FullyEncoded);
     }
@@ -81,7 +81,7 @@ ApplicationInstance::~ApplicationInstance() {
     if (registered_) {
         QDBusConnection bus = QDBusConnection::sessionBus();
         bus.unregisterService(service);
-        bus.unregisterObject(path);
+        bus.unregisterObject(objectPath);
     }
 }
 
@@ -91,12 +91,12 @@ ApplicationInstance::Role ApplicationInstance::start(const QList<QUrl>& urls, bo
         return Role::first;
     }
     // The object comes before the name, so that nobody can call a name that has no object yet.
-    bus.registerObject(path, this, QDBusConnection::ExportAdaptors);
+    bus.registerObject(objectPath, this, QDBusConnection::ExportAdaptors);
     registered_ = bus.registerService(service);
     if (registered_) {
         return Role::first;
     }
-    bus.unregisterObject(path);
+    bus.unregisterObject(objectPath);
     return handOver(bus, urls, isAskedFor) ? Role::second : Role::first;
 }
 

@@ -3,7 +3,7 @@
 
 root=$(readlink -f "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../..")
 
-# Two scripts at once in one build folder would spoil it: the second waits for the first.
+# Two builds at once in one folder would damage it: the second waits for the first.
 in_build_folder() {
     local preset=$1
     shift
@@ -11,7 +11,7 @@ in_build_folder() {
     (cd "$root" && flock "build/$preset/.lock" "$@")
 }
 
-# The build reconfigures by itself when a CMake file changes, but does not know of the presets.
+# The build runs CMake again when a CMake file changes, but not when the presets change.
 configure() {
     local preset=$1
     local folder=$root/build/$preset
@@ -23,7 +23,7 @@ configure() {
     touch "$folder/.configured"
 }
 
-# Succeeds when the build would do nothing, so that nothing need be said.
+# Whether there is nothing to build.
 is_built() {
     local preset=$1
     shift
@@ -49,5 +49,5 @@ run_tests() {
     shift
     export TARNWICK_TESTDATA=/usr/share/libjxl-testdata
     [[ -d $TARNWICK_TESTDATA ]] || die "The test pictures are missing in $TARNWICK_TESTDATA."
-    (cd "$root" && ctest --preset "$preset" --output-on-failure --no-tests=error "$@")
+    (cd "$root" && ctest --preset "$preset" --output-on-failure --no-tests=error --parallel "$(nproc)" "$@")
 }
