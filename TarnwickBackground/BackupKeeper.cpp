@@ -2,9 +2,9 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
+#include "Tarnwick/QtSupport/DebugLog.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 
-#include <QDebug>
 #include <cstdlib>
 #include <utility>
 
@@ -48,10 +48,10 @@ void BackupKeeper::removeLeftovers() {
 void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const Leftovers& leftovers) {
     isSweepPending_ = leftovers.isHeld;
     if (error) {
-        qWarning().noquote() << "无法清理意外中断的任务：" + errorText(error);
+        qCDebug(debugLog).noquote() << "无法清理意外中断的任务：" + errorText(error);
     }
     for (const std::string& problem : leftovers.problems) {
-        qWarning().noquote() << QString::fromStdString(problem);
+        qCDebug(debugLog).noquote() << QString::fromStdString(problem);
     }
     if (leftovers.settledRecords > 0) {
         announceChange();
@@ -87,7 +87,7 @@ bool BackupKeeper::takeLock() {
     try {
         lock_ = FileLock::tryAcquire(lockFile_);
     } catch (const FileSystemError& error) {
-        qWarning().noquote() << QString::fromStdString(errorDescription(error));
+        qCDebug(debugLog).noquote() << QString::fromStdString(errorDescription(error));
     }
     return lock_.has_value();
 }

@@ -3,7 +3,6 @@
 #include "TarnwickBackground/BackupKeeper.h"
 #include "TarnwickBackground/TerminationSignals.h"
 
-#include <syslog.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -26,17 +25,9 @@ constexpr auto help = "用法：TarnwickBackground --maintain-backups\n"
                       "  --version           显示版本\n"
                       "  --help              显示帮助\n";
 
-void logMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message) {
-    if (type != QtDebugMsg && type != QtInfoMsg) {
-        ::syslog(LOG_WARNING, "%s", message.toUtf8().constData());
-    }
-}
-
 int maintainBackups(int argc, char** argv) {
     // An inherited descriptor, such as a pipe, would stay open for hours.
     ::closefrom(STDERR_FILENO + 1);
-    ::openlog("TarnwickBackground", LOG_PERROR, LOG_USER);
-    qInstallMessageHandler(logMessage);
     TerminationSignals termination;
     const URL lockFile = helperLockFile();
     auto lock = FileLock::tryAcquire(lockFile);
@@ -73,7 +64,7 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {
-        ::syslog(LOG_ERR, "%s", errorDescription(error).c_str());
+        std::cerr << errorDescription(error) << '\n';
         return EXIT_FAILURE;
     }
 }

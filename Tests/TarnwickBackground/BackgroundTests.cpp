@@ -268,6 +268,7 @@ TEST_F(BackgroundTest, SettlesPreparedRecordsAndReportsTheOthers) {
                 HasSubstr("已清理 0 个意外中断留下的文件，处理 1 条未完成的记录。\n"));
     store.restore(store.readRecords().at(store.readRecords()[0].id == prepared.id ? 0 : 1));
 
+    const EnvironmentVariable rules("QT_LOGGING_RULES", "tarnwick.debug=true");
     const auto helper = startHelper();
     EXPECT_EQ(statusOf(*helper), 0) << "no committed record has a backup";
     EXPECT_THAT(helper->readAllStandardError().toStdString(), HasSubstr((folder / "lost.png").path()));
