@@ -150,8 +150,6 @@ private:
     bool obeyFiles(const std::string& command, const Words& words) const {
         if (command == "output") {
             write(outputPath(), contents(words.at(1)), std::ios::trunc);
-        } else if (command == "output-input") {
-            write(outputPath(), contents(inputPath()), std::ios::trunc);
         } else if (command == "output-text") {
             write(outputPath(), words.at(1), std::ios::trunc);
         } else if (command == "append") {
