@@ -1,3 +1,4 @@
+#include "Foundation/Environment.h"
 #include "Tarnwick/Desktop/ApplicationInstance.h"
 #include "Tarnwick/TarnwickApp.h"
 
@@ -46,6 +47,7 @@ int runWindow(tarnwick::ApplicationInstance& instance, const Request& request) {
 } // namespace
 
 int main(int argc, char** argv) {
+    tarnwick::prepareEnvironment();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Tarnwick"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));

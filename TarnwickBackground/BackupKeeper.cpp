@@ -40,13 +40,13 @@ BackupKeeper::BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::fu
 void BackupKeeper::removeLeftovers() {
     isSweepPending_ = true;
     worker_.run([store = store_] { return tarnwick::removeLeftovers(store); },
-                [this](const std::exception_ptr& error, const Leftovers& leftovers) {
+                [this](const std::exception_ptr& error, const LeftoversReport& leftovers) {
                     handleLeftovers(error, leftovers);
                 });
 }
 
-void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const Leftovers& leftovers) {
-    isSweepPending_ = leftovers.isHeld;
+void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const LeftoversReport& leftovers) {
+    isSweepPending_ = leftovers.isIncomplete;
     if (error) {
         qCDebug(debugLog).noquote() << "无法清理意外中断的任务：" + errorText(error);
     }

@@ -25,7 +25,7 @@ public:
 
 private:
     void removeLeftovers();
-    void handleLeftovers(const std::exception_ptr& error, const Leftovers& leftovers);
+    void handleLeftovers(const std::exception_ptr& error, const LeftoversReport& leftovers);
     void handleFindings(const BackupMaintenance::Findings& findings);
     void endUnlessNeeded();
     bool takeLock();

@@ -1,4 +1,5 @@
 #include "Foundation/CompressionError.h"
+#include "Foundation/Environment.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "TarnwickBackground/BackupKeeper.h"
 #include "TarnwickBackground/TerminationSignals.h"
@@ -61,6 +62,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    prepareEnvironment();
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {

@@ -10,7 +10,7 @@ namespace tarnwick {
 namespace {
 
 void removeInterruptedWork(const CommandContext& context) {
-    const Leftovers leftovers = removeLeftovers(context.undo);
+    const LeftoversReport leftovers = removeLeftovers(context.undo);
     if (leftovers.settledRecords > 0) {
         postNotification(NotificationName::historyDidChange);
     }

@@ -1,4 +1,5 @@
 #include "Foundation/CompressionError.h"
+#include "Foundation/Environment.h"
 #include "Foundation/Text.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
@@ -12,25 +13,20 @@
 #include "TarnwickCommand/RestoreCommand.h"
 #include "TarnwickCommand/Signals.h"
 
-#include <langinfo.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
 
 using namespace tarnwick;
 
-/// Shows the system's error texts in the user's language, but only when its encoding is UTF-8.
+/// The C library's error texts come in the user's language.
 void useSystemLanguage() {
-    const bool isKnown =
-        std::setlocale(LC_CTYPE, "") != nullptr && std::setlocale(LC_MESSAGES, "") != nullptr;
-    if (!isKnown || std::string_view(::nl_langinfo(CODESET)) != "UTF-8") {
-        static_cast<void>(std::setlocale(LC_ALL, "C"));
-    }
+    static_cast<void>(std::setlocale(LC_CTYPE, ""));
+    static_cast<void>(std::setlocale(LC_MESSAGES, ""));
 }
 
 int dispatch(const Invocation& invocation, const CommandContext& context) {
@@ -94,6 +90,7 @@ int guardedRun(const std::vector<std::string>& arguments) {
 } // namespace
 
 int main(int argc, char** argv) {
+    prepareEnvironment();
     useSystemLanguage();
     installSignalHandlers();
     const int status = guardedRun({argv + (argc > 0 ? 1 : 0), argv + argc});

@@ -13,7 +13,7 @@
 
 namespace tarnwick {
 
-/// Work for a thread of a queue, whatever its result.
+/// Work for a thread of a queue; the type of its result is hidden.
 class BackgroundJob {
 public:
     BackgroundJob() = default;
@@ -21,14 +21,14 @@ public:
     BackgroundJob& operator=(const BackgroundJob&) = delete;
     virtual ~BackgroundJob() = default;
 
-    /// Does the work on the calling thread and keeps its result; throws what the work throws.
+    /// Does the work on the calling thread and stores its result. Throws what the work throws.
     virtual void perform() = 0;
-    /// Hands the result of perform(), or the error, to the one who waits. To be called once, as the last
+    /// Passes the result of perform(), or the error, to the completion handler. Call it once, as the last
     /// call.
     virtual void complete(std::exception_ptr error) = 0;
 };
 
-/// What an operation returned, and how a completion handler takes it.
+/// The result of an operation, and its delivery to a completion handler.
 template <typename Result>
 class JobOutcome {
     static_assert(std::default_initializable<Result>, "a failed job completes with an empty result");
@@ -67,8 +67,8 @@ public:
 template <typename Operation>
 using JobOutcomeOf = JobOutcome<std::decay_t<std::invoke_result_t<Operation&>>>;
 
-/// The job whose completion handler is `Handler`. What the job was given is gone before the handler runs: on
-/// the executor associated with it, else on `fallback`.
+/// A job with the completion handler `Handler`. The handler runs on its associated executor, else on
+/// `fallback`, after the operation and what it captured have been destroyed.
 template <typename Operation, typename Handler, typename Fallback>
 class TypedBackgroundJob final : public BackgroundJob {
 public:
@@ -80,8 +80,8 @@ public:
 
     void complete(std::exception_ptr error) override {
         operation_.reset();
-        // Held until the dispatch is over, and not by the handler: once the handler ran, its context may run
-        // out of work and be destroyed, and this thread would still be in it.
+        // Held by this call, not by the handler: when the handler returns, its context may run out of work
+        // and be destroyed while this thread is still in dispatch().
         const auto work = std::move(work_);
         asio::dispatch(asio::bind_executor(
             work.get_executor(),

@@ -5,8 +5,8 @@
 
 namespace tarnwick {
 
-/// Every failure that the compression library words itself. File-system failures that it has no wording for
-/// are thrown as FileSystemError beside it.
+/// A failure of the compression library with its text for the user. Other failures of the file system are
+/// thrown as FileSystemError.
 class CompressionError : public std::exception {
 public:
     enum class Case {
@@ -22,7 +22,7 @@ public:
 
     static CompressionError toolMissing(const std::string& tool);
     static CompressionError toolFailed(const std::string& detail);
-    /// `message` is shown as it stands.
+    /// `message` is the whole text for the user.
     static CompressionError fileOperation(std::string message);
     static CompressionError invalidImage();
     static CompressionError formatMismatch();
@@ -42,9 +42,9 @@ private:
     std::string description_;
 };
 
-/// The text for the user of any error that leaves the library.
+/// The text for the user of any error that the library throws.
 std::string errorDescription(const std::exception& error);
-/// The same of one that another thread caught; not null.
+/// The same for a caught error, which must not be null.
 std::string errorDescription(const std::exception_ptr& error);
 
 } // namespace tarnwick

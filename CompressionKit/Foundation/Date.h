@@ -4,12 +4,12 @@
 
 namespace tarnwick {
 
-/// A point in time, as the seconds since 2001-01-01 00:00:00 UTC; negative before it.
+/// A point in time: the seconds since 2001-01-01 00:00:00 UTC, negative before.
 class Date {
 public:
     explicit constexpr Date(double secondsSinceReferenceDate) : seconds_(secondsSinceReferenceDate) {}
 
-    /// The wall clock's time.
+    /// The time of the system clock.
     static Date now();
 
     constexpr double secondsSinceReferenceDate() const noexcept { return seconds_; }

@@ -19,7 +19,7 @@ public:
 
     int get() const noexcept { return descriptor_; }
     explicit operator bool() const noexcept { return descriptor_ >= 0; }
-    /// Gives the descriptor up without closing it.
+    /// Returns the descriptor, which the caller must close.
     int release() noexcept;
     void reset() noexcept;
 
@@ -29,7 +29,7 @@ private:
 
 /// Opens a file, close-on-exec. Throws FileSystemError.
 FileDescriptor openForReading(const URL& url);
-/// Creates a file that must not exist yet, for reading and writing, close-on-exec. Throws FileSystemError.
+/// Creates a file for reading and writing, close-on-exec; fails if it exists. Throws FileSystemError.
 FileDescriptor createNewFile(const URL& url, mode_t mode);
 
 } // namespace tarnwick

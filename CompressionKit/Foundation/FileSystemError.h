@@ -7,7 +7,7 @@
 
 namespace tarnwick {
 
-/// A failed system call on a file or folder, with what was attempted and where.
+/// A failed system call on a file or folder.
 class FileSystemError : public std::exception {
 public:
     /// `attempt` is the beginning of the text for the user, for example "无法创建文件夹". `code` is an errno
@@ -16,9 +16,9 @@ public:
 
     /// The errno value.
     int code() const noexcept { return code_; }
-    /// Whether the disk, or the user's share of it, is full.
+    /// Whether the disk or the user's quota is full.
     bool isOutOfSpace() const noexcept;
-    /// What the C library says about the code, without the attempt and the path.
+    /// The C library's text for the code, without the attempt and the path.
     std::string systemText() const;
     const char* what() const noexcept override { return description_.c_str(); }
 

@@ -19,7 +19,7 @@ public:
     SHA256& operator=(const SHA256&) = delete;
 
     void update(std::span<const std::byte> bytes);
-    /// The digest as 64 lower-case hexadecimal digits. Ends the computation.
+    /// The digest as 64 lower-case hexadecimal digits. Call it once, as the last call.
     std::string finalize();
 
     /// The digest of `text`'s bytes.

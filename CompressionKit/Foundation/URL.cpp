@@ -40,7 +40,7 @@ std::optional<unsigned> hexValue(char c) {
     return std::nullopt;
 }
 
-/// None for a broken escape or an escaped NUL, which no path can hold.
+/// None for a broken escape or an escaped NUL, which a path cannot contain.
 std::optional<std::string> percentDecoded(std::string_view text) {
     std::string path;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -62,7 +62,7 @@ std::optional<std::string> percentDecoded(std::string_view text) {
     return path;
 }
 
-/// The path part of what follows "file:", when it names this machine.
+/// The path in the text after "file:"; none when it names another host.
 std::optional<std::string_view> localPart(std::string_view rest) {
     if (!rest.starts_with("//")) {
         return rest.starts_with("/") ? std::optional(rest) : std::nullopt;

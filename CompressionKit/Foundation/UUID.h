@@ -10,9 +10,8 @@ namespace tarnwick {
 /// A universally unique identifier.
 class UUID {
 public:
-    /// A fresh random one.
     static UUID random();
-    /// Reads the canonical text, in either case.
+    /// Parses the canonical text in upper or lower case.
     static std::optional<UUID> parse(const std::string& text);
 
     /// The canonical text in upper case, for example "8C2F…-…".

@@ -110,7 +110,8 @@ bool isLongAbsent(const FileDescriptor& note, const URL& url) {
 }
 
 /// The lock on the note proves that its process and the tools started by it have ended.
-void sweepItem(const FileDescriptor& file, const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
+void sweepItem(const FileDescriptor& file, const URL& note, const UUID& id,
+               WorkRegister::SweepResult& result) {
     const std::optional<URL> item = itemOf(note);
     const std::optional<WorkItem> kind = item ? kindOf(*item, id) : std::nullopt;
     // An incomplete note was still being written, so its item was never made.
@@ -121,26 +122,26 @@ void sweepItem(const FileDescriptor& file, const URL& note, const UUID& id, Work
     const auto status = statusIfPresent(*item);
     if (status && isOurs(*status, *kind)) {
         removeItem(*item, *kind);
-        ++sweep.removed;
+        ++result.removed;
     } else if (!isLongAbsent(file, note)) {
         return;
     }
     removeFile(note);
 }
 
-void sweepNote(const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
+void sweepNote(const URL& note, const UUID& id, WorkRegister::SweepResult& result) {
     const FileDescriptor file(::open(note.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     if (!file) {
         if (errno != ENOENT) {
             throw FileSystemError("无法打开文件", note, errno);
         }
     } else if (!tryLock(file, note)) {
-        sweep.held.push_back(itemOf(note).value_or(URL()));
+        result.held.push_back(itemOf(note).value_or(URL()));
     } else if (hasName(file, note)) { // Its owner may have removed it after it was opened here.
         try {
-            sweepItem(file, note, id, sweep);
+            sweepItem(file, note, id, result);
         } catch (const FileSystemError& error) {
-            sweep.problems.push_back(errorDescription(error));
+            result.problems.push_back(errorDescription(error));
         }
     }
 }
@@ -150,10 +151,10 @@ void sweepNote(const URL& note, const UUID& id, WorkRegister::Sweep& sweep) {
 WorkRegister::WorkRegister(std::optional<URL> folder)
     : folder_(folder ? std::move(*folder) : applicationSupportDirectory().appending("Tarnwick/Work")) {}
 
-WorkRegister::Sweep WorkRegister::sweep() const {
-    Sweep sweep;
+WorkRegister::SweepResult WorkRegister::sweep() const {
+    SweepResult result;
     if (!itemExists(folder_)) {
-        return sweep;
+        return result;
     }
     for (const URL& note : entries(folder_)) {
         const std::string name = note.lastPathComponent();
@@ -162,13 +163,13 @@ WorkRegister::Sweep WorkRegister::sweep() const {
             continue;
         }
         try {
-            sweepNote(note, *id, sweep);
+            sweepNote(note, *id, result);
         } catch (const FileSystemError& error) {
-            sweep.isCertain = false;
-            sweep.problems.push_back(errorDescription(error));
+            result.isCertain = false;
+            result.problems.push_back(errorDescription(error));
         }
     }
-    return sweep;
+    return result;
 }
 
 WorkNote::WorkNote(const URL& folder, WorkItem kind) {

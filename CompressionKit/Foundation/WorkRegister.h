@@ -9,22 +9,22 @@
 
 namespace tarnwick {
 
-/// What stands for a while beside a picture or in the temporary folder; its name is the kind's prefix and a
-/// UUID.
+/// The kinds of temporary items beside a picture or in the temporary folder; the name is the kind's prefix
+/// and a UUID.
 enum class WorkItem {
     /// The folder ".tarnwick-<UUID>" of a compression.
     directory,
-    /// The folder "tarnwick-links-<UUID>" by which tools reach a picture.
+    /// The folder "tarnwick-links-<UUID>" with links through which tools reach a picture.
     links,
-    /// The file ".tarnwick-restore-<UUID>" that is about to become the restored original.
+    /// The file ".tarnwick-restore-<UUID>", renamed to the restored original.
     restoredFile,
-    /// The file "rollback.<UUID>" by which a failed replacement is undone.
+    /// The file "rollback.<UUID>", renamed to the original when a replacement fails.
     rolledBackFile,
 };
 
-/// The list of the user's work items that have not been removed yet, wherever they stand: a file a note,
-/// named by the item's UUID, which holds the item's path. A note is locked (flock) before its item is made
-/// and until it is gone, so that a note that can be locked is of a process that died.
+/// The list of the user's work items that still exist. Each has a note: a file named by the item's UUID that
+/// contains the item's path. The note is locked (flock) from before the item is made until it is removed, so
+/// a note that can be locked belongs to a process that died.
 class WorkRegister {
 public:
     /// `folder` is created when first needed; the default is "Tarnwick/Work" in the user's application data.
@@ -32,20 +32,20 @@ public:
 
     const URL& folder() const noexcept { return folder_; }
 
-    struct Sweep {
-        /// How many items were removed.
+    struct SweepResult {
+        /// The number of items removed.
         int removed = 0;
-        /// Items that a process still works on; an empty location for one whose note is not complete yet.
+        /// Items of live processes; an empty location where the note is not complete yet.
         std::vector<URL> held;
-        /// Whether each note told if it is held.
+        /// False when it is unknown for some note whether it is held.
         bool isCertain = true;
-        /// What could not be removed, and why.
+        /// Texts about items that could not be removed.
         std::vector<std::string> problems;
     };
-    /// Removes the items that no process works on, and their notes. The note of an item that is not there is
-    /// kept for thirty days, as its disk may not be there either. One sweep at a time. Throws FileSystemError
+    /// Removes the items of dead processes, and their notes. The note of a missing item is kept for thirty
+    /// days, because its disk may be missing too. Only one sweep may run at a time. Throws FileSystemError
     /// when the folder cannot be read.
-    Sweep sweep() const;
+    SweepResult sweep() const;
 
 private:
     URL folder_;
@@ -54,16 +54,16 @@ private:
 /// The note of one work item, in the user's own register.
 class WorkNote {
 public:
-    /// Notes that an item of this kind is about to be made in `folder`. Throws FileSystemError.
+    /// Writes the note before an item of this kind is made in `folder`. Throws FileSystemError.
     WorkNote(const URL& folder, WorkItem kind);
     WorkNote(const WorkNote&) = delete;
     WorkNote& operator=(const WorkNote&) = delete;
-    /// Removes the note, unless the item is still there.
+    /// Removes the note unless the item still exists.
     ~WorkNote();
 
-    /// Where the item is to stand. It is its user's to make and to remove.
+    /// The location of the item, which the caller makes and removes.
     const URL& item() const noexcept { return item_; }
-    /// Holds the item for as long as this, or a copy of it that a child process has, is open.
+    /// The item counts as held while this descriptor, or a copy in a child process, is open.
     const FileDescriptor& lock() const noexcept { return lock_; }
 
 private:
@@ -72,9 +72,8 @@ private:
     FileDescriptor lock_;
 };
 
-/// The name of a temporary file beside a picture: what stands there at the end of the scope is removed. It is
-/// noted down where that is possible; a full or read-only disk elsewhere must not keep an original from being
-/// put back.
+/// The name of a temporary file beside a picture, which the destructor removes. The file has a note where one
+/// can be written: a full or read-only disk elsewhere must not prevent the return of an original.
 class NotedFile {
 public:
     NotedFile(const URL& folder, WorkItem kind);

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 #include <exception>
-#include <optional>
+#include <iterator>
 #include <set>
 
 namespace tarnwick {
@@ -29,16 +29,15 @@ std::vector<URL> unfinishedRecords(const UndoStore& store) {
         return found;
     }
     for (const URL& session : entries(store.root())) {
-        if (!isDirectory(session)) {
-            continue;
+        if (isDirectory(session)) {
+            const std::vector<URL> files = entries(session);
+            std::copy_if(files.begin(), files.end(), std::back_inserter(found), isUnfinishedWrite);
         }
-        const std::vector<URL> files = entries(session);
-        std::copy_if(files.begin(), files.end(), std::back_inserter(found), isUnfinishedWrite);
     }
     return found;
 }
 
-/// Whether a regular file of these bytes stands there.
+/// Whether `url` is a regular file with this hash.
 bool holds(const URL& url, const std::string& expectedHash) {
     try {
         return isRegularFile(url) && hash(url) == expectedHash;
@@ -56,8 +55,8 @@ bool hasSoundBackup(const UndoStore& store, const UndoRecord& record) {
     }
 }
 
-/// False when nothing can be done for the record without a danger to the picture.
-bool settle(const UndoStore& store, const UndoRecord& record) {
+/// False when the record must stay because the picture is not known to be safe.
+bool trySettle(const UndoStore& store, const UndoRecord& record) {
     if (holds(record.replacementURL(), record.replacementHash)) {
         if (!hasSoundBackup(store, record)) {
             return false;
@@ -69,64 +68,64 @@ bool settle(const UndoStore& store, const UndoRecord& record) {
     if (!record.originalHash || !holds(original, *record.originalHash)) {
         return false;
     }
-    // A roll-back may have put it there a moment ago.
+    // It may have been rolled back a moment ago.
     syncDirectory(original.deletingLastPathComponent());
     store.deleteRecord(record);
     return true;
 }
 
-bool worksBeside(const std::vector<URL>& held, const URL& original) {
+bool isWorkingBeside(const std::vector<URL>& held, const URL& original) {
     const URL folder = original.deletingLastPathComponent();
     return std::any_of(held.begin(), held.end(),
                        [&](const URL& item) { return item.deletingLastPathComponent() == folder; });
 }
 
-void settle(const UndoStore& store, const UndoRecord& record, Leftovers& leftovers) {
+void settle(const UndoStore& store, const UndoRecord& record, LeftoversReport& report) {
     const std::string name = displayText(record.originalPath);
     try {
-        if (settle(store, record)) {
-            ++leftovers.settledRecords;
+        if (trySettle(store, record)) {
+            ++report.settledRecords;
         } else {
-            leftovers.problems.push_back("压缩曾意外中断，无法确认原图是否完好，已保留备份：" + name);
+            report.problems.push_back("压缩曾意外中断，无法确认原图是否完好，已保留备份：" + name);
         }
     } catch (const std::exception& error) {
-        leftovers.problems.push_back("无法处理意外中断的压缩记录 " + name + "：" + errorDescription(error));
+        report.problems.push_back("无法处理意外中断的压缩记录 " + name + "：" + errorDescription(error));
     }
 }
 
 } // namespace
 
-Leftovers removeLeftovers(const UndoStore& store, const WorkRegister& workRegister) {
-    Leftovers leftovers;
+LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& workRegister) {
+    LeftoversReport report;
     const auto turn = FileLock::tryAcquire(workRegister.folder().appending("sweep.lock"));
     if (!turn) {
-        return leftovers;
+        return report;
     }
-    // What is seen before the notes are, and is still there after, was made by someone who had a note then:
-    // a compression's note stands beside the picture from before its record is prepared until that is
-    // committed or deleted. Without such a note its maker is dead.
+    // A live process holds a note beside the picture from before it prepares a record until it commits or
+    // deletes the record. So a record that is listed both before and after the sweep, without such a note
+    // during the sweep, belongs to a dead process.
     std::set<UUID> prepared;
     for (const UndoRecord& record : preparedRecords(store)) {
         prepared.insert(record.id);
     }
     const std::vector<URL> unfinished = unfinishedRecords(store);
-    WorkRegister::Sweep sweep = workRegister.sweep();
-    leftovers.removed = sweep.removed;
-    leftovers.isHeld = !sweep.held.empty();
-    leftovers.problems = std::move(sweep.problems);
+    WorkRegister::SweepResult sweep = workRegister.sweep();
+    report.removed = sweep.removed;
+    report.isIncomplete = !sweep.held.empty();
+    report.problems = std::move(sweep.problems);
     if (!sweep.isCertain) {
-        return leftovers;
+        return report;
     }
     if (sweep.held.empty()) {
         std::for_each(unfinished.begin(), unfinished.end(), removeFile);
-        leftovers.removed += static_cast<int>(unfinished.size());
+        report.removed += static_cast<int>(unfinished.size());
     }
     for (const UndoRecord& record : preparedRecords(store)) {
-        if (prepared.contains(record.id) && !worksBeside(sweep.held, record.originalURL())) {
-            settle(store, record, leftovers);
+        if (prepared.contains(record.id) && !isWorkingBeside(sweep.held, record.originalURL())) {
+            settle(store, record, report);
         }
     }
-    return leftovers;
+    return report;
 }
 
 } // namespace tarnwick

@@ -8,24 +8,24 @@
 
 namespace tarnwick {
 
-/// What a tidying after dead processes did.
-struct Leftovers {
-    /// Work folders and temporary files removed.
+/// What removeLeftovers() did.
+struct LeftoversReport {
+    /// The number of work folders and temporary files removed.
     int removed = 0;
-    /// Prepared records that were committed, or deleted with their backups.
+    /// The number of prepared records that were committed, or deleted with their backups.
     int settledRecords = 0;
-    /// Whether processes are still at work whose leftovers cannot be told from their work.
-    bool isHeld = false;
-    /// What stays though it should not, in words for the log.
+    /// Whether live processes still hold items, so that a later call may find more.
+    bool isIncomplete = false;
+    /// Texts about items and records that should not be there but stay.
     std::vector<std::string> problems;
 };
 
-/// Removes what processes that died left beside pictures, in the temporary folder and in the store, and
-/// settles the records that they had prepared: one whose replacement is in its place is committed, one whose
-/// original is in its place is deleted with its backup, and any other stays as it is.
+/// Removes what dead processes left beside pictures, in the temporary folder and in the store. Settles the
+/// records that they prepared: one is committed if its replacement is in place, deleted with its backup if
+/// its original is in place, and otherwise kept as it is.
 ///
-/// Never touches what a live process holds. `workRegister` must be the one that those who use the store note
-/// their work in. Does nothing while another process does the same. Throws FileSystemError.
-Leftovers removeLeftovers(const UndoStore& store, const WorkRegister& workRegister = WorkRegister());
+/// Never touches an item of a live process. All processes that use the store must keep their notes in
+/// `workRegister`. Does nothing while another process does the same. Throws FileSystemError.
+LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& workRegister = WorkRegister());
 
 } // namespace tarnwick

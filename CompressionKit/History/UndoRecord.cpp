@@ -12,7 +12,7 @@ using nlohmann::json;
 constexpr auto preparedText = "prepared";
 constexpr auto committedText = "committed";
 
-/// Any reason not to read a record; decode() words it.
+/// Thrown internally; decode() gives it the text for the user.
 struct Unreadable {};
 
 template <typename Value>
@@ -53,7 +53,8 @@ std::string pathFrom(const std::string& text) {
     return required(fileFromPortablePathText(text)).path();
 }
 
-/// The name comes from a file on disk and is about to be joined to a folder whose files get deleted.
+/// The name comes from a file on the disk, and the file of that name in the session's folder is deleted
+/// later.
 std::string fileNameAt(const json& record, const char* key) {
     std::string name = textAt(record, key);
     if (name.empty() || name == "." || name == ".." ||

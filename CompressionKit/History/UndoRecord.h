@@ -12,13 +12,13 @@
 
 namespace tarnwick {
 
-/// One entry of the history: a file that was replaced or converted, and where its original is kept.
+/// One entry of the history: a replaced or converted file and the backup of its original.
 struct UndoRecord {
-    /// Prepared before the user's file is touched, committed after it was replaced.
+    /// Prepared before the user's file is touched, committed after the replacement.
     enum class State { prepared, committed };
 
     UUID id;
-    /// The batch of files that this one came in; names the backup's folder.
+    /// The batch of files that this one belongs to; the name of the backup's folder.
     UUID sessionID;
     /// When it was prepared.
     Date createdAt;
@@ -29,15 +29,15 @@ struct UndoRecord {
     /// Bytes of the original, and so of its backup.
     std::int64_t originalBytes = 0;
     std::int64_t replacementBytes = 0;
-    /// SHA-256 of the file that took the original's place, or of the converted file.
+    /// SHA-256 of the file that replaced the original, or of the converted file.
     std::string replacementHash;
     std::optional<std::string> originalHash;
     State state = State::prepared;
-    /// Absolute path of the new file when the original was converted and stayed.
+    /// Absolute path of the new file of a conversion, which keeps the original.
     std::optional<std::string> convertedPath;
 
     URL originalURL() const { return URL::file(originalPath); }
-    /// The file that the compression left: the one in the original's place, or the converted one.
+    /// The result of the compression: the file in the original's place, or the converted file.
     URL replacementURL() const { return URL::file(convertedPath.value_or(originalPath)); }
 
     /// As a compact JSON object; paths as portablePathText() writes them.

@@ -13,7 +13,7 @@
 namespace tarnwick {
 namespace {
 
-/// A descriptor that is readable when one of the two is.
+/// A descriptor that is readable when either of the two is.
 FileDescriptor either(int first, int second) {
     FileDescriptor set(::epoll_create1(EPOLL_CLOEXEC));
     for (const int member : {first, second}) {

@@ -5,19 +5,19 @@
 
 namespace tarnwick {
 
-/// A request to stop, shared by all copies. Made by make(); a default-constructed one can never be requested.
+/// A request to stop, shared by all copies. A default-constructed one can never be requested; see make().
 class Cancellation {
 public:
     Cancellation() = default;
     /// Throws std::system_error when the process has no descriptor left.
     static Cancellation make();
-    /// One that can be requested by itself, and is when this one is. Throws as make().
+    /// A child: it can be requested on its own, and is requested with this one. Throws as make().
     Cancellation linked() const;
 
-    /// Asks all holders to stop; for good. Safe in a signal handler and from any thread.
+    /// Cannot be taken back. Safe in a signal handler and from any thread.
     void request() const noexcept;
     bool isRequested() const noexcept;
-    /// Becomes readable, and stays so, once the request was made; -1 when it never can be. Only to be polled.
+    /// For poll() only: readable from the request on; -1 when there can be no request.
     int descriptor() const noexcept;
 
 private:
@@ -25,11 +25,10 @@ private:
     std::shared_ptr<const State> state_;
 };
 
-/// Blocks for so many seconds. Throws Cancelled as soon as the request is made; std::system_error.
+/// Blocks for this time. Throws Cancelled as soon as cancellation is requested; std::system_error.
 void sleepUnlessCancelled(double seconds, const Cancellation& cancellation);
 
-/// Thrown by work that stopped because it was asked to. Not a failure of the file at hand, so it is no
-/// CompressionError and nothing may take it for one.
+/// Thrown by work that stopped on request. It is not a failure of the file, hence no CompressionError.
 class Cancelled : public std::exception {
 public:
     const char* what() const noexcept override;

@@ -14,7 +14,7 @@
 #include <cerrno>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <system_error>
 
@@ -50,8 +50,8 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-/// Standard input is empty: a tool must never eat what is meant for us. Further descriptors are closed, since
-/// what others open in our process, or handed down to it, may lack close-on-exec.
+/// Standard input is empty, because a tool must not read the input of this program. Further descriptors are
+/// closed: libraries may open them without close-on-exec, and this process may have inherited some.
 int prepareDescriptors(SpawnActions& actions, const FileDescriptor& output, const FileDescriptor& errors,
                        const FileDescriptor& held) {
     int code = posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
@@ -59,14 +59,14 @@ int prepareDescriptors(SpawnActions& actions, const FileDescriptor& output, cons
     code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), errors.get(), STDERR_FILENO);
     int next = STDERR_FILENO + 1;
     if (held) {
-        // The last one, as it may overwrite the original of another.
+        // Last, because it may overwrite the source of another dup2.
         code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), held.get(), next);
         ++next;
     }
     return code != 0 ? code : posix_spawn_file_actions_addclosefrom_np(actions.get(), next);
 }
 
-/// A group of its own, and the default handling of the signals that our own process may ignore or block.
+/// A new process group, and default handling of signals that this process may ignore or block.
 int prepareGroupAndSignals(SpawnAttributes& attributes) {
     sigset_t none;
     sigset_t all;
@@ -79,27 +79,18 @@ int prepareGroupAndSignals(SpawnAttributes& attributes) {
     return code != 0 ? code : posix_spawnattr_setflags(attributes.get(), static_cast<short>(flags));
 }
 
-void append(std::vector<char*>& vector, const std::vector<std::string>& words) {
-    std::transform(words.begin(), words.end(), std::back_inserter(vector),
-                   [](const std::string& word) { return const_cast<char*>(word.c_str()); });
+/// The pointers refer to the given texts.
+std::vector<char*> argumentVector(const URL& executable, const std::vector<std::string>& arguments) {
+    std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
+    std::transform(arguments.begin(), arguments.end(), std::back_inserter(vector),
+                   [](const std::string& argument) { return const_cast<char*>(argument.c_str()); });
     vector.push_back(nullptr);
-}
-
-bool isSet(const std::string& variable) {
-    return std::getenv(variable.substr(0, variable.find('=')).c_str()) != nullptr;
+    return vector;
 }
 
 pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, const FileDescriptor& output,
-            const FileDescriptor& errors, std::vector<std::string> variables, const FileDescriptor& held) {
-    std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
-    append(vector, arguments);
-    std::vector<char*> environment;
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        environment.push_back(*variable);
-    }
-    std::erase_if(variables, isSet);
-    append(environment, variables);
-
+            const FileDescriptor& errors, const FileDescriptor& held) {
+    std::vector<char*> vector = argumentVector(executable, arguments);
     SpawnActions actions;
     SpawnAttributes attributes;
     pid_t pid = -1;
@@ -107,19 +98,19 @@ pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, co
     code = code != 0 ? code : prepareGroupAndSignals(attributes);
     code = code != 0 ? code
                      : ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), vector.data(),
-                                     environment.data());
+                                     environ);
     if (code != 0) {
         throw FileSystemError(launchAttempt, executable, code);
     }
     return pid;
 }
 
-/// glibc 2.36 declares pidfd_open without C linkage, so that C++ cannot link it.
+/// glibc 2.36 declares pidfd_open without C linkage, so C++ cannot link it.
 int openProcess(pid_t pid) {
     return static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
 }
 
-/// The time left for poll(), rounded up so that it does not spin at the end.
+/// The remaining time for poll(), rounded up so that the loop does not spin at the end.
 int remainingMilliseconds(Clock::time_point start, Seconds timeout) {
     const std::chrono::duration<double, std::milli> left = timeout - (Clock::now() - start);
     return static_cast<int>(
@@ -130,8 +121,8 @@ int remainingMilliseconds(Clock::time_point start, Seconds timeout) {
 
 ChildProcess::ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
                            const FileDescriptor& output, const FileDescriptor& errors,
-                           const std::vector<std::string>& variables, const FileDescriptor& held)
-    : pid_(spawn(executable, arguments, output, errors, variables, held)), pidfd_(openProcess(pid_)) {
+                           const FileDescriptor& held)
+    : pid_(spawn(executable, arguments, output, errors, held)), pidfd_(openProcess(pid_)) {
     if (!pidfd_) {
         const int code = errno;
         ::kill(-pid_, SIGKILL);
@@ -170,7 +161,7 @@ void ChildProcess::stop(Seconds grace) {
     ::kill(-pid_, SIGTERM);
     if (wait(grace) != Wake::exited) {
         ::kill(-pid_, SIGKILL);
-        // An exit by SIGKILL may still take as long as the kernel needs to free what the child held.
+        // The kernel may need time to free the child's resources.
         while (wait(Seconds(60)) != Wake::exited) {
         }
     }
@@ -181,8 +172,7 @@ int ChildProcess::reap() {
     const auto id = static_cast<id_t>(pid_);
     while (::waitid(P_PID, id, &status, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
     }
-    // The child is not reaped yet, so nobody else can have its number and this reaches only its own
-    // descendants.
+    // Before reaping the child: its number cannot be reused yet, so the signal reaches only its descendants.
     ::kill(-pid_, SIGKILL);
     while (::waitid(P_PID, id, &status, WEXITED) != 0 && errno == EINTR) {
     }

@@ -18,7 +18,7 @@ Event::Event() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 void Event::set() const noexcept {
     const int interruptedCode = errno;
     constexpr eventfd_t one = 1;
-    // It fails only when the counter is full, that is when the event is set already.
+    // Fails only when the counter is full, and then the event is set already.
     [[maybe_unused]] const int result = ::eventfd_write(descriptor(), one);
     errno = interruptedCode;
 }

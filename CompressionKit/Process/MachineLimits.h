@@ -4,16 +4,15 @@
 
 #include <cstdint>
 
-/// What this process may use of the machine. `root` is where /proc and /sys are found; what cannot be read
-/// there limits nothing.
+/// The share of the machine that this process may use. `root` is the folder that contains proc and sys; files
+/// that cannot be read there set no limit.
 namespace tarnwick::MachineLimits {
 
-/// The processors that this process may run on, and no more than the quotas of its control groups come to,
-/// rounded up; at least 1.
+/// The number of processors that this process may run on, limited by the quotas of its control groups
+/// (rounded up); at least 1.
 int processors(const URL& root = URL::file("/"));
 
-/// The bytes of memory that could be taken now without swapping, and no more than its control groups still
-/// allow.
+/// The bytes of memory that are available without swapping, limited by the control groups.
 std::int64_t availableMemory(const URL& root = URL::file("/"));
 
 } // namespace tarnwick::MachineLimits

@@ -9,12 +9,12 @@
 namespace tarnwick {
 namespace {
 
-/// The rest is for this process itself and for what else runs on the machine.
+/// The rest is for this process and for other programs.
 constexpr std::int64_t memoryFraction = 2;
 
 } // namespace
 
-/// One that waits until `granted` is set, which happens under the lock.
+/// Waits until `granted` is set, which happens under the lock.
 struct ToolBudget::Request {
     std::int64_t memory;
     Event granted = {};
@@ -60,7 +60,7 @@ bool ToolBudget::fits(std::int64_t memory) const {
     return running_ == 0 || (running_ < capacity_.processors && memory <= capacity_.memory - memoryInUse_);
 }
 
-/// Gives the first that wait their shares, as far as the budget goes.
+/// Grants waiting requests in order, as long as the first one fits.
 void ToolBudget::grant() {
     while (!waiting_.empty()) {
         if (running_ == 0) {
@@ -79,7 +79,7 @@ void ToolBudget::grant() {
 
 void ToolBudget::leave(const Request& request) {
     waiting_.erase(std::find(waiting_.begin(), waiting_.end(), &request));
-    // It may have been what the others waited behind.
+    // The others may have waited for this request only.
     grant();
 }
 

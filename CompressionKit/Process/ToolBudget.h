@@ -9,9 +9,9 @@
 
 namespace tarnwick {
 
-/// What the tools of this process may take of the machine together: so many at a time as there are
-/// processors, and so much memory. First come, first served: nothing that would fit passes one that waits, so
-/// that nothing waits for ever. Safe from any thread.
+/// Limits the tools that this process runs at the same time: at most one for each processor, and together no
+/// more than the given memory. Requests are served strictly in order, so a large one is never starved by
+/// small ones. Safe from any thread.
 class ToolBudget {
 public:
     struct Capacity {
@@ -20,7 +20,7 @@ public:
         std::int64_t memory = 0;
     };
 
-    /// A run's part of the budget, given back on destruction. The budget must outlive it.
+    /// The part of the budget that one run uses; the destructor gives it back. The budget must outlive it.
     class Share {
     public:
         Share(Share&& other) noexcept;
@@ -37,18 +37,18 @@ public:
         std::int64_t memory_;
     };
 
-    /// `capacity` is asked whenever a share is taken while none is out, since the machine's load changes.
+    /// `capacity` is called whenever a share is taken while no other is in use, because the machine's load
+    /// changes.
     explicit ToolBudget(std::function<Capacity()> capacity);
     ToolBudget(const ToolBudget&) = delete;
     ToolBudget& operator=(const ToolBudget&) = delete;
     ~ToolBudget() = default;
 
-    /// The process's own: its processors, and half of the memory that is available to it.
+    /// The budget of this process: its processors, and half of its available memory.
     static ToolBudget& shared();
 
-    /// Blocks until one more run, which needs `memory` bytes, has its place. One that needs more than there
-    /// is gets its place when no other has one. Throws Cancelled; std::system_error when the process has no
-    /// descriptor left.
+    /// Blocks until there is room for a run that needs `memory` bytes. A run that needs more than the whole
+    /// budget runs alone. Throws Cancelled; std::system_error when the process has no descriptor left.
     Share take(std::int64_t memory, const Cancellation& cancellation = {});
 
 private:

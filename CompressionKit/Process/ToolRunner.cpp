@@ -21,12 +21,8 @@ constexpr std::size_t maximumOutputBytes = 1'048'576;
 constexpr std::size_t quotedErrorCharacters = 180;
 constexpr std::chrono::duration<double> terminationGrace{1.0};
 
-/// OpenMP's threads spin for a while when they wait for one another. Beside another tool they would take the
-/// very processor that they wait for: two runs of pngquant at once took longer than one after another.
-const std::vector<std::string> environment = {"OMP_WAIT_POLICY=passive"};
-
-/// The two output streams of one run. Files, not pipes: a chatty tool can never block on them. Their names go
-/// before the tool starts, so that whenever this process is killed, nothing of them is left.
+/// The two output streams of one run. Files, because a tool that writes much would block on pipes. They are
+/// unlinked before the tool starts, so a killed process leaves no files behind.
 class ToolLog {
 public:
     ToolLog() {
@@ -52,7 +48,7 @@ private:
     FileDescriptor errors_;
 };
 
-std::string beginningOf(const FileDescriptor& log, std::size_t maximumBytes) {
+std::string readOutput(const FileDescriptor& log, std::size_t maximumBytes) {
     std::string bytes(maximumBytes, '\0');
     std::size_t held = 0;
     while (held < maximumBytes) {
@@ -69,6 +65,13 @@ std::string beginningOf(const FileDescriptor& log, std::size_t maximumBytes) {
     }
     bytes.resize(held);
     return decodeUTF8(bytes);
+}
+
+/// The part of the tool's error output that belongs in a message.
+std::string quotedErrors(const FileDescriptor& log) {
+    std::string text = firstCharacters(readOutput(log, maximumErrorBytes), quotedErrorCharacters);
+    text.erase(text.find_last_not_of("\r\n") + 1);
+    return text;
 }
 
 } // namespace
@@ -100,11 +103,11 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     if (cancellation_.isRequested()) {
         throw Cancelled();
     }
-    // Before the child, so that the child is gone when its share is given back.
+    // Destroyed after the child, so that the child has ended when its share is given back.
     const ToolBudget::Share share = budget_->take(memory, cancellation_);
     const ToolLog log;
     static const FileDescriptor nothing;
-    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(), environment,
+    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(),
                        note_ != nullptr ? note_->lock() : nothing);
     const auto wake = child.wait(std::chrono::duration<double>(timeout), cancellation_);
     if (wake != ChildProcess::Wake::exited) {
@@ -116,11 +119,10 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
         throw CompressionError::toolFailed(tool + " 超时");
     }
     if (const int status = child.reap(); status != 0) {
-        const std::string errors =
-            firstCharacters(beginningOf(log.errors(), maximumErrorBytes), quotedErrorCharacters);
-        throw CompressionError::toolFailed(fmt::format("{}（退出码 {}）：{}", tool, status, errors));
+        throw CompressionError::toolFailed(
+            fmt::format("{}（退出码 {}）：{}", tool, status, quotedErrors(log.errors())));
     }
-    return beginningOf(log.output(), maximumOutputBytes);
+    return readOutput(log.output(), maximumOutputBytes);
 }
 
 } // namespace tarnwick

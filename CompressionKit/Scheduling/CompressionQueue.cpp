@@ -36,18 +36,18 @@ std::string CompressionQueue::fileIdentity(const URL& url) {
     std::error_code error;
     const std::filesystem::path path(url.path());
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
-    // What cannot be resolved (links in a circle, a folder without access) cannot be worked on either.
+    // A path that cannot be resolved (a loop of links, a folder without access) cannot be opened either.
     return error ? path.lexically_normal().native() : resolved.native();
 }
 
 void CompressionQueue::stop() {
-    // An end of the waiting for permits is an ordinary end of those jobs.
+    // Jobs that wait for a permit fail, and complete like any other failed job.
     stop_.request_stop();
     asio::post(actor_, [this] { startReadyJobs(); });
 }
 
 void CompressionQueue::submit(const URL& url, std::unique_ptr<BackgroundJob> work) {
-    // The identity is asked for on the actor: a slow file system must not hold up the caller.
+    // The identity is resolved on the actor, because a slow file system must not block the caller.
     asio::post(actor_, [this, url, work = std::move(work)]() mutable {
         pending_.push_back({fileIdentity(url), std::move(work)});
         startReadyJobs();
@@ -101,7 +101,7 @@ std::exception_ptr CompressionQueue::perform(const Job& job) const {
     }
 }
 
-// Not on the actor itself: a handler may run within this call, and must not hold up the actor.
+// Not on the actor: a handler may run within this call, and must not block the actor.
 void CompressionQueue::complete(std::unique_ptr<BackgroundJob> work, std::exception_ptr error) {
     asio::post(worker_, [work = std::move(work), error = std::move(error)]() mutable {
         work->complete(std::move(error));

@@ -17,41 +17,42 @@
 
 namespace tarnwick {
 
-/// The one way by which a process works on files: first come, first served, at most one job a file and at
-/// most `limit` jobs at a time; an ExecutionPermit for each job holds the same against other processes. All
+/// Runs all jobs on files of this process, in the order of submission: at most one job for each file and at
+/// most `limit` jobs at a time. Each job holds an ExecutionPermit, so the same is true across processes. All
 /// functions may be called from any thread.
 class CompressionQueue {
 public:
     static constexpr int maximumConcurrentTasks = 10;
 
-    /// The limit is brought into the range from 1 to maximumConcurrentTasks. All processes that share a
+    /// The limit is clamped to the range from 1 to maximumConcurrentTasks. All processes that share a
     /// coordination directory, by default Tarnwick/CompressionLocks in the user's application data, must use
-    /// one limit.
+    /// the same limit.
     explicit CompressionQueue(int maxConcurrentTasks, URL coordinationDirectory = defaultDirectory());
     CompressionQueue(const CompressionQueue&) = delete;
     CompressionQueue& operator=(const CompressionQueue&) = delete;
-    /// Stops, and returns when the running operations have ended and all jobs have completed. Not to be
-    /// called by a job. The executors of the handlers that still wait must be there.
+    /// Calls stop() and waits until the running operations have ended and all jobs have completed. A job must
+    /// not call it. The executors of pending handlers must still exist.
     ~CompressionQueue();
 
-    /// The process's own queue. It ends with the process, in the way its destructor says.
+    /// The queue of this process, destroyed when the process exits.
     static CompressionQueue& shared();
 
-    /// The same text for all paths that lead to one file, through links too; hard links stay different files.
-    /// The file need not exist.
+    /// The same text for all paths to a file, also through symbolic links; hard links count as different
+    /// files. The file need not exist.
     static std::string fileIdentity(const URL& url);
 
     int limit() const noexcept { return limit_; }
 
-    /// Runs `operation` when it is the file's turn, and completes with what it returns or throws: the
-    /// signature is void(std::exception_ptr, Result), or void(std::exception_ptr) for a void operation.
+    /// Runs `operation` when it is the file's turn, and completes with its result or exception. The
+    /// completion signature is void(std::exception_ptr, Result), or void(std::exception_ptr) for a void
+    /// operation.
     ///
     /// `operation` and, before it, `onStart` run on one of the queue's threads while the job holds its
-    /// permit; both may block. What either throws ends the job, and so does an error of the permit. The
-    /// permit is free, and both functions are destroyed, before the completion handler is called through its
-    /// associated executor; without one it runs on a thread of the queue and must not block.
+    /// permit; both may block. An exception of either, or of the permit, ends the job. Then the permit is
+    /// released, both functions are destroyed, and the completion handler runs on its associated executor;
+    /// without one it runs on a thread of the queue and must not block.
     ///
-    /// A job cannot be cancelled by itself; stop() ends all that wait.
+    /// A single job cannot be cancelled; stop() ends all waiting jobs.
     template <typename Operation, typename CompletionToken>
     auto run(const URL& url, std::function<void()> onStart, Operation operation, CompletionToken&& token) {
         auto work = [onStart = std::move(onStart), operation = std::move(operation)]() mutable {
@@ -74,9 +75,9 @@ public:
         return run(url, nullptr, std::move(operation), std::forward<CompletionToken>(token));
     }
 
-    /// Completes the jobs whose operation has not begun, and those submitted from now on, with
-    /// std::system_error of std::errc::operation_canceled. Running operations go on; when they
-    /// occupy all threads, the others complete as soon as one of them ends. Does not wait for any of it.
+    /// Completes all jobs whose operation has not begun, and all later ones, with std::system_error of
+    /// std::errc::operation_canceled. Running operations continue; if they occupy all threads, the other jobs
+    /// complete when one of them ends. Returns at once.
     void stop();
 
 private:
@@ -99,11 +100,11 @@ private:
     const int limit_;
     const URL coordinationDirectory_;
     std::stop_source stop_;
-    // A thread for each job that runs. The actor needs none of its own: it has something to do only when a
-    // job comes, which may wait while all threads are taken, or when one ends and leaves its thread.
+    // One thread for each running job. The actor needs none of its own: it runs only when a job is submitted,
+    // which can wait for a free thread, and when a job ends, which frees a thread.
     asio::thread_pool worker_;
     asio::strand<Executor> actor_;
-    // Touched by the actor only.
+    // Used by the actor only.
     std::deque<Job> pending_;
     std::set<std::string> activeKeys_;
 };

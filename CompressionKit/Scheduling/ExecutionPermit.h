@@ -8,17 +8,16 @@
 
 namespace tarnwick {
 
-/// The right to work on one file, valid across processes: its holder alone works on the file `key`, and at
-/// most `capacity` holders work at a time among all processes that use the same directory and capacity.
+/// The exclusive right to work on the file `key`, valid across processes. At most `capacity` permits exist at
+/// a time among all processes that use the same directory and capacity.
 ///
-/// It is made of flock locks on files in `directory`, which are never deleted; only the lock on them counts.
-/// The kernel frees the locks of a process that ends, however it ends, and child processes don't inherit
-/// them.
+/// A permit is a pair of flock locks on files in `directory`, which are never deleted. The kernel frees the
+/// locks when the process ends for any reason; child processes do not inherit them.
 class ExecutionPermit final {
 public:
-    /// Blocks until the permit is held: first for the file, in the order of arrival, then for one of the
-    /// slots. Creates `directory` where it is missing. A capacity of 0 waits for a stop; a negative one
-    /// aborts the process.
+    /// Blocks until the permit is held: first for the file, in the order of arrival, then for a slot. Creates
+    /// `directory` if it is missing. A capacity of 0 waits until `stop` is requested; a negative one aborts
+    /// the process.
     ///
     /// Throws FileSystemError when the directory cannot be created, CompressionError::fileOperation when a
     /// lock cannot be created or taken, and std::system_error of std::errc::operation_canceled when `stop`
@@ -31,7 +30,7 @@ public:
 
 private:
     FileDescriptor fileDescriptor_;
-    // Destroyed first: whoever gets the file next finds a slot free.
+    // Destroyed first, so that the next permit for the file finds a free slot.
     FileDescriptor capacityDescriptor_;
 };
 

@@ -7,26 +7,28 @@
 
 namespace tarnwick::test {
 
-/// Sets an environment variable for a scope.
+/// Sets or unsets an environment variable for a scope.
 class EnvironmentVariable {
 public:
-    EnvironmentVariable(std::string name, const std::string& value) : name_(std::move(name)) {
+    EnvironmentVariable(std::string name, const std::optional<std::string>& value) : name_(std::move(name)) {
         if (const char* old = std::getenv(name_.c_str())) {
             old_ = old;
         }
-        ::setenv(name_.c_str(), value.c_str(), 1);
+        set(value);
     }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-    ~EnvironmentVariable() {
-        if (old_) {
-            ::setenv(name_.c_str(), old_->c_str(), 1);
+    ~EnvironmentVariable() { set(old_); }
+
+private:
+    void set(const std::optional<std::string>& value) const {
+        if (value) {
+            ::setenv(name_.c_str(), value->c_str(), 1);
         } else {
             ::unsetenv(name_.c_str());
         }
     }
 
-private:
     std::string name_;
     std::optional<std::string> old_;
 };

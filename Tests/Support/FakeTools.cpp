@@ -39,6 +39,13 @@ void FakeTools::remove(const std::string& tool) const {
     removeFile(folder_ / tool);
 }
 
+void FakeTools::makeReachable(const std::string& tool) const {
+    namespace fs = std::filesystem;
+    remove(tool);
+    fs::copy_file(TARNWICK_FAKE_TOOL, (folder_ / tool).path());
+    fs::permissions(folder().path(), fs::perms::all);
+}
+
 void FakeTools::script(const std::string& tool, const Script& script) const {
     folder_.file(tool + ".script", encoded(script));
 }

@@ -19,6 +19,8 @@ public:
 
     const URL& folder() const { return folder_.url(); }
     void remove(const std::string& tool) const;
+    /// Replaces the tool's link by a copy, and opens the folder, for users who cannot reach the build folder.
+    void makeReachable(const std::string& tool) const;
     /// The script of every run without a script of its own.
     void script(const std::string& tool, const Script& script) const;
     /// The script of the runs with an argument that contains `word`, for parallel runs, whose order is open.

@@ -3,7 +3,8 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/UUID.h"
 #include "History/UndoStore.h"
-#include "Support/PNGMaker.h"
+#include "Support/Failure.h"
+#include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -13,16 +14,12 @@
 
 namespace tarnwick::test {
 
-/// A store in a folder of its own, and replacements made in it as a compression makes them.
+/// A store in a temporary folder, with replacements as a compression makes them.
 class HistoryFixture : public testing::Test {
 protected:
-    /// A small picture whose bytes depend on `shade`.
+    /// A small picture whose bytes depend on `shade`: bytes behind the end do no harm.
     URL picture(std::string_view name, std::uint8_t shade) const {
-        URL url = folder / name;
-        PNGOptions options;
-        options.pattern = [shade](std::int64_t, std::int64_t) { return Pixel{shade, 0, 0, 255}; };
-        writePNG(url, options);
-        return url;
+        return folder.file(name, pictureText("photo-small.png") + static_cast<char>(shade));
     }
 
     /// Replaces `original` by another picture under a committed record.
@@ -33,7 +30,7 @@ protected:
         return store.commit(record);
     }
 
-    /// Rewrites the record as if it had been made `seconds` ago.
+    /// Rewrites the record with a time `seconds` ago.
     UndoRecord aged(UndoRecord record, double seconds) const {
         record.createdAt = Date::now().adding(-seconds);
         return store.commit(record);

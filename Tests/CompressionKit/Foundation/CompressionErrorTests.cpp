@@ -9,7 +9,7 @@
 namespace tarnwick {
 namespace {
 
-TEST(CompressionErrorTests, describesEachCase) {
+TEST(CompressionErrorTest, DescribesEachCase) {
     EXPECT_EQ(CompressionError::toolMissing("cjpegli").errorDescription(), "缺少压缩组件：cjpegli");
     EXPECT_EQ(CompressionError::toolFailed("x 超时").errorDescription(), "压缩组件运行失败：x 超时");
     EXPECT_EQ(CompressionError::fileOperation("").errorDescription(), "");
@@ -21,7 +21,7 @@ TEST(CompressionErrorTests, describesEachCase) {
     EXPECT_EQ(CompressionError::unsafeRestore().errorDescription(), "文件已被修改，无法直接恢复");
 }
 
-TEST(CompressionErrorTests, fileSystemErrorsNameThePathOnOneLine) {
+TEST(CompressionErrorTest, FileSystemErrorsNameThePathOnOneLine) {
     const FileSystemError error("无法打开文件", URL::file("/tmp/a\nb\xFF"), EACCES);
     EXPECT_EQ(errorDescription(error), "无法打开文件“/tmp/a\uFFFDb\uFFFD”：Permission denied");
     EXPECT_FALSE(error.isOutOfSpace());

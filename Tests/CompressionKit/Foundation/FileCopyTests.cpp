@@ -1,4 +1,5 @@
 #include "Foundation/FileCopy.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Support/TemporaryFolder.h"
 
@@ -34,7 +35,7 @@ bool setAccessList(const URL& url, const char* text) {
     return isSet;
 }
 
-TEST(FileCopyTests, copiesBytesAndAttributes) {
+TEST(FileCopyTest, CopiesBytesAndAttributes) {
     const TemporaryFolder folder;
     const std::string bytes(3'000'001, 'z');
     const URL source = folder.file("source", bytes);
@@ -61,7 +62,7 @@ TEST(FileCopyTests, copiesBytesAndAttributes) {
     }
 }
 
-TEST(FileCopyTests, keepsAnotherOwnerWherePermitted) {
+TEST(FileCopyTest, KeepsAnotherOwnerWherePermitted) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give files away";
     }
@@ -75,7 +76,7 @@ TEST(FileCopyTests, keepsAnotherOwnerWherePermitted) {
     EXPECT_EQ(statusOf(folder / "copy").st_mode & 07777U, 0440U);
 }
 
-TEST(FileCopyTests, neverWritesOverAFile) {
+TEST(FileCopyTest, NeverWritesOverAFile) {
     const TemporaryFolder folder;
     const URL source = folder.file("source", "new");
     const URL taken = folder.file("taken", "old");

@@ -1,84 +1,65 @@
-#include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
-#include "Foundation/FileContents.h"
-#include "Foundation/FileDescriptor.h"
-#include "Foundation/FileOperations.h"
+#include "Foundation/FileLock.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/FileVersion.h"
 #include "Foundation/SHA256.h"
+#include "Foundation/Text.h"
+#include "Support/Failure.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <filesystem>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
-using test::TemporaryFolder;
-
-template <typename Operation>
-std::string failureOf(Operation operation) {
-    try {
-        operation();
-    } catch (const CompressionError& error) {
-        return error.errorDescription();
-    }
-    return "no failure";
-}
-
-TEST(FileOperationsTests, renamesInOneStep) {
+TEST(FileOperationsTest, RenamesInOneStep) {
     const TemporaryFolder folder;
     const URL source = folder.file("source\n-x", "new");
     const URL destination = folder.file("\xFF destination", "old");
     atomicRename(source, destination);
-    EXPECT_EQ(test::contents(destination), "new");
+    EXPECT_EQ(contents(destination), "new");
     EXPECT_EQ(folder.listing(), "\xFF destination");
     EXPECT_EQ(failureOf([&] { atomicRename(source, destination); }),
               "替换文件失败：No such file or directory");
-    EXPECT_EQ(test::contents(destination), "new");
+    EXPECT_EQ(contents(destination), "new");
 }
 
-TEST(FileOperationsTests, nudgesWatchersWithoutAChange) {
+TEST(FileOperationsTest, NudgesWatchersWithoutAChange) {
     const TemporaryFolder folder;
     const URL file = folder.file("photo", "bytes");
     const FileDescriptor watcher(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
     ASSERT_GE(::inotify_add_watch(watcher.get(), folder.url().c_str(), IN_ATTRIB), 0);
-    struct stat before {};
-    ASSERT_EQ(::stat(file.c_str(), &before), 0);
+    const struct stat before = statusOf(file);
     nudgeWatchers(file);
     alignas(inotify_event) std::array<char, 4096> event{};
     ASSERT_GT(::read(watcher.get(), event.data(), event.size()), 0);
     EXPECT_STREQ(reinterpret_cast<const inotify_event*>(event.data())->name, "photo");
-    struct stat after {};
-    ASSERT_EQ(::stat(file.c_str(), &after), 0);
-    EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
-    EXPECT_EQ(after.st_atim.tv_nsec, before.st_atim.tv_nsec);
+    EXPECT_EQ(statusOf(file).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+    EXPECT_EQ(statusOf(file).st_atim.tv_nsec, before.st_atim.tv_nsec);
     nudgeWatchers(folder / "absent");
 }
 
-TEST(FileOperationsTests, movesOnlyWhereNothingStands) {
+TEST(FileOperationsTest, MovesOnlyToAFreeName) {
     const TemporaryFolder folder;
     const URL source = folder.file("source", "new");
     const URL taken = folder.file("taken", "old");
-    const URL dangling = folder / "dangling";
-    std::filesystem::create_symlink("nowhere", dangling.path());
+    std::filesystem::create_symlink("nowhere", (folder / "dangling").path());
     EXPECT_FALSE(atomicRenameIfAbsent(source, taken));
-    EXPECT_FALSE(atomicRenameIfAbsent(source, dangling));
-    EXPECT_EQ(test::contents(taken), "old");
+    EXPECT_FALSE(atomicRenameIfAbsent(source, folder / "dangling"));
+    EXPECT_EQ(contents(taken), "old");
     EXPECT_TRUE(atomicRenameIfAbsent(source, folder / "free"));
-    EXPECT_EQ(test::contents(folder / "free"), "new");
+    EXPECT_EQ(contents(folder / "free"), "new");
     EXPECT_EQ(folder.listing(), "dangling free taken");
     EXPECT_EQ(failureOf([&] { atomicRenameIfAbsent(source, folder / "other"); }),
               "保存 PNG 失败：No such file or directory");
 }
 
-TEST(FileOperationsTests, hashesWholeFiles) {
+TEST(FileOperationsTest, HashesWholeFiles) {
     const TemporaryFolder folder;
     EXPECT_EQ(hash(folder.file("empty", "")),
               "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
@@ -95,7 +76,7 @@ TEST(FileOperationsTests, hashesWholeFiles) {
     EXPECT_THROW(hash(folder.url()), FileSystemError);
 }
 
-TEST(FileOperationsTests, readsAndWritesWithinLimits) {
+TEST(FileOperationsTest, ReadsWithinLimits) {
     const TemporaryFolder folder;
     const std::string text(200'000, 'y');
     const URL file = folder.file("file", text);
@@ -103,32 +84,48 @@ TEST(FileOperationsTests, readsAndWritesWithinLimits) {
     EXPECT_EQ(readFilePrefix(file, 1'000'000).size(), text.size());
     EXPECT_EQ(readFile(file, text.size()).size(), text.size());
     EXPECT_THROW(readFile(file, text.size() - 1), FileSystemError);
+    EXPECT_EQ(readIfPresent(file), text);
+    EXPECT_FALSE(readIfPresent(folder / "missing"));
+    std::filesystem::create_symlink("nowhere", (folder / "dangling").path());
+    EXPECT_THROW(readIfPresent(folder / "dangling"), FileSystemError);
+}
 
-    const Bytes bytes = {'n', 'e', 'w'};
-    writeFileAtomically(file, bytes);
-    EXPECT_EQ(test::contents(file), "new");
-    EXPECT_EQ(folder.listing(), "file");
+TEST(FileOperationsTest, WritesWithModesThroughLinksAndReportsAFullDisk) {
+    const TemporaryFolder folder;
+    const URL file = folder.file("file", "old");
+    writeFileAtomically(file, bytesOf("new"));
+    EXPECT_EQ(modeOfFile(file, 0), 0600U);
+    std::filesystem::create_symlink("file", (folder / "link").path());
+    const mode_t mask = ::umask(0077);
+    writeFileAtomically(resolvingLinks(folder / "link"), bytesOf("newer"), 0755);
+    ::umask(mask);
+    EXPECT_EQ(contents(file), "newer");
+    EXPECT_EQ(modeOfFile(folder / "link", 0), 0755U);
+    EXPECT_TRUE(std::filesystem::is_symlink((folder / "link").path()));
+    EXPECT_EQ(folder.listing(), "file link");
     try {
-        writeFile(URL::file("/dev/full"), bytes);
-        FAIL() << "a full disk went unnoticed";
+        writeFile(URL::file("/dev/full"), bytesOf("x"));
+        FAIL() << "a full disk was not noticed";
     } catch (const FileSystemError& error) {
         EXPECT_TRUE(error.isOutOfSpace());
     }
 }
 
-TEST(FileOperationsTests, noticesEveryChangeOfAFile) {
+TEST(FileOperationsTest, NoticesEveryChangeOfAFile) {
     const TemporaryFolder folder;
     const URL file = folder.file("file", "old");
     const FileVersion before = FileVersion::of(file);
     EXPECT_EQ(FileVersion::of(file), before);
     const auto modified = std::filesystem::last_write_time(file.path());
-    ::usleep(20'000);
-    folder.file("file", "new");
-    std::filesystem::last_write_time(file.path(), modified);
-    EXPECT_NE(FileVersion::of(file), before);
+    // The kernel's clock for changes advances every few milliseconds.
+    EXPECT_TRUE(waitUntil([&] {
+        folder.file("file", "new");
+        std::filesystem::last_write_time(file.path(), modified);
+        return FileVersion::of(file) != before;
+    }));
 }
 
-TEST(FileOperationsTests, createsAndRemovesFolders) {
+TEST(FileOperationsTest, CreatesAndRemovesFolders) {
     const TemporaryFolder folder;
     const URL nested = folder / "a/b/c";
     createDirectories(nested);
@@ -152,5 +149,33 @@ TEST(FileOperationsTests, createsAndRemovesFolders) {
     EXPECT_FALSE(itemExists(file.appending("below")));
 }
 
+TEST(FileLockTest, HasOneHolderAtATime) {
+    const TemporaryFolder folder;
+    const URL file = folder / "inner/lock";
+    EXPECT_FALSE(FileLock::isHeld(file));
+    {
+        const auto lock = FileLock::tryAcquire(file);
+        ASSERT_TRUE(lock);
+        EXPECT_TRUE(FileLock::isHeld(file));
+        EXPECT_FALSE(FileLock::tryAcquire(file));
+    }
+    EXPECT_FALSE(FileLock::isHeld(file));
+    EXPECT_TRUE(FileLock::tryAcquire(file));
+    EXPECT_EQ(modeOfFile(file, 0), 0600U);
+    EXPECT_EQ(modeOfFile(folder / "inner", 0), 0700U);
+}
+
+TEST(FileLockTest, AFolderIsLockedByOneHolderAndTheNextWaits) {
+    const TemporaryFolder folder;
+    std::optional<FileLock> lock = FileLock::acquireFolder(folder / "inner");
+    EXPECT_TRUE(FileLock::isHeld(folder / "inner"));
+    auto next = std::async(std::launch::async, [&] { FileLock::acquireFolder(folder / "inner"); });
+    EXPECT_EQ(next.wait_for(aMoment), std::future_status::timeout);
+    lock.reset();
+    next.get();
+    EXPECT_EQ(modeOfFile(folder / "inner", 0), 0700U);
+    EXPECT_TRUE(entries(folder / "inner").empty());
+}
+
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -5,7 +5,7 @@
 namespace tarnwick {
 namespace {
 
-TEST(TextTests, recognisesIllFormedUTF8) {
+TEST(TextTest, RecognisesIllFormedUTF8) {
     for (const char* wellFormed : {"", "abc", "塔维克", "\xF0\x9F\x8C\x8A", "\xED\x9F\xBF", "\xEF\xBF\xBF"}) {
         EXPECT_TRUE(isUTF8(wellFormed)) << wellFormed;
     }
@@ -17,7 +17,7 @@ TEST(TextTests, recognisesIllFormedUTF8) {
     }
 }
 
-TEST(TextTests, replacesWhatIsIllFormedAndKeepsTheRest) {
+TEST(TextTest, ReplacesWhatIsIllFormedAndKeepsTheRest) {
     EXPECT_EQ(decodeUTF8("a\xFF"
                          "b\xE5\xA1"
                          "c\n"),
@@ -26,7 +26,7 @@ TEST(TextTests, replacesWhatIsIllFormedAndKeepsTheRest) {
     EXPECT_EQ(displayText("a\nb\x1B[31m\x7F\xC2\x9B 塔"), "a\uFFFDb\uFFFD[31m\uFFFD\uFFFD 塔");
 }
 
-TEST(TextTests, countsCharactersNotBytes) {
+TEST(TextTest, CountsCharactersNotBytes) {
     EXPECT_EQ(firstCharacters("塔维克abc", 4), "塔维克a");
     EXPECT_EQ(firstCharacters("塔", 5), "塔");
     EXPECT_EQ(trimmed(" \t\r\n85.5 \n"), "85.5");

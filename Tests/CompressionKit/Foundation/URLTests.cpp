@@ -8,7 +8,7 @@
 namespace tarnwick {
 namespace {
 
-TEST(URLTests, takesPathsAsTheyAre) {
+TEST(URLTest, TakesPathsAsTheyAre) {
     EXPECT_EQ(URL::file("-rf").path(), std::filesystem::current_path().native() + "/-rf");
     EXPECT_EQ(URL::file("/a//").path(), "/a");
     EXPECT_EQ(URL::file("/").path(), "/");
@@ -22,7 +22,7 @@ TEST(URLTests, takesPathsAsTheyAre) {
     EXPECT_EQ(URL::file("/tmp/.png").pathExtension(), "");
 }
 
-TEST(URLTests, readsOnlyLocalFileURIs) {
+TEST(URLTest, ReadsOnlyLocalFileURIs) {
     EXPECT_EQ(URL::parse("file:///tmp/a%20b%E5%A1%94%FF")->path(), "/tmp/a b塔\xFF");
     EXPECT_EQ(URL::parse("FILE://localhost/a")->path(), "/a");
     EXPECT_EQ(URL::parse("file:/a")->path(), "/a");
@@ -33,7 +33,7 @@ TEST(URLTests, readsOnlyLocalFileURIs) {
     }
 }
 
-TEST(URLTests, portableTextLosesNoPath) {
+TEST(URLTest, PortableTextLosesNoPath) {
     for (const std::string path :
          {"/tmp/塔维克.png", "/tmp/a\nb%41.png", "/tmp/\xFF\xFE %41?#.png", "/file:/x"}) {
         const URL url = URL::file(path);
@@ -46,7 +46,7 @@ TEST(URLTests, portableTextLosesNoPath) {
     EXPECT_FALSE(fileFromPortablePathText("https://example.org"));
 }
 
-TEST(URLTests, identifiersReadTheirOwnText) {
+TEST(URLTest, IdentifiersReadTheirOwnText) {
     const UUID uuid = UUID::random();
     EXPECT_EQ(UUID::parse(uuid.text()), uuid);
     EXPECT_NE(UUID::random(), uuid);

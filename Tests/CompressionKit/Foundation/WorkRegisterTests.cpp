@@ -7,7 +7,6 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -24,7 +23,7 @@ class WorkRegisterTest : public testing::Test {
 protected:
     WorkRegisterTest() { createDirectories(pictures); }
 
-    /// The note that a process leaves when it is killed.
+    /// The note of a killed process.
     URL deadNote(const UUID& id, const std::string& text) const {
         createDirectories(workRegister.folder());
         return folder.file("data/Tarnwick/Work/" + id.text(), text);
@@ -42,7 +41,7 @@ protected:
     URL pictures = folder / "pictures";
 };
 
-TEST_F(WorkRegisterTest, RemovesWhatDeadProcessesLeft) {
+TEST_F(WorkRegisterTest, RemovesItemsOfDeadProcesses) {
     for (const char* name : {".tarnwick-", "tarnwick-links-"}) {
         const UUID id = UUID::random();
         const URL item = pictures.appending(name + id.text());
@@ -63,7 +62,7 @@ TEST_F(WorkRegisterTest, RemovesWhatDeadProcessesLeft) {
     EXPECT_THAT(entries(workRegister.folder()), IsEmpty());
 }
 
-TEST_F(WorkRegisterTest, TouchesNothingThatIsNotExactlyTheNotesItem) {
+TEST_F(WorkRegisterTest, TouchesOnlyTheItemOfTheNote) {
     const UUID id = UUID::random();
     const std::string name = ".tarnwick-" + id.text();
     const URL other = pictures.appending(".tarnwick-" + UUID::random().text());
@@ -84,7 +83,7 @@ TEST_F(WorkRegisterTest, TouchesNothingThatIsNotExactlyTheNotesItem) {
         EXPECT_EQ(workRegister.sweep().removed, 0) << text;
         EXPECT_EQ(entries(pictures), listed) << text;
     }
-    // A file by the name of a folder, and the reverse.
+    // A file with the name of a folder, and a folder with the name of a file.
     removeFile(link);
     deadNoteOf(id, folder.file("pictures/" + name, "a file"));
     const UUID fileID = UUID::random();
@@ -95,7 +94,7 @@ TEST_F(WorkRegisterTest, TouchesNothingThatIsNotExactlyTheNotesItem) {
     EXPECT_TRUE(isDirectory(pictures.appending("rollback." + fileID.text())));
 }
 
-TEST_F(WorkRegisterTest, KeepsTheNoteOfWhatMayBeOnAnotherDisk) {
+TEST_F(WorkRegisterTest, KeepsTheNoteOfAnItemThatMayBeOnAnotherDisk) {
     const UUID id = UUID::random();
     const URL note = deadNoteOf(id, folder / ("unmounted/.tarnwick-" + id.text()));
     age(note, 29);
@@ -125,7 +124,7 @@ TEST_F(WorkRegisterTest, AnItemIsHeldWhileTheNoteOrACopyOfItsLockIsOpen) {
     EXPECT_THAT(entries(workRegister.folder()), IsEmpty()) << "a note without an item is of no use";
 }
 
-TEST_F(WorkRegisterTest, ANoteThatIsBeingMadeWithstandsASweep) {
+TEST_F(WorkRegisterTest, ASweepKeepsNotesThatAreBeingMade) {
     std::atomic<bool> isOver = false;
     std::thread sweeper([&] {
         while (!isOver) {
@@ -145,7 +144,7 @@ TEST_F(WorkRegisterTest, ANoteThatIsBeingMadeWithstandsASweep) {
     EXPECT_THAT(entries(workRegister.folder()), IsEmpty());
 }
 
-TEST_F(WorkRegisterTest, WithoutARegisterOnlyRestoringGoesOn) {
+TEST_F(WorkRegisterTest, WithoutARegisterOnlyRestoringContinues) {
     folder.file("data", "no folder");
     EXPECT_THROW(WorkNote(pictures, WorkItem::directory), FileSystemError);
     URL copy;
@@ -155,25 +154,6 @@ TEST_F(WorkRegisterTest, WithoutARegisterOnlyRestoringGoesOn) {
         EXPECT_EQ(copy, file.url());
     }
     EXPECT_FALSE(itemExists(copy));
-}
-
-TEST(FileLockTest, HasOneHolderAtATime) {
-    const TemporaryFolder folder;
-    const URL file = folder / "inner/lock";
-    EXPECT_FALSE(FileLock::isHeld(file));
-    {
-        const auto lock = FileLock::tryAcquire(file);
-        ASSERT_TRUE(lock);
-        EXPECT_TRUE(FileLock::isHeld(file));
-        EXPECT_FALSE(FileLock::tryAcquire(file));
-    }
-    EXPECT_FALSE(FileLock::isHeld(file));
-    EXPECT_TRUE(FileLock::tryAcquire(file));
-    struct stat status {};
-    ASSERT_EQ(::stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0600U);
-    ASSERT_EQ(::stat((folder / "inner").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0700U);
 }
 
 } // namespace

@@ -14,9 +14,9 @@ namespace {
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class LeftoversTests : public test::HistoryFixture {
+class LeftoversTest : public test::HistoryFixture {
 protected:
-    LeftoversTests() { createDirectories(folder / "data"); }
+    LeftoversTest() { createDirectories(folder / "data"); }
 
     test::EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
 };
@@ -83,7 +83,7 @@ std::vector<Case> cases() {
     };
 }
 
-TEST_F(LeftoversTests, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole) {
+TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole) {
     for (const Case& tried : cases()) {
         SCOPED_TRACE(tried.what);
         const URL photo = picture("photo.png", 1);
@@ -94,7 +94,7 @@ TEST_F(LeftoversTests, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole
         const std::string before = folder.listing();
         const bool hadBackup = store.hasBackup(record);
 
-        const Leftovers leftovers = removeLeftovers(store);
+        const LeftoversReport leftovers = removeLeftovers(store);
         EXPECT_EQ(folder.listing(), before) << "a picture was touched";
         EXPECT_EQ(leftovers.settledRecords, tried.fate == Fate::kept ? 0 : 1);
         EXPECT_THAT(leftovers.problems, SizeIs(tried.fate == Fate::kept ? 1 : 0));
@@ -119,7 +119,7 @@ TEST_F(LeftoversTests, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole
     }
 }
 
-TEST_F(LeftoversTests, LeavesALiveProcessItsRecordsAndItsUnfinishedFiles) {
+TEST_F(LeftoversTest, LeavesALiveProcessItsRecordsAndItsUnfinishedFiles) {
     createDirectories(folder / "other");
     const UndoRecord mine =
         store.prepare(picture("photo.png", 1), picture("winner.png", 200), UUID::random());
@@ -128,8 +128,8 @@ TEST_F(LeftoversTests, LeavesALiveProcessItsRecordsAndItsUnfinishedFiles) {
         folder.file("store/" + mine.sessionID.text() + "/.tarnwick-write-" + UUID::random().text(), "{");
     {
         const WorkNote note(folder.url(), WorkItem::directory);
-        const Leftovers leftovers = removeLeftovers(store);
-        EXPECT_TRUE(leftovers.isHeld);
+        const LeftoversReport leftovers = removeLeftovers(store);
+        EXPECT_TRUE(leftovers.isIncomplete);
         EXPECT_EQ(leftovers.removed, 0);
         EXPECT_EQ(leftovers.settledRecords, 1) << "nobody works beside the other picture";
     }
@@ -137,14 +137,14 @@ TEST_F(LeftoversTests, LeavesALiveProcessItsRecordsAndItsUnfinishedFiles) {
     EXPECT_EQ(store.readRecords()[0], mine);
     EXPECT_TRUE(itemExists(unfinished));
 
-    const Leftovers leftovers = removeLeftovers(store);
-    EXPECT_FALSE(leftovers.isHeld);
+    const LeftoversReport leftovers = removeLeftovers(store);
+    EXPECT_FALSE(leftovers.isIncomplete);
     EXPECT_EQ(leftovers.removed, 1);
     EXPECT_EQ(leftovers.settledRecords, 1);
     EXPECT_THAT(entries(store.root()), IsEmpty());
 }
 
-TEST_F(LeftoversTests, WaitsItsTurnAndTrustsNoNoteThatItCannotRead) {
+TEST_F(LeftoversTest, WaitsItsTurnAndTrustsNoNoteThatItCannotRead) {
     store.prepare(picture("photo.png", 1), picture("winner.png", 200), UUID::random());
     const WorkRegister workRegister;
     {
@@ -153,7 +153,7 @@ TEST_F(LeftoversTests, WaitsItsTurnAndTrustsNoNoteThatItCannotRead) {
     }
     const URL unreadable = workRegister.folder().appending(UUID::random().text());
     createDirectories(unreadable);
-    const Leftovers leftovers = removeLeftovers(store);
+    const LeftoversReport leftovers = removeLeftovers(store);
     EXPECT_EQ(leftovers.settledRecords, 0);
     EXPECT_THAT(leftovers.problems, SizeIs(1));
     EXPECT_THAT(store.readRecords(), SizeIs(1));

@@ -31,7 +31,7 @@ json encoded(const UndoRecord& record) {
     return json::parse(bytes.begin(), bytes.end());
 }
 
-TEST(UndoRecordTests, writesTheAgreedForm) {
+TEST(UndoRecordTest, WritesTheAgreedForm) {
     const UndoRecord record = decoded(minimalRecord());
     EXPECT_EQ(record.originalPath, "/tmp/photo.jpg");
     EXPECT_EQ(record.originalBytes, 5'000'000'000);
@@ -40,7 +40,7 @@ TEST(UndoRecordTests, writesTheAgreedForm) {
     EXPECT_EQ(encoded(record), minimalRecord());
 }
 
-TEST(UndoRecordTests, survivesTheRoundTripExactly) {
+TEST(UndoRecordTest, SurvivesTheRoundTripExactly) {
     UndoRecord record = decoded(minimalRecord());
     record.createdAt = Date::now();
     record.originalPath = "/tmp/a\n\"\xFF%41";
@@ -53,7 +53,7 @@ TEST(UndoRecordTests, survivesTheRoundTripExactly) {
     EXPECT_EQ(decoded(object), record);
 }
 
-TEST(UndoRecordTests, isUnreadableWithoutAnyRequiredKey) {
+TEST(UndoRecordTest, IsUnreadableWithoutAnyRequiredKey) {
     const json complete = minimalRecord();
     for (const auto& [key, value] : complete.items()) {
         json missing = minimalRecord();
@@ -67,7 +67,7 @@ TEST(UndoRecordTests, isUnreadableWithoutAnyRequiredKey) {
     EXPECT_THROW(UndoRecord::decode({}), CompressionError);
 }
 
-TEST(UndoRecordTests, refusesNamesThatLeadOutOfTheStore) {
+TEST(UndoRecordTest, RefusesNamesThatLeadOutOfTheStore) {
     for (const char* name : {"", ".", "..", "../x", "/etc/passwd", "a/b"}) {
         json record = minimalRecord();
         record["backupName"] = name;

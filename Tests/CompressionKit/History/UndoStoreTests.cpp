@@ -1,55 +1,52 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/HistoryFixture.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <array>
+#include <limits>
 
-namespace tarnwick {
+namespace tarnwick::test {
 namespace {
 
-namespace fs = std::filesystem;
-using test::contents;
+constexpr std::int64_t unlimited = std::numeric_limits<std::int64_t>::max();
 
-class UndoStoreTests : public test::HistoryFixture {};
+class UndoStoreTest : public HistoryFixture {};
 
-TEST_F(UndoStoreTests, preparesACompleteBackupAndRecord) {
+TEST_F(UndoStoreTest, PreparesACompleteBackupAndRecord) {
     const URL original = picture("Photo.PNG", 1);
     const URL winner = picture("winner.png", 2);
     const UUID session = UUID::random();
     const UndoRecord record = store.prepare(original, winner, session);
 
-    const URL directory = store.root().appending(session.text());
-    EXPECT_EQ(store.backupURL(record), directory.appending(record.id.text() + ".png"));
+    EXPECT_EQ(store.backupURL(record),
+              store.root().appending(session.text()).appending(record.id.text() + ".png"));
     EXPECT_EQ(contents(store.backupURL(record)), contents(original));
     EXPECT_EQ(record.state, UndoRecord::State::prepared);
     EXPECT_EQ(record.originalHash, hash(original));
+    EXPECT_EQ(record.originalBytes, fileSize(original));
     EXPECT_EQ(record.replacementHash, hash(winner));
     EXPECT_EQ(record.replacementBytes, fileSize(winner));
     EXPECT_EQ(store.records(), std::vector{record});
     EXPECT_EQ(store.commit(record).state, UndoRecord::State::committed);
     EXPECT_EQ(store.records().front().state, UndoRecord::State::committed);
-    EXPECT_EQ(fs::directory_iterator(directory.path())->path().parent_path(), directory.path());
-
-    struct stat status {};
-    ASSERT_EQ(::stat(store.root().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0700U);
+    for (const URL& directory : {store.root(), store.root().appending(session.text())}) {
+        EXPECT_EQ(modeOfFile(directory, 0), 0700U);
+    }
 }
 
-TEST_F(UndoStoreTests, leavesNothingOfAFailedPreparation) {
+TEST_F(UndoStoreTest, LeavesNothingAfterAFailedPreparation) {
     const URL original = picture("photo.png", 1);
     EXPECT_THROW(store.prepare(original, folder / "missing.png", UUID::random()), FileSystemError);
     EXPECT_THROW(store.prepare(folder / "missing.png", original, UUID::random()), FileSystemError);
-    EXPECT_TRUE(fs::is_empty(store.root().path()));
-
-    const UndoStore blocked(original);
-    EXPECT_THROW(blocked.prepare(original, original, UUID::random()), FileSystemError);
+    EXPECT_TRUE(entries(store.root()).empty());
+    EXPECT_THROW(UndoStore(original).prepare(original, original, UUID::random()), FileSystemError);
 }
 
-TEST_F(UndoStoreTests, listsTheNewestFirstAndPassesOverWhatItCannotRead) {
+TEST_F(UndoStoreTest, ListsTheNewestFirstAndSkipsOrReportsUnreadableRecords) {
     EXPECT_TRUE(store.records().empty());
     const UUID session = UUID::random();
     const UndoRecord old = aged(replaced(picture("old.png", 1), session), 100);
@@ -62,10 +59,10 @@ TEST_F(UndoStoreTests, listsTheNewestFirstAndPassesOverWhatItCannotRead) {
     EXPECT_EQ(store.records(), (std::vector{recent, old}));
     EXPECT_THROW(store.readRecords(), CompressionError);
     EXPECT_THROW(store.removeAll(), CompressionError);
-    EXPECT_EQ(store.records().size(), 2U) << "nothing is removed when not everything can be read";
+    EXPECT_EQ(store.records().size(), 2U) << "nothing is removed unless everything can be read";
 }
 
-TEST_F(UndoStoreTests, deletesRecordsAndEmptyFolders) {
+TEST_F(UndoStoreTest, DeletesRecordsAndEmptyFolders) {
     const UUID session = UUID::random();
     const UndoRecord first = replaced(picture("a.png", 1), session);
     const UndoRecord second = replaced(picture("b.png", 2), session);
@@ -74,31 +71,78 @@ TEST_F(UndoStoreTests, deletesRecordsAndEmptyFolders) {
     EXPECT_EQ(store.records(), std::vector{second});
     EXPECT_FALSE(store.hasBackup(first));
     EXPECT_EQ(store.removeAll(), std::vector{second});
-    EXPECT_TRUE(fs::is_empty(store.root().path()));
+    EXPECT_TRUE(entries(store.root()).empty());
     EXPECT_TRUE(isRegularFile(folder / "a.png")) << "the user's file stays";
 }
 
-TEST_F(UndoStoreTests, saysWhoseBackupCouldNotBeDeleted) {
+TEST_F(UndoStoreTest, NamesThePictureWhoseBackupCannotBeDeleted) {
     const UndoRecord record = replaced(picture("photo.png", 1));
-    const URL backup = store.backupURL(record);
-    removeFile(backup);
-    createDirectories(backup.appending("in the way"));
-    try {
-        store.deleteRecord(record);
-        FAIL() << "a backup that is a folder was deleted";
-    } catch (const CompressionError& error) {
-        EXPECT_EQ(error.errorDescription(), "无法删除 photo.png 的记录或备份：Is a directory");
-    }
+    removeFile(store.backupURL(record));
+    createDirectories(store.backupURL(record));
+    EXPECT_EQ(failureOf([&] { store.deleteRecord(record); }),
+              "无法删除 photo.png 的记录或备份：Is a directory");
     EXPECT_EQ(store.records().size(), 1U);
 }
 
-TEST_F(UndoStoreTests, standsInTheUsersApplicationData) {
-    ASSERT_EQ(::setenv("XDG_DATA_HOME", folder.url().c_str(), 1), 0);
+TEST_F(UndoStoreTest, LiesInTheUsersApplicationData) {
+    const EnvironmentVariable data("XDG_DATA_HOME", folder.url().path());
     EXPECT_EQ(UndoStore().root(), folder / "Tarnwick/Undo");
-    ASSERT_EQ(::setenv("XDG_DATA_HOME", "relative", 1), 0);
-    ASSERT_EQ(::setenv("HOME", "/home/somebody", 1), 0);
+    const EnvironmentVariable relative("XDG_DATA_HOME", "relative");
+    const EnvironmentVariable home("HOME", "/home/somebody");
     EXPECT_EQ(UndoStore().root().path(), "/home/somebody/.local/share/Tarnwick/Undo");
 }
 
+TEST_F(UndoStoreTest, CleanupRemovesBackupsByAgeAndKeepsTheirRecords) {
+    const UndoRecord young = aged(replaced(picture("young.png", 1)), 50);
+    const UndoRecord old = aged(replaced(picture("old.png", 2)), 150);
+    UndoRecord prepared = replaced(picture("prepared.png", 3));
+    prepared.createdAt = Date::now().adding(-1'000);
+    prepared.state = UndoRecord::State::prepared;
+    writeFile(store.root().appending(prepared.sessionID.text()).appending(prepared.id.text() + ".json"),
+              prepared.encoded());
+
+    EXPECT_EQ(store.cleanup(100, unlimited, Date::now()), 1U);
+    EXPECT_TRUE(store.hasBackup(young));
+    EXPECT_FALSE(store.hasBackup(old));
+    EXPECT_TRUE(store.hasBackup(prepared)) << "an interrupted job may still need its backup";
+    EXPECT_EQ(store.records().size(), 3U);
+
+    const UndoRecord exact = aged(young, 0);
+    store.cleanup(100, unlimited, exact.createdAt.adding(100));
+    EXPECT_FALSE(store.hasBackup(exact)) << "the limit itself is too old";
+}
+
+TEST_F(UndoStoreTest, CleanupRemovesTheNewestBackupsOverTheBudget) {
+    std::vector<UndoRecord> records;
+    std::int64_t total = 0;
+    for (const std::uint8_t shade : std::array<std::uint8_t, 3>{1, 2, 3}) {
+        const URL file = picture(std::to_string(shade) + ".png", shade);
+        records.push_back(aged(replaced(file), 10.0 * shade));
+        total += fileSize(store.backupURL(records.back()));
+    }
+    const auto backups = [&](std::int64_t budget) {
+        store.cleanup(1'000, budget, Date::now());
+        std::string kept;
+        for (const UndoRecord& record : records) {
+            kept += store.hasBackup(record) ? '+' : '-';
+        }
+        return kept;
+    };
+    EXPECT_EQ(backups(total), "+++");
+    EXPECT_EQ(backups(total - 1), "-++");
+    EXPECT_EQ(backups(0), "---");
+}
+
+TEST_F(UndoStoreTest, FindsTheNextExpiration) {
+    EXPECT_FALSE(store.nextBackupExpiration());
+    const UndoRecord young = aged(replaced(picture("young.png", 1)), 10);
+    const UndoRecord old = aged(replaced(picture("old.png", 2)), 20);
+    EXPECT_EQ(store.nextBackupExpiration(), old.createdAt.adding(14'400));
+    store.removeBackup(old);
+    EXPECT_EQ(store.nextBackupExpiration(), young.createdAt.adding(14'400));
+    store.removeBackup(young);
+    EXPECT_FALSE(store.nextBackupExpiration());
+}
+
 } // namespace
-} // namespace tarnwick
+} // namespace tarnwick::test

@@ -67,10 +67,10 @@ TEST(ToolBudget, RunsTheOversizedAloneAndInItsTurn) {
     huge.finish();
     ASSERT_TRUE(late.hasBegun());
     late.finish();
-    EXPECT_EQ(asked, 3) << "whenever nothing ran";
+    EXPECT_EQ(asked, 3) << "once whenever nothing ran";
 }
 
-TEST(ToolBudget, LetsTheNextGoWhenOneThatWaitsGivesUp) {
+TEST(ToolBudget, ServesTheNextWhenAWaitingOneIsCancelled) {
     ToolBudget budget([] { return Capacity{.processors = 2, .memory = 100}; });
     HeldJob running = hold(budget, 50);
     ASSERT_TRUE(running.hasBegun());
@@ -86,7 +86,7 @@ TEST(ToolBudget, LetsTheNextGoWhenOneThatWaitsGivesUp) {
     behind.finish();
 }
 
-TEST(ToolBudget, NeverGivesOutMoreThanItHasAndServesEverybody) {
+TEST(ToolBudget, NeverExceedsItselfAndServesEveryRequest) {
     constexpr int processors = 3;
     constexpr std::int64_t memory = 100;
     ToolBudget budget([] { return Capacity{.processors = processors, .memory = memory}; });
@@ -130,7 +130,7 @@ TEST(ToolBudget, ARunWaitsForItsShareAndGivesItBack) {
     EXPECT_TRUE(hold(budget, 0).hasBegun()) << "given back";
 }
 
-TEST(Cancellation, LinkedOnesHearTheirParentAndKeepToThemselves) {
+TEST(Cancellation, ReachesLinkedChildrenButNotTheParent) {
     const auto parent = Cancellation::make();
     const auto child = parent.linked();
     const auto grandchild = child.linked();
@@ -147,7 +147,7 @@ TEST(Cancellation, LinkedOnesHearTheirParentAndKeepToThemselves) {
     EXPECT_TRUE(orphan.isRequested());
 }
 
-/// A machine's files.
+/// A copy of the files in /proc and /sys.
 class MachineLimitsTest : public testing::Test {
 protected:
     void put(const std::string& path, const std::string& text) const {

@@ -1,6 +1,6 @@
-#include "Foundation/CompressionError.h"
 #include "HolderProcess.h"
 #include "Scheduling/CompressionQueue.h"
+#include "Support/Failure.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Waiting.h"
 
@@ -22,7 +22,7 @@
 #include <thread>
 #include <vector>
 
-// The counter of an exception's owners lives in the C++ library, where the thread sanitizer doesn't see it.
+// The reference count of exceptions is in the C++ library, which the thread sanitizer does not instrument.
 extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
     return "race:std::__exception_ptr::exception_ptr::_M_release";
 }
@@ -35,17 +35,10 @@ using asio::use_future;
 
 template <typename Result>
 std::string failureOf(std::future<Result> job) {
-    try {
-        job.get();
-        return "no failure";
-    } catch (const std::system_error& error) {
-        return error.code() == std::errc::operation_canceled ? "canceled" : error.what();
-    } catch (const std::exception& error) {
-        return errorDescription(error);
-    }
+    return test::failureOf([&] { job.get(); });
 }
 
-class CompressionQueueTests : public testing::Test {
+class CompressionQueueTest : public testing::Test {
 protected:
     static HeldJob hold(CompressionQueue& queue, const URL& url) {
         return HeldJob([&](const auto& body) { return queue.run(url, body, use_future); });
@@ -58,7 +51,7 @@ protected:
     const URL c_ = folder_ / "c.png";
 };
 
-TEST_F(CompressionQueueTests, knowsAFileByAllItsPaths) {
+TEST_F(CompressionQueueTest, GivesAllPathsToAFileOneIdentity) {
     namespace fs = std::filesystem;
     createDirectories(folder_ / "real/inner");
     const URL file = folder_.file("real/file", "");
@@ -76,7 +69,7 @@ TEST_F(CompressionQueueTests, knowsAFileByAllItsPaths) {
     EXPECT_EQ(identity("circle"), (folder_ / "circle").path());
 }
 
-TEST_F(CompressionQueueTests, passesOverABusyFileWithoutTakingItsPlace) {
+TEST_F(CompressionQueueTest, SkipsAJobOfABusyFileAndKeepsItsPlace) {
     CompressionQueue queue(2, locks_);
     HeldJob firstA = hold(queue, a_);
     HeldJob secondA = hold(queue, folder_ / "none/../a.png");
@@ -94,14 +87,14 @@ TEST_F(CompressionQueueTests, passesOverABusyFileWithoutTakingItsPlace) {
     c.finish();
 }
 
-TEST_F(CompressionQueueTests, handsOverWhatTheOperationReturnsOrThrows) {
+TEST_F(CompressionQueueTest, CompletesWithTheResultOrTheErrorOfTheOperation) {
     CompressionQueue queue(0, locks_);
     EXPECT_EQ(queue.limit(), 1);
     auto text = std::make_unique<std::string>("moved");
     auto moves = [text = std::move(text)]() mutable { return std::move(text); };
     EXPECT_EQ(*queue.run(a_, std::move(moves), use_future).get(), "moved");
 
-    // Each of these would leave the only slot, or the file, taken.
+    // None of these may keep the only slot, or the file, occupied.
     const auto throws = [] { throw CompressionError::invalidImage(); };
     bool isRun = false;
     EXPECT_EQ(failureOf(queue.run(a_, throws, use_future)), "图片无法解码");
@@ -121,7 +114,7 @@ TEST_F(CompressionQueueTests, handsOverWhatTheOperationReturnsOrThrows) {
               0U);
 }
 
-TEST_F(CompressionQueueTests, holdsThePermitFromStartToEnd) {
+TEST_F(CompressionQueueTest, HoldsThePermitFromStartToEnd) {
     CompressionQueue queue(1, locks_);
     std::string order;
     auto token = std::make_shared<int>();
@@ -139,12 +132,12 @@ TEST_F(CompressionQueueTests, holdsThePermitFromStartToEnd) {
     EXPECT_EQ(token.use_count(), 3) << "the job keeps what it was given";
 }
 
-TEST_F(CompressionQueueTests, completesOnTheHandlersExecutor) {
+TEST_F(CompressionQueueTest, CompletesOnTheHandlersExecutor) {
     CompressionQueue queue(2, locks_);
     asio::io_context loop;
     std::thread::id thread;
     const auto handler = [&](const std::exception_ptr&, int) { thread = std::this_thread::get_id(); };
-    // The loop has nothing else that would keep it running until the job ends.
+    // Only the job keeps the loop running.
     const auto slow = [] { return std::this_thread::sleep_for(aMoment), 7; };
     queue.run(a_, slow, asio::bind_executor(loop, handler));
     loop.run();
@@ -154,7 +147,7 @@ TEST_F(CompressionQueueTests, completesOnTheHandlersExecutor) {
     queue.run(a_, slow, [&](const std::exception_ptr&, int result) { value.set_value(result); });
     EXPECT_EQ(value.get_future().get(), 7);
 
-// Asio does not know every compiler's coroutines.
+// Asio does not support the coroutines of every compiler.
 #ifdef ASIO_HAS_CO_AWAIT
     const auto body = [&]() -> asio::awaitable<void> {
         EXPECT_EQ(co_await queue.run(
@@ -170,7 +163,7 @@ TEST_F(CompressionQueueTests, completesOnTheHandlersExecutor) {
 #endif
 }
 
-TEST_F(CompressionQueueTests, neverExceedsItsLimitNorMeetsOnAFile) {
+TEST_F(CompressionQueueTest, NeverExceedsItsLimitOrRunsTwoJobsOnAFile) {
     constexpr int limit = 4;
     createDirectories(folder_ / "inner");
     std::filesystem::create_directory_symlink(folder_.url().path(), (folder_ / "link").path());
@@ -207,7 +200,7 @@ TEST_F(CompressionQueueTests, neverExceedsItsLimitNorMeetsOnAFile) {
     EXPECT_EQ(faults, 0);
 }
 
-TEST_F(CompressionQueueTests, endsWhileJobsWait) {
+TEST_F(CompressionQueueTest, EndsWhileJobsWait) {
     HolderProcess holder(locks_, CompressionQueue::fileIdentity(a_), 3);
     ASSERT_TRUE(holder.isHolding());
     std::optional<CompressionQueue> queue(std::in_place, 2, locks_);
@@ -235,7 +228,7 @@ TEST_F(CompressionQueueTests, endsWhileJobsWait) {
     forPermit.get();
 }
 
-TEST_F(CompressionQueueTests, endsWithItsProcess) {
+TEST_F(CompressionQueueTest, EndsWithItsProcess) {
     const URL locks = folder_ / "Tarnwick/CompressionLocks";
     const HolderProcess holder(locks, CompressionQueue::fileIdentity(a_), 1);
     ASSERT_TRUE(holder.isHolding());

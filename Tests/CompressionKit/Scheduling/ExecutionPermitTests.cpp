@@ -1,7 +1,7 @@
-#include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
 #include "HolderProcess.h"
 #include "Scheduling/ExecutionPermit.h"
+#include "Support/Failure.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Unprivileged.h"
 
@@ -20,20 +20,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Milliseconds, long enough for a process to start and take what is free.
+/// Milliseconds, long enough for a process to start and take a free permit.
 constexpr int aMoment = 300;
 
-class ExecutionPermitTests : public testing::Test {
+class ExecutionPermitTest : public testing::Test {
 protected:
-    std::string failure(const URL& directory, int capacity = 2, const std::stop_token& stop = {}) const {
-        try {
-            const ExecutionPermit permit(directory, "key", capacity, stop);
-            return "no failure";
-        } catch (const std::system_error& error) {
-            return error.code() == std::errc::operation_canceled ? "stopped" : error.what();
-        } catch (const std::exception& error) {
-            return errorDescription(error);
-        }
+    static std::string failure(const URL& directory, int capacity = 2, const std::stop_token& stop = {}) {
+        return failureOf([&] { const ExecutionPermit permit(directory, "key", capacity, stop); });
     }
     static std::size_t openDescriptors() { return entries(URL::file("/proc/self/fd")).size(); }
 
@@ -41,11 +34,11 @@ protected:
     const URL locks_ = folder_ / "above/locks";
 };
 
-TEST_F(ExecutionPermitTests, excludesOtherProcessesFromTheFileAndTheSlots) {
+TEST_F(ExecutionPermitTest, ExcludesOtherProcessesFromTheFileAndTheSlots) {
     auto permit = std::make_unique<ExecutionPermit>(locks_, "file", 2);
     HolderProcess second(locks_, "file", 2);
     EXPECT_FALSE(second.isHolding(aMoment));
-    // The one that waits for the file occupies no slot.
+    // A process that waits for the file occupies no slot.
     HolderProcess other(locks_, "other", 2);
     EXPECT_TRUE(other.isHolding());
     const HolderProcess third(locks_, "third", 2);
@@ -61,7 +54,7 @@ TEST_F(ExecutionPermitTests, excludesOtherProcessesFromTheFileAndTheSlots) {
     EXPECT_TRUE(next.isHolding());
 }
 
-TEST_F(ExecutionPermitTests, keepsItsLocksPrivate) {
+TEST_F(ExecutionPermitTest, KeepsItsLocksPrivate) {
     const std::size_t before = openDescriptors();
     std::optional<HolderProcess> child;
     {
@@ -70,7 +63,7 @@ TEST_F(ExecutionPermitTests, keepsItsLocksPrivate) {
         child.emplace(folder_ / "elsewhere", "key", 1);
         ASSERT_TRUE(child->isHolding());
     }
-    // The child lives: had it inherited the descriptors, both locks would stay.
+    // The child is still running: if it had inherited the descriptors, both locks would still be held.
     EXPECT_TRUE(HolderProcess(locks_, "abc", 1).isHolding());
     std::string found;
     for (const URL& url : {folder_ / "above", locks_, entries(locks_).at(0), entries(locks_).at(1)}) {
@@ -83,7 +76,7 @@ TEST_F(ExecutionPermitTests, keepsItsLocksPrivate) {
               "20015ad.lock private slot-0.lock private ");
 }
 
-TEST_F(ExecutionPermitTests, failsWithoutKeepingALock) {
+TEST_F(ExecutionPermitTest, FailsWithoutKeepingALock) {
     EXPECT_THAT(unprivileged([&] { return failure(locks_); }), testing::HasSubstr("Permission denied"));
     EXPECT_EQ(unprivileged([&] { return failure(folder_.url()); }), "无法创建压缩任务锁");
     EXPECT_THROW(ExecutionPermit(folder_.file("file", ""), "key", 1), FileSystemError);
@@ -94,7 +87,7 @@ TEST_F(ExecutionPermitTests, failsWithoutKeepingALock) {
     EXPECT_DEATH(ExecutionPermit(locks_, "key", -1), "");
 }
 
-TEST_F(ExecutionPermitTests, givesUpWhenStopped) {
+TEST_F(ExecutionPermitTest, GivesUpWhenStopped) {
     const HolderProcess holder(locks_, "key", 1);
     ASSERT_TRUE(holder.isHolding());
     std::stop_source stop;
@@ -109,9 +102,9 @@ TEST_F(ExecutionPermitTests, givesUpWhenStopped) {
     EXPECT_EQ(forFile.wait_for(200ms), std::future_status::timeout);
     EXPECT_EQ(forSlot.wait_for(0ms), std::future_status::timeout);
     stop.request_stop();
-    EXPECT_EQ(forFile.get(), "stopped");
-    EXPECT_EQ(forSlot.get(), "stopped");
-    EXPECT_EQ(failure(locks_, 1, stop.get_token()), "stopped");
+    EXPECT_EQ(forFile.get(), "canceled");
+    EXPECT_EQ(forSlot.get(), "canceled");
+    EXPECT_EQ(failure(locks_, 1, stop.get_token()), "canceled");
 }
 
 } // namespace

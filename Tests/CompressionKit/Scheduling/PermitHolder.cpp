@@ -1,4 +1,5 @@
-// permit-holder DIRECTORY KEY CAPACITY: takes a permit, says so, and keeps it until the process is killed.
+// permit-holder DIRECTORY KEY CAPACITY: takes a permit, prints "held", and keeps it until the process is
+// killed.
 #include "Scheduling/ExecutionPermit.h"
 
 #include <unistd.h>
@@ -10,7 +11,7 @@ int main(int count, char** arguments) {
     if (count != 4) {
         return 2;
     }
-    // It outlives a test that was itself killed, but not for long.
+    // Ends even when the test was killed.
     ::alarm(300);
     const auto directory = tarnwick::URL::file(arguments[1]);
     const tarnwick::ExecutionPermit permit(directory, arguments[2], std::atoi(arguments[3]));

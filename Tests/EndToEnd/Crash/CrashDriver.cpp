@@ -1,8 +1,8 @@
 // Carries out one operation and kills itself at its N-th changing call.
 //   crash-driver TRACE N before|after compress FILE STORE TOOLS
 //   crash-driver TRACE N before|after restore STORE
-// N = 0 lets it end. Each call is a line of TRACE: its name, path, destination and result, separated by tabs;
-// the result is missing when the program was killed before.
+// With N = 0 it is not killed. Each call is a line of TRACE: its name, path, destination and result,
+// separated by tabs; the result is missing when the program was killed before it.
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/FileDescriptor.h"

@@ -16,21 +16,21 @@ namespace {
 
 using testing::IsEmpty;
 
-/// Says what a crash left, or reports a failure.
+/// Checks what a crash left, and describes it.
 using Check = std::function<std::string(const CrashWorld&, const Pictures&)>;
 
 std::string found(const URL& file) {
     return itemExists(file) ? contents(file) : "";
 }
 
-/// The history's only record, if any. Reading fails when a record is torn.
+/// The only record in the history, if any. Reading fails when a record is incomplete.
 std::optional<UndoRecord> onlyRecord(const UndoStore& store) {
     const auto records = store.readRecords();
     EXPECT_LE(records.size(), 1U);
     return records.empty() ? std::nullopt : std::optional(records.front());
 }
 
-/// A result may only be seen when its original can be brought back, and this does it.
+/// A result may exist only if its original can be restored. Restores it.
 void expectRestorable(const CrashWorld& world) {
     const UndoStore store = world.store();
     const auto record = onlyRecord(store);
@@ -42,7 +42,7 @@ void expectRestorable(const CrashWorld& world) {
     EXPECT_THAT(store.records(), IsEmpty());
 }
 
-/// A record of a compression that changed nothing must not be a danger to the file.
+/// The record of a compression that changed nothing must not endanger the file.
 std::string checkUnusedRecord(const CrashWorld& world) {
     const auto record = onlyRecord(world.store());
     if (!record) {
@@ -51,7 +51,7 @@ std::string checkUnusedRecord(const CrashWorld& world) {
     try {
         world.store().restore(*record);
     } catch (const CompressionError& error) {
-        // A backup without its record, or the reverse, and a file that is no result: all are refused.
+        // Refused: a backup without its record, a record without its backup, a file that is no result.
         EXPECT_FALSE(error.errorDescription().empty());
     }
     EXPECT_TRUE(found(world.file()) == world.original());
@@ -79,7 +79,7 @@ std::string checkConverted(const CrashWorld& world, const Pictures& pictures) {
     return "the original and the PNG, which was taken back";
 }
 
-/// For a picture that another program had removed: it is there whole, or can still be brought back.
+/// For a picture that another program had removed: it is complete, or can still be restored.
 std::string checkReturned(const CrashWorld& world, const Pictures& /*pictures*/) {
     if (itemExists(world.file())) {
         EXPECT_TRUE(found(world.file()) == world.original()) << "the picture is damaged";
@@ -94,11 +94,11 @@ std::string checkReturned(const CrashWorld& world, const Pictures& /*pictures*/)
     return "nothing yet; the original was restored";
 }
 
-/// As the helper does when it starts.
+/// What the helper does when it starts.
 void tidy(const CrashWorld& world) {
-    const Leftovers leftovers = removeLeftovers(world.store(), world.workRegister());
+    const LeftoversReport leftovers = removeLeftovers(world.store(), world.workRegister());
     EXPECT_THAT(leftovers.problems, IsEmpty());
-    EXPECT_FALSE(leftovers.isHeld);
+    EXPECT_FALSE(leftovers.isIncomplete);
     EXPECT_THAT(world.leftovers(), testing::Not(testing::HasSubstr("#")));
     for (const UndoRecord& record : world.store().readRecords()) {
         EXPECT_EQ(record.state, UndoRecord::State::committed);
@@ -124,13 +124,17 @@ void beginRemoved(CrashWorld& world) {
 }
 
 std::vector<Operation> operations() {
-    return {{"compress a PNG", "compress", Pictures::png(), checkReplaced},
-            {"compress a JPEG", "compress", Pictures::jpeg(), checkReplaced},
-            {"compress a GIF", "compress", Pictures::gif(), checkReplaced},
-            {"convert a HEIC", "compress", Pictures::heic(), checkConverted},
-            {"restore", "restore", Pictures::png(), checkReplaced, beginCompressed},
-            {"restore a removed file", "restore", Pictures::png(), checkReturned, beginRemoved},
-            {"restore a conversion", "restore", Pictures::heic(), checkConverted, beginCompressed}};
+    const Pictures png = {"photo.png", "photo.png", "photo-small.png"};
+    const Pictures jpeg = {"photo.jpg", "noise-turned.jpg", "noise-small.jpg"};
+    const Pictures gif = {"photo.gif", "animation-2.gif", "animation-2-small.gif"};
+    const Pictures heic = {"photo.heic", "photo.heic", ""};
+    return {{"CompressAPNG", "compress", png, checkReplaced},
+            {"CompressAJPEG", "compress", jpeg, checkReplaced},
+            {"CompressAGIF", "compress", gif, checkReplaced},
+            {"ConvertAHEIC", "compress", heic, checkConverted},
+            {"Restore", "restore", png, checkReplaced, beginCompressed},
+            {"RestoreARemovedFile", "restore", png, checkReturned, beginRemoved},
+            {"RestoreAConversion", "restore", heic, checkConverted, beginCompressed}};
 }
 
 void PrintTo(const Operation& operation, std::ostream* stream) {
@@ -139,7 +143,7 @@ void PrintTo(const Operation& operation, std::ostream* stream) {
 
 class CrashTest : public testing::TestWithParam<Operation> {};
 
-/// What the picture becomes when nothing interrupts.
+/// The result of an uninterrupted operation.
 std::string uninterruptedResult(const Pictures& pictures) {
     CrashWorld world(pictures);
     world.beginCompressed();
@@ -154,7 +158,7 @@ void printKillPoint(const Operation& operation, const CrashWorld& world, int num
                              what, leftovers);
 }
 
-/// Returns false when the operation ended before its call of that number.
+/// Returns false when the operation makes fewer calls.
 bool crash(const Operation& operation, const Pictures& pictures, int number, bool isBefore) {
     CrashWorld world(pictures);
     operation.prepare(world);
@@ -165,7 +169,7 @@ bool crash(const Operation& operation, const Pictures& pictures, int number, boo
     }
     EXPECT_EQ(outcome.trace.size(), static_cast<std::size_t>(number));
     const std::string leftovers = world.leftovers();
-    // What is on the disk after one call is there before the next, so that both ways are tried on it.
+    // The state after a call equals the state before the next call, so both ways are tested on it.
     if (!isBefore) {
         tidy(world);
     }
@@ -186,13 +190,8 @@ TEST_P(CrashTest, LosesNothingWhereverItHappens) {
     EXPECT_GT(number, 4);
 }
 
-std::string testName(const testing::TestParamInfo<Operation>& instance) {
-    std::string name = instance.param.title;
-    std::erase(name, ' ');
-    return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Operations, CrashTest, testing::ValuesIn(operations()), testName);
+INSTANTIATE_TEST_SUITE_P(Operations, CrashTest, testing::ValuesIn(operations()),
+                         [](const auto& instance) { return instance.param.title; });
 
 std::string publishedRecord(const CrashWorld& world, const Trace& trace) {
     const auto call = std::find_if(trace.begin(), trace.end(), [&](const TracedCall& traced) {
@@ -203,8 +202,11 @@ std::string publishedRecord(const CrashWorld& world, const Trace& trace) {
 }
 
 TEST(PowerCutTest, FindsTheResultTheBackupAndTheRecordOnTheDisk) {
-    for (const Pictures& pictures : {Pictures::png(), Pictures::jpeg(), Pictures::heic()}) {
-        CrashWorld world(pictures);
+    for (const Operation& operation : operations()) {
+        if (operation.command != "compress") {
+            continue;
+        }
+        CrashWorld world(operation.pictures);
         const Trace trace = world.run("compress", 0, true).trace;
         const auto record = onlyRecord(world.store());
         ASSERT_TRUE(record);
@@ -216,7 +218,7 @@ TEST(PowerCutTest, FindsTheResultTheBackupAndTheRecordOnTheDisk) {
 
 TEST(PowerCutTest, FindsTheRestoredOriginalOnTheDiskBeforeItsBackupGoes) {
     for (const auto& prepare : {beginCompressed, beginRemoved}) {
-        CrashWorld world(Pictures::png());
+        CrashWorld world(operations().front().pictures);
         prepare(world);
         EXPECT_THAT(powerCutFaults(world.run("restore", 0, true).trace, world.file().path(), {}), IsEmpty());
     }

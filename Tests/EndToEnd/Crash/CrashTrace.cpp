@@ -33,7 +33,7 @@ bool isSynced(const Trace& trace, std::size_t from, std::size_t to, const std::s
                        [&](const TracedCall& call) { return isSync(call, path); });
 }
 
-/// The first index after the last call before `end` that fits; 0 when none does.
+/// The index after the last call before `end` that fits; 0 when none does.
 template <typename Fits>
 std::size_t afterLast(const Trace& trace, std::size_t end, Fits fits) {
     while (end > 0 && !fits(trace[end - 1])) {
@@ -50,8 +50,8 @@ std::size_t publication(const Trace& trace, const std::string& name) {
     return static_cast<std::size_t>(found - trace.begin());
 }
 
-/// Faults of a file whose bytes are to be on the disk before the call at `end`. What programs write is not
-/// traced, so a file counts as changed by every program's start.
+/// Faults of a file whose bytes must be on the disk before the call at `end`. Writes of other programs are
+/// not traced, so the start of any program counts as a change.
 void checkFile(const Trace& trace, std::size_t end, const std::string& file,
                std::vector<std::string>& faults) {
     const std::size_t changed = afterLast(trace, end, [&](const TracedCall& call) {
@@ -62,7 +62,7 @@ void checkFile(const Trace& trace, std::size_t end, const std::string& file,
     }
 }
 
-/// Faults of names: each folder made, and each file made or renamed at these paths, is to be on the disk too.
+/// Faults of the names: each new folder on the path, and the new or renamed file, must be on the disk too.
 void checkName(const Trace& trace, std::size_t end, const std::string& path,
                std::vector<std::string>& faults) {
     const std::size_t made = afterLast(trace, end, [&](const TracedCall& call) {

@@ -16,8 +16,8 @@ using Trace = std::vector<TracedCall>;
 
 Trace readTrace(const URL& file);
 
-/// What a power cut could take although it was published, one line each. `published` is the name that a file
-/// gets (the user's, or a record's); `dependencies` are files that must be on the disk before that, with
+/// One text for each item that a power cut could destroy after it was published. `published` is the new name
+/// of a file (the user's file or a record); `dependencies` are files that must be on the disk before, with
 /// their names.
 std::vector<std::string> powerCutFaults(const Trace& trace, const std::string& published,
                                         const std::vector<std::string>& dependencies);

@@ -1,9 +1,6 @@
 #include "CrashWorld.h"
 
-#include "Support/GIFMaker.h"
-#include "Support/HEIFMaker.h"
-#include "Support/JPEGMaker.h"
-#include "Support/PNGMaker.h"
+#include "Support/Pictures.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -16,7 +13,7 @@
 namespace tarnwick::test {
 namespace {
 
-/// Returns how the program ended. The tools that a killed driver leaves behind are waited for too.
+/// Returns the exit status of the program. Also waits for the tools that a killed driver left.
 int runAndWait(const std::vector<std::string>& words, const URL& temporary, const URL& data) {
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t child = ::fork();
@@ -42,33 +39,10 @@ int runAndWait(const std::vector<std::string>& words, const URL& temporary, cons
 
 } // namespace
 
-Pictures Pictures::png() {
-    return {"photo.png", pngBytes({.compressionLevel = 0}), pngBytes({.compressionLevel = 9})};
-}
-
-Pictures Pictures::jpeg() {
-    return {"photo.jpg", jpegBytes({.pattern = noise, .quality = 95, .orientation = 6}),
-            jpegBytes({.pattern = noise, .quality = 50})};
-}
-
-Pictures Pictures::gif() {
-    GIFOptions original;
-    const Bytes comment = gifExtension(0xFE, {std::string(255, 'c')});
-    for (int i = 0; i < 20; ++i) {
-        original.extensions.insert(original.extensions.end(), comment.begin(), comment.end());
-    }
-    return {"photo.gif", gifBytes(original), gifBytes({})};
-}
-
-Pictures Pictures::heic() {
-    return {"photo.heic", heifBytes({}), {}};
-}
-
 CrashWorld::CrashWorld(const Pictures& pictures)
-    : name_(pictures.name), original_(pictures.original.begin(), pictures.original.end()),
-      output_(pictures.output.begin(), pictures.output.end()) {
+    : name_(pictures.name), original_(pictureText(pictures.original)) {
     pictures_.file(name_, original_);
-    const URL output = home_.file("output", output_);
+    const URL output = pictures.output.empty() ? URL() : picture(pictures.output);
     createDirectories(home_ / "tmp");
     for (const char* tool : {"pngquant", "oxipng", "cjpegli", "gifsicle"}) {
         tools_.script(tool, {{"output", output.path()}});

@@ -6,53 +6,48 @@
 #include "Support/FakeTools.h"
 #include "Support/TemporaryFolder.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tarnwick::test {
 
-/// The files that a picture of each kind begins with, and what the tools make of it.
+/// What one operation works on; `original` and `output` name fixtures.
 struct Pictures {
     std::string name;
-    Bytes original;
-    /// What each tool puts out.
-    Bytes output;
-    /// What takes the original's place, or stands beside it as a PNG. Known after a whole operation.
+    std::string original;
+    /// What each tool writes.
+    std::string output;
+    /// The bytes that replace the original, or of the new PNG. Known after a complete operation.
     std::string result = {};
-
-    static Pictures png();
-    static Pictures jpeg();
-    static Pictures gif();
-    static Pictures heic();
 };
 
-/// How the crash driver ended, and what it had done until then.
+/// How the crash driver ended, and the calls that it made.
 struct Outcome {
     bool isKilled = false;
     Trace trace;
 };
 
-/// Fresh copies of everything that one operation works on.
+/// A fresh copy of everything that one operation works on.
 class CrashWorld {
 public:
     explicit CrashWorld(const Pictures& pictures);
 
-    /// Puts a finished compression or conversion there.
+    /// Starts from a complete compression or conversion.
     void beginCompressed();
-    /// Runs the driver, killed at the call of this number (0: not at all), and waits for all that it started.
+    /// Runs the driver and kills it at the call of this number (0: never). Waits for everything that it
+    /// started.
     Outcome run(const std::string& operation, int number, bool isBefore);
 
     URL file() const { return pictures_ / name_; }
-    /// The name at which the result appears.
+    /// The location of the result.
     URL resultFile() const;
     UndoStore store() const { return UndoStore(home_ / "data/Undo"); }
     WorkRegister workRegister() const { return WorkRegister(home_ / "data/Tarnwick/Work"); }
     std::string original() const { return original_; }
-    /// What the user finds: the picture, and everything else in its folder with unique names shortened.
+    /// The files in the folder of the picture, with unique names shortened.
     std::string leftovers() const;
-    /// A path without what differs from run to run.
+    /// A path without the parts that differ between runs.
     std::string shortened(const std::string& path) const;
 
 private:
@@ -61,7 +56,6 @@ private:
     FakeTools tools_;
     std::string name_;
     std::string original_;
-    std::string output_;
 };
 
 } // namespace tarnwick::test

@@ -1,0 +1,186 @@
+#include "History/RecordStore.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileCopy.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
+#include "Foundation/Text.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <utility>
+
+namespace tarnwick {
+namespace {
+
+constexpr std::size_t maximumRecordBytes = std::size_t{1} << 20U;
+/// Pictures may come from private folders.
+constexpr unsigned privateFolder = 0700;
+
+std::string backupNameFor(const UUID& id, const URL& source) {
+    return id.text() + "." + decodeUTF8(lowercasedASCII(source.pathExtension()));
+}
+
+/// None when the file is missing or, unless `checked`, cannot be read.
+std::optional<UndoRecord> readRecord(const URL& file, bool checked) {
+    try {
+        return UndoRecord::decode(readFile(file, maximumRecordBytes));
+    } catch (const FileSystemError& error) {
+        if (checked && error.code() != ENOENT) {
+            throw;
+        }
+    } catch (const CompressionError& error) {
+        if (checked) {
+            throw CompressionError::fileOperation(error.errorDescription() + "：" + displayText(file.path()));
+        }
+    }
+    return std::nullopt;
+}
+
+/// Empty when the folder cannot be listed, unless `checked`.
+std::vector<URL> filesOfSession(const URL& directory, bool checked) {
+    try {
+        return entries(directory);
+    } catch (const FileSystemError&) {
+        if (checked) {
+            throw;
+        }
+        return {};
+    }
+}
+
+} // namespace
+
+RecordStore::RecordStore(std::optional<URL> root)
+    : root_(root ? std::move(*root) : applicationSupportDirectory().appending("Tarnwick/Undo")) {}
+
+UndoRecord RecordStore::prepare(const URL& source, const URL& candidate, const UUID& sessionID,
+                                const std::optional<URL>& convertedPath) const {
+    const UUID id = UUID::random();
+    UndoRecord record = {.id = id,
+                         .sessionID = sessionID,
+                         .createdAt = Date::now(),
+                         .originalPath = source.path(),
+                         .backupName = backupNameFor(id, source),
+                         .replacementHash = {},
+                         .originalHash = {},
+                         .convertedPath =
+                             convertedPath ? std::optional(convertedPath->path()) : std::nullopt};
+    createDurably(root_);
+    createDirectories(sessionDirectory(record), privateFolder);
+    try {
+        fillAndWrite(record, source, candidate);
+    } catch (...) {
+        const auto failure = std::current_exception();
+        try {
+            deleteRecord(record);
+        } catch (const CompressionError&) {
+            // The first failure is reported; an unused backup stays.
+        }
+        std::rethrow_exception(failure);
+    }
+    return record;
+}
+
+void RecordStore::fillAndWrite(UndoRecord& record, const URL& source, const URL& candidate) const {
+    copyFile(source, backupURL(record));
+    record.originalBytes = fileSize(source);
+    record.replacementBytes = fileSize(candidate);
+    record.replacementHash = hash(candidate);
+    record.originalHash = hash(source);
+    if (hash(backupURL(record)) != record.originalHash) {
+        throw CompressionError::changedDuringCompression();
+    }
+    record.createdAt = Date::now();
+    write(record);
+    syncDirectory(root_);
+}
+
+UndoRecord RecordStore::commit(UndoRecord record) const {
+    record.state = UndoRecord::State::committed;
+    write(record);
+    return record;
+}
+
+URL RecordStore::sessionDirectory(const UndoRecord& record) const {
+    return root_.appending(record.sessionID.text());
+}
+
+URL RecordStore::recordURL(const UndoRecord& record) const {
+    return sessionDirectory(record).appending(record.id.text() + ".json");
+}
+
+URL RecordStore::backupURL(const UndoRecord& record) const {
+    return sessionDirectory(record).appending(record.backupName);
+}
+
+bool RecordStore::hasBackup(const UndoRecord& record) const noexcept {
+    return isRegularFile(backupURL(record));
+}
+
+void RecordStore::write(const UndoRecord& record) const {
+    writeFileAtomically(recordURL(record), record.encoded());
+}
+
+std::vector<UndoRecord> RecordStore::records() const {
+    return scanRecords(false);
+}
+
+std::vector<UndoRecord> RecordStore::readRecords() const {
+    return scanRecords(true);
+}
+
+std::vector<UndoRecord> RecordStore::scanRecords(bool checked) const {
+    std::vector<UndoRecord> found;
+    if (!itemExists(root_)) {
+        return found;
+    }
+    for (const URL& session : entries(root_)) {
+        if (!isDirectory(session)) {
+            continue;
+        }
+        for (const URL& file : filesOfSession(session, checked)) {
+            if (file.pathExtension() != "json") {
+                continue;
+            }
+            if (auto record = readRecord(file, checked)) {
+                found.push_back(std::move(*record));
+            }
+        }
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [](const UndoRecord& a, const UndoRecord& b) { return a.createdAt > b.createdAt; });
+    return found;
+}
+
+void RecordStore::deleteRecord(const UndoRecord& record) const {
+    try {
+        removeFile(backupURL(record));
+        removeFile(recordURL(record));
+    } catch (const FileSystemError& error) {
+        throw CompressionError::fileOperation("无法删除 " +
+                                              displayText(record.originalURL().lastPathComponent()) +
+                                              " 的记录或备份：" + error.systemText());
+    }
+    // Fails, as it should, while other records are in the folder.
+    ::rmdir(sessionDirectory(record).c_str());
+}
+
+void RecordStore::removeBackup(const UndoRecord& record) const {
+    removeFile(backupURL(record));
+}
+
+std::vector<UndoRecord> RecordStore::removeAll() const {
+    std::vector<UndoRecord> all = scanRecords(true);
+    for (const UndoRecord& record : all) {
+        deleteRecord(record);
+    }
+    return all;
+}
+
+} // namespace tarnwick

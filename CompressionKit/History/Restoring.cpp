@@ -1,0 +1,120 @@
+#include "History/Restoring.h"
+
+#include "Foundation/CompressionError.h"
+#include "Foundation/Directory.h"
+#include "Foundation/FileContents.h"
+#include "Foundation/FileCopy.h"
+#include "Foundation/FileOperations.h"
+#include "Foundation/FileSystemError.h"
+#include "Foundation/WorkRegister.h"
+#include "Inspection/ImageFacts.h"
+
+namespace tarnwick {
+namespace {
+
+CompressionError damagedBackup() {
+    return CompressionError::fileOperation("原图备份已损坏，无法恢复或对比");
+}
+
+std::string hashOfSoundBackup(const URL& backup, const UndoRecord& record) {
+    if (!isRegularFile(backup) || fileSize(backup) != record.originalBytes) {
+        throw damagedBackup();
+    }
+    std::string backupHash = hash(backup);
+    if (record.originalHash && backupHash != *record.originalHash) {
+        throw damagedBackup();
+    }
+    ImageFacts::inspect(backup);
+    return backupHash;
+}
+
+void requireHash(const URL& url, const std::string& expected) {
+    if (hash(url) != expected) {
+        throw CompressionError::unsafeRestore();
+    }
+}
+
+/// Makes a verified copy of the backup under a temporary name.
+void copyBackup(const URL& backup, const URL& copy, const std::string& originalHash) {
+    copyFile(backup, copy);
+    if (hash(copy) != originalHash) {
+        throw CompressionError::validationFailed();
+    }
+}
+
+void moveWhereAbsent(const URL& source, const URL& destination) {
+    if (!atomicRenameIfAbsent(source, destination)) {
+        throw CompressionError::unsafeRestore();
+    }
+}
+
+void restoreInPlace(const URL& backup, const UndoRecord& record, const std::string& originalHash) {
+    const URL original = record.originalURL();
+    const URL folder = original.deletingLastPathComponent();
+    if (itemExists(original)) {
+        requireHash(original, record.replacementHash);
+    }
+    const NotedFile copy(folder, WorkItem::restoredFile);
+    copyBackup(backup, copy.url(), originalHash);
+    // The file may have changed during the copy, so it is checked again right before the move.
+    if (itemExists(original)) {
+        requireHash(original, record.replacementHash);
+        atomicRename(copy.url(), original);
+    } else {
+        moveWhereAbsent(copy.url(), original);
+    }
+    syncDirectory(folder);
+}
+
+void restoreConverted(const URL& backup, const UndoRecord& record, const std::string& originalHash) {
+    const URL original = record.originalURL();
+    const URL converted = record.replacementURL();
+    if (itemExists(converted)) {
+        requireHash(converted, record.replacementHash);
+    }
+    if (itemExists(original)) {
+        requireHash(original, originalHash);
+    } else {
+        const URL folder = original.deletingLastPathComponent();
+        const NotedFile copy(folder, WorkItem::restoredFile);
+        copyBackup(backup, copy.url(), originalHash);
+        moveWhereAbsent(copy.url(), original);
+        syncDirectory(folder);
+    }
+    if (itemExists(converted)) {
+        requireHash(converted, record.replacementHash);
+        removeFile(converted);
+    }
+}
+
+} // namespace
+
+std::string verifyBackup(const RecordStore& store, const UndoRecord& record) {
+    const URL backup = store.backupURL(record);
+    if (!itemExists(backup)) {
+        throw CompressionError::fileOperation("原图备份已不存在");
+    }
+    try {
+        return hashOfSoundBackup(backup, record);
+    } catch (const CompressionError&) {
+        throw damagedBackup();
+    } catch (const FileSystemError&) {
+        throw damagedBackup();
+    }
+}
+
+void restoreOriginal(const RecordStore& store, const UndoRecord& record, double retention) {
+    if (Date::now() >= record.createdAt.adding(retention)) {
+        store.removeBackup(record);
+        throw CompressionError::fileOperation("原图备份已过期");
+    }
+    const std::string originalHash = verifyBackup(store, record);
+    if (record.convertedPath) {
+        restoreConverted(store.backupURL(record), record, originalHash);
+    } else {
+        restoreInPlace(store.backupURL(record), record, originalHash);
+    }
+    store.deleteRecord(record);
+}
+
+} // namespace tarnwick

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "History/RecordStore.h"
+
+#include <string>
+
+namespace tarnwick {
+
+/// Verifies that the backup is the complete original, and returns its SHA-256. Throws
+/// CompressionError::fileOperation.
+std::string verifyBackup(const RecordStore& store, const UndoRecord& record);
+
+/// Puts the original back, removes the converted file if there is one, and deletes the record. A user's file
+/// that is not the recorded replacement is never touched: CompressionError::unsafeRestore. A backup that is
+/// `retention` seconds old is removed instead. Also throws CompressionError::fileOperation (expired, missing
+/// or damaged backup), validationFailed, FileSystemError.
+void restoreOriginal(const RecordStore& store, const UndoRecord& record, double retention);
+
+} // namespace tarnwick
