@@ -53,18 +53,20 @@ TEST_F(GIFPaletteTest, LaysTheFirstRowAtTheBottom) {
     const auto frames = exportGIFFrames(picture("animation-5.gif"), folder / "frames");
     GIFPalette::writeContactSheet(frames, sheet);
     const Bytes pixels = decoded(sheet);
-    ASSERT_EQ(pixels.size(), std::size_t{4 * 16 * 2 * 12 * 4});
+    constexpr std::size_t rowBytes = 64;
+    constexpr std::size_t tileBytes = 12 * rowBytes;
+    ASSERT_EQ(pixels.size(), 8 * tileBytes);
     const auto tile = [&](std::size_t column, std::size_t row) {
         Bytes cut;
         for (std::size_t y = row * 12; y < (row + 1) * 12; ++y) {
-            const auto* start = pixels.data() + (y * 64 + column * 16) * 4;
-            cut.insert(cut.end(), start, start + 16 * 4);
+            const auto* start = pixels.data() + (y * 4 + column) * rowBytes;
+            cut.insert(cut.end(), start, start + rowBytes);
         }
         return cut;
     };
     for (std::size_t column = 0; column < 4; ++column) {
         EXPECT_EQ(tile(column, 1), decoded(frames[column])) << column;
-        EXPECT_EQ(tile(column, 0), column == 0 ? decoded(frames[4]) : Bytes(16 * 12 * 4)) << column;
+        EXPECT_EQ(tile(column, 0), column == 0 ? decoded(frames[4]) : Bytes(tileBytes)) << column;
     }
 }
 

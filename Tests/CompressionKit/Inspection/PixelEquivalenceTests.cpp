@@ -37,7 +37,7 @@ TEST(PixelBandsTest, WalksInBandsOfAboutAMebipixel) {
 class PixelEquivalenceTest : public testing::Test {
 protected:
     URL drawn(std::string_view name, std::int64_t width, std::int64_t height, const Pattern& pattern) const {
-        const URL url = folder / name;
+        URL url = folder / name;
         ImageDestination destination(url,
                                      {.width = width, .height = height, .hasAlpha = true, .profile = {}});
         destination.writeRows(rgbaRows(width, height, pattern));
