@@ -11,7 +11,6 @@
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
-#include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
@@ -111,8 +110,7 @@ int measure(const QElapsedTimer& sinceStart, const URL& folder) {
     AppModel model({queue, notifications, wake, helper, chooser, revealer, clock},
                    CompressionEngine(folder, UndoStore(folder.appending("Undo")), 60, 70, 70, cancellation),
                    cancellation);
-    MenuExtensions extensions({folder.appending("absent"), UserDirectories::fromEnvironment()});
-    ExtensionSettings extensionSettings(extensions);
+    ExtensionSettings extensionSettings({folder.appending("absent"), UserDirectories::fromEnvironment()});
     QuickAlertPresenter alerts;
     const MainWindow window({model, chooser, alerts, extensionSettings});
     qint64 firstFrame = -1;

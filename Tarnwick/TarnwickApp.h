@@ -6,7 +6,6 @@
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
 #include "Tarnwick/Desktop/DesktopLaunchServices.h"
-#include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SettingsFile.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
@@ -40,7 +39,6 @@ private:
     SystemClock clock_;
     Cancellation cancellation_;
     AppModel model_;
-    MenuExtensions extensions_;
     ExtensionSettings extensionSettings_;
     QuickAlertPresenter alerts_;
     DesktopLaunchServices launchServices_;

@@ -8,10 +8,10 @@
 
 namespace tarnwick {
 
-using State = FileManagerExtensions::State;
+using State = FileManagerMenus::State;
 
-ExtensionSettings::ExtensionSettings(FileManagerExtensions& extensions, QObject* parent)
-    : QAbstractListModel(parent), extensions_(extensions), worker_(mainThread_.executor(), 1) {}
+ExtensionSettings::ExtensionSettings(FileManagerMenus menus, QObject* parent)
+    : QAbstractListModel(parent), menus_(std::move(menus)), worker_(mainThread_.executor(), 1) {}
 
 ExtensionSettings::~ExtensionSettings() = default;
 
@@ -27,7 +27,7 @@ QVariant ExtensionSettings::data(const QModelIndex& index, int role) const {
     switch (role) {
     case Qt::DisplayRole:
     case Name:
-        return state.name;
+        return QString::fromStdString(tarnwick::name(state.fileManager));
     case IsEnabled:
         return state.isEnabled;
     default:
@@ -40,7 +40,7 @@ QHash<int, QByteArray> ExtensionSettings::roleNames() const {
 }
 
 void ExtensionSettings::reload() {
-    run([](FileManagerExtensions&) {}, [] {});
+    run([](const FileManagerMenus&) {}, [] {});
 }
 
 void ExtensionSettings::setEnabled(int row, bool isEnabled) {
@@ -49,9 +49,9 @@ void ExtensionSettings::setEnabled(int row, bool isEnabled) {
     }
     Row& switched = rows_[static_cast<std::size_t>(row)];
     ++switched.pendingSwitches;
-    run([name = switched.state.name,
-         isEnabled](FileManagerExtensions& extensions) { extensions.setEnabled(name, isEnabled); },
-        [this, name = switched.state.name] { endSwitch(name); });
+    const FileManager fileManager = switched.state.fileManager;
+    run([fileManager, isEnabled](const FileManagerMenus& menus) { menus.setEnabled(fileManager, isEnabled); },
+        [this, fileManager] { endSwitch(fileManager); });
     showEnabled(row, isEnabled);
 }
 
@@ -62,33 +62,29 @@ void ExtensionSettings::showExtensionManagementInterface() {
 
 void ExtensionSettings::run(Change change, std::function<void()> completion) {
     worker_.run(
-        [&extensions = extensions_, change = std::move(change)] { return perform(extensions, change); },
-        [this, completion = std::move(completion)](const std::exception_ptr&, const Outcome& outcome) {
+        [menus = menus_, change = std::move(change)] { return perform(menus, change); },
+        [this, completion = std::move(completion)](const std::exception_ptr& error, const Outcome& outcome) {
             completion();
-            show(outcome);
+            show(error ? Outcome{.states = std::nullopt, .failure = errorText(error)} : outcome);
         });
 }
 
-ExtensionSettings::Outcome ExtensionSettings::perform(FileManagerExtensions& extensions,
-                                                      const Change& change) {
+ExtensionSettings::Outcome ExtensionSettings::perform(const FileManagerMenus& menus, const Change& change) {
     Outcome outcome;
     try {
-        change(extensions);
+        change(menus);
     } catch (const std::exception&) {
         outcome.failure = errorText(std::current_exception());
     }
-    try {
-        outcome.states = extensions.states();
-    } catch (const std::exception&) {
-        outcome.failure = errorText(std::current_exception());
-    }
+    outcome.states = menus.states();
+    std::erase_if(*outcome.states, [](const State& state) { return !state.isInstalled; });
     return outcome;
 }
 
-void ExtensionSettings::endSwitch(const QString& name) {
+void ExtensionSettings::endSwitch(FileManager fileManager) {
     for (Row& row : rows_) {
         // A row that was removed and inserted again meanwhile has no pending switch.
-        if (row.state.name == name && row.pendingSwitches > 0) {
+        if (row.state.fileManager == fileManager && row.pendingSwitches > 0) {
             --row.pendingSwitches;
         }
     }
@@ -114,16 +110,18 @@ void ExtensionSettings::show(const Outcome& outcome) {
 }
 
 bool ExtensionSettings::hasRowsOf(const States& states) const {
-    return std::equal(rows_.begin(), rows_.end(), states.begin(), states.end(),
-                      [](const Row& row, const State& state) { return row.state.name == state.name; });
+    return std::equal(
+        rows_.begin(), rows_.end(), states.begin(), states.end(),
+        [](const Row& row, const State& state) { return row.state.fileManager == state.fileManager; });
 }
 
 void ExtensionSettings::makeRows(const States& states) {
     std::vector<Row> rows;
     for (const State& state : states) {
         // A row that stays keeps its pending switches.
-        const auto old = std::find_if(rows_.begin(), rows_.end(),
-                                      [&](const Row& row) { return row.state.name == state.name; });
+        const auto old = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) {
+            return row.state.fileManager == state.fileManager;
+        });
         rows.push_back(old == rows_.end() ? Row{.state = state} : *old);
     }
     beginResetModel();

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "Tarnwick/Desktop/FileManagerExtensions.h"
 #include "Tarnwick/Desktop/FinderServices.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
 #include "Tarnwick/QtSupport/MainThreadExecutor.h"
+#include "TarnwickFinderSync/FileManagerMenus.h"
 
 #include <QAbstractListModel>
 #include <QString>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -33,8 +34,7 @@ public:
     };
     Q_ENUM(Role)
 
-    /// `extensions` must outlive the model.
-    explicit ExtensionSettings(FileManagerExtensions& extensions, QObject* parent = nullptr);
+    explicit ExtensionSettings(FileManagerMenus menus, QObject* parent = nullptr);
     /// Waits for a running read or switch.
     ~ExtensionSettings() override;
 
@@ -61,11 +61,12 @@ signals:
     void showRequested();
 
 private:
-    using States = std::vector<FileManagerExtensions::State>;
-    using Change = std::function<void(FileManagerExtensions&)>;
+    using FileManager = FileManagerMenus::FileManager;
+    using States = std::vector<FileManagerMenus::State>;
+    using Change = std::function<void(const FileManagerMenus&)>;
 
     struct Row {
-        FileManagerExtensions::State state;
+        FileManagerMenus::State state;
         int pendingSwitches = 0;
     };
     /// The machine's state after a change, unless it cannot be read, and the text of a failure.
@@ -74,15 +75,15 @@ private:
         QString failure;
     };
 
-    static Outcome perform(FileManagerExtensions& extensions, const Change& change);
+    static Outcome perform(const FileManagerMenus& menus, const Change& change);
     void run(Change change, std::function<void()> completion);
-    void endSwitch(const QString& name);
+    void endSwitch(FileManager fileManager);
     void show(const Outcome& outcome);
     bool hasRowsOf(const States& states) const;
     void makeRows(const States& states);
     void showEnabled(int row, bool isEnabled);
 
-    FileManagerExtensions& extensions_;
+    FileManagerMenus menus_;
     std::vector<Row> rows_;
     bool isLoaded_ = false;
     QString failure_;

@@ -12,7 +12,6 @@
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "Tarnwick/Desktop/DesktopFileRevealer.h"
-#include "Tarnwick/Desktop/MenuExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
@@ -149,12 +148,13 @@ protected:
     BundleHelperLauncher helper{home / "absent"};
     QuickFileChooser chooser;
     QuickAlertPresenter alerts;
-    MenuExtensions extensions{FileManagerMenus(home / "Tarnwick", {.data = home / "data",
-                                                                   .configuration = home / "config",
-                                                                   .systemConfiguration = {},
-                                                                   .executables = {home / "bin"},
-                                                                   .libraries = {}})};
-    ExtensionSettings extensionSettings{extensions};
+    FileManagerMenus menus{home / "Tarnwick",
+                           {.data = home / "data",
+                            .configuration = home / "config",
+                            .systemConfiguration = {},
+                            .executables = {home / "bin"},
+                            .libraries = {}}};
+    ExtensionSettings extensionSettings{menus};
     DesktopFileRevealer revealer;
     SystemClock clock;
     Cancellation cancellation;
@@ -254,7 +254,7 @@ TEST_F(WindowEndToEndTests, switchesTheEntriesOfTheFileManagers) {
                       .findChild<QQuickItem*>("extensionSwitch");
     ASSERT_NE(first, nullptr);
     QTest::mouseClick(settings, Qt::LeftButton, {}, middle(*first));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return extensions.states().front().isEnabled; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return menus.states().front().isEnabled; }));
     shoot("settings-enabled", *settings);
 
     // The next entry's folder cannot be made.

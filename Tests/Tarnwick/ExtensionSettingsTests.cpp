@@ -1,55 +1,22 @@
-#include "Foundation/CompressionError.h"
+#include "Foundation/FileLock.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
 #include "Tarnwick/ModelFixture.h"
 
 #include <gmock/gmock.h>
 
 #include <QSignalSpy>
-#include <algorithm>
-#include <mutex>
+#include <filesystem>
 
 namespace tarnwick::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-/// File managers in memory. Calls wait while the test locks the gate.
-class FakeExtensions final : public FileManagerExtensions {
-public:
-    std::vector<State> states() const override {
-        const std::lock_guard lock(gate);
-        if (isUnreadable) {
-            throw CompressionError::fileOperation("无法读取");
-        }
-        return machine;
-    }
-    void setEnabled(const QString& name, bool isEnabled) override {
-        const std::lock_guard lock(gate);
-        switches_.push_back(name.toStdString() + (isEnabled ? " on" : " off"));
-        std::find_if(machine.begin(), machine.end(), [&](const State& state) {
-            return state.name == name;
-        })->isEnabled = isEnabled;
-    }
-
-    std::vector<std::string> switched() const {
-        const std::lock_guard lock(gate);
-        return switches_;
-    }
-
-    mutable std::mutex gate;
-    std::vector<State> machine = {{.name = "Nautilus", .isEnabled = true}, {.name = "Thunar"}};
-    bool isUnreadable = false;
-
-private:
-    std::vector<std::string> switches_;
-};
 
 class ExtensionSettingsTest : public testing::Test {
 protected:
-    void load() {
-        settings.reload();
-        ASSERT_TRUE(runUntil([this] { return settings.isLoaded(); }));
+    void install(const std::string& program) const {
+        createDirectories(machine / "bin");
+        std::filesystem::copy_file("/bin/true", (machine / "bin").appending(program).path());
     }
     std::vector<std::string> rows() const {
         std::vector<std::string> lines;
@@ -61,48 +28,50 @@ protected:
         return lines;
     }
 
-    FakeExtensions extensions;
-    ExtensionSettings settings{extensions};
+    TemporaryFolder machine;
+    FileManagerMenus menus{machine / "Tarnwick",
+                           {.data = machine / "data",
+                            .configuration = machine / "config",
+                            .systemConfiguration = {},
+                            .executables = {machine / "bin"},
+                            .libraries = {}}};
+    ExtensionSettings settings{menus};
     QAbstractItemModelTester tester{&settings, QAbstractItemModelTester::FailureReportingMode::Fatal};
 };
 
 TEST_F(ExtensionSettingsTest, SwitchesInOrderAndShowsTheRequestedStateAtOnce) {
-    load();
-    EXPECT_THAT(rows(), ElementsAre("Nautilus on", "Thunar off"));
-    const QSignalSpy resets(&settings, &ExtensionSettings::modelReset);
-    extensions.machine[0].isEnabled = false;
+    install("nemo");
+    install("thunar");
     settings.reload();
-    EXPECT_TRUE(runUntil([this] { return rows().front() == "Nautilus off"; }));
+    ASSERT_TRUE(runUntil([this] { return settings.isLoaded(); }));
+    EXPECT_THAT(rows(), ElementsAre("Nemo off", "Thunar off"));
+    const QSignalSpy resets(&settings, &ExtensionSettings::modelReset);
+    menus.setEnabled(FileManagerMenus::FileManager::nemo, true);
+    settings.reload();
+    EXPECT_TRUE(runUntil([this] { return rows().front() == "Nemo on"; }));
     EXPECT_EQ(resets.size(), 0) << "the keyboard would lose its row";
     {
-        const std::lock_guard lock(extensions.gate);
-        settings.setEnabled(0, true);
+        const auto lock = FileLock::acquireFolder(machine / "data/Tarnwick");
+        settings.setEnabled(0, false);
         settings.setEnabled(1, true);
         settings.setEnabled(1, false);
         settings.setEnabled(1, true);
         settings.setEnabled(2, true);
         settings.setEnabled(-1, true);
-        EXPECT_THAT(rows(), ElementsAre("Nautilus on", "Thunar on"));
-        extensions.machine.push_back({.name = "Dolphin"});
+        EXPECT_THAT(rows(), ElementsAre("Nemo off", "Thunar on"));
+        install("dolphin");
     }
     const QSignalSpy changes(&settings, &ExtensionSettings::dataChanged);
-    EXPECT_TRUE(runUntil([this] { return settings.count() == 3 && extensions.switched().size() == 4; }));
-    EXPECT_THAT(extensions.switched(), ElementsAre("Nautilus on", "Thunar on", "Thunar off", "Thunar on"));
-    EXPECT_THAT(rows(), ElementsAre("Nautilus on", "Thunar on", "Dolphin off"));
-    EXPECT_EQ(changes.size(), 0) << "a switch moved back and forth";
-}
-
-TEST_F(ExtensionSettingsTest, ShowsNoRowsAfterAFailedRead) {
-    load();
-    extensions.isUnreadable = true;
-    settings.setEnabled(0, false);
-    ASSERT_TRUE(runUntil([this] { return settings.failure() == "无法读取"; }));
-    EXPECT_THAT(rows(), IsEmpty());
-    EXPECT_FALSE(settings.isLoaded());
-    extensions.isUnreadable = false;
-    load();
-    EXPECT_THAT(rows(), ElementsAre("Nautilus off", "Thunar off"));
-    EXPECT_EQ(settings.failure(), "");
+    EXPECT_TRUE(runUntil([this] { return settings.count() == 3; }));
+    settings.setEnabled(2, true);
+    EXPECT_TRUE(runUntil([this] { return menus.states().back().isEnabled; })) << "the last switch, Dolphin's";
+    EXPECT_THAT(rows(), ElementsAre("Nemo off", "Thunar on", "Dolphin on"));
+    EXPECT_EQ(changes.size(), 1) << "another switch moved back and forth";
+    std::vector<bool> enabled;
+    for (const auto& state : menus.states()) {
+        enabled.push_back(state.isEnabled);
+    }
+    EXPECT_THAT(enabled, ElementsAre(false, false, false, true, true));
 }
 
 } // namespace

@@ -38,8 +38,8 @@ function check_application(header) {
         violation(room(FILENAME) " stands above " room(header) " and does not know it")
     if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
         violation("Model knows no window: " header)
-    if (FILENAME ~ /^Tarnwick\/(Model|Views)\// && header ~ /^TarnwickFinderSync\//)
-        violation("of Tarnwick, Desktop alone knows TarnwickFinderSync")
+    if (FILENAME ~ /^Tarnwick\/(QtSupport|Desktop|Maintenance|Views)\// && header ~ /^TarnwickFinderSync\//)
+        violation("of Tarnwick, Model alone knows TarnwickFinderSync")
     if (FILENAME !~ /^Tarnwick\/(QtSupport|Desktop)\//) return
     sub(/\/.*/, "", header)
     if (header in place && header != "Foundation")

@@ -1,6 +1,5 @@
 #include "Tarnwick/Views/World.h"
 
-#include "Foundation/CompressionError.h"
 #include "Support/PNGMaker.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 
@@ -11,6 +10,7 @@
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 namespace tarnwick::test {
@@ -81,24 +81,24 @@ QVariantMap World::windowProperties() {
             {"extensionSettings", QVariant::fromValue(&extensionSettings_)}};
 }
 
-void World::install(const QStringList& fileManagers) {
-    const std::lock_guard lock(extensions_.mutex);
-    extensions_.installed.clear();
-    for (const QString& name : fileManagers) {
-        extensions_.installed.push_back({.name = name});
+void World::install(const QStringList& programs) const {
+    std::filesystem::remove_all((home_ / "bin").path());
+    createDirectories(home_ / "bin");
+    for (const QString& program : programs) {
+        std::filesystem::copy_file("/bin/true", (home_ / "bin").appending(program.toStdString()).path());
     }
 }
 
 bool World::isEnabled(const QString& fileManager) const {
-    const auto states = extensions_.states();
-    return std::any_of(states.begin(), states.end(),
-                       [&](const auto& state) { return state.name == fileManager && state.isEnabled; });
+    const auto states = menus_.states();
+    return std::any_of(states.begin(), states.end(), [&](const auto& state) {
+        return QString::fromStdString(name(state.fileManager)).startsWith(fileManager) && state.isEnabled;
+    });
 }
 
-void World::refuse(const QString& fileManager, const QString& failure) {
-    const std::lock_guard lock(extensions_.mutex);
-    extensions_.refused = fileManager;
-    extensions_.failure = failure;
+void World::obstruct(const QString& folder) const {
+    createDirectories(home_ / "data");
+    home_.file("data/" + folder.toStdString(), "");
 }
 
 void World::alert() {
@@ -111,23 +111,6 @@ void World::alert() {
                      answers_ += isFirstButton ? "1" : "2";
                      emit answersChanged();
                  });
-}
-
-std::vector<FileManagerExtensions::State> World::Extensions::states() const {
-    const std::lock_guard lock(mutex);
-    return installed;
-}
-
-void World::Extensions::setEnabled(const QString& name, bool isEnabled) {
-    const std::lock_guard lock(mutex);
-    if (name == refused) {
-        throw CompressionError::fileOperation(failure.toStdString());
-    }
-    for (State& state : installed) {
-        if (state.name == name) {
-            state.isEnabled = isEnabled;
-        }
-    }
 }
 
 void World::dragOver(QWindow* window, const QList<QUrl>& files) const {

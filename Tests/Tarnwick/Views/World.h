@@ -6,7 +6,6 @@
 #include "Support/FakeTools.h"
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/DesktopServices.h"
-#include "Tarnwick/Desktop/FileManagerExtensions.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
@@ -21,8 +20,6 @@
 #include <QUrl>
 #include <QVariantMap>
 #include <QWindow>
-#include <mutex>
-#include <vector>
 
 namespace tarnwick::test {
 
@@ -60,11 +57,11 @@ public:
     Q_INVOKABLE void hold() const;
     Q_INVOKABLE void release() const;
 
-    /// The file managers on the machine.
-    Q_INVOKABLE void install(const QStringList& fileManagers);
+    /// Installs these programs of file managers, and no others.
+    Q_INVOKABLE void install(const QStringList& programs) const;
     Q_INVOKABLE bool isEnabled(const QString& fileManager) const;
-    /// Switching this one fails from now on, with this text.
-    Q_INVOKABLE void refuse(const QString& fileManager, const QString& failure);
+    /// A file takes the place of this folder, so that entries in it cannot be written.
+    Q_INVOKABLE void obstruct(const QString& folder) const;
     Q_INVOKABLE void openExtensionSettings() { extensionSettings_.showExtensionManagementInterface(); }
     Q_INVOKABLE void alert();
 
@@ -98,16 +95,6 @@ private:
         World& world;
     };
 
-    /// Called on a background thread too, so that the test's calls have to keep out of its way.
-    struct Extensions : FileManagerExtensions {
-        std::vector<State> states() const override;
-        void setEnabled(const QString& name, bool isEnabled) override;
-        mutable std::mutex mutex;
-        std::vector<State> installed;
-        QString refused;
-        QString failure;
-    };
-
     TemporaryFolder pictures_;
     TemporaryFolder home_;
     FakeTools tools_;
@@ -117,8 +104,13 @@ private:
     Revealer revealer_{*this};
     QuickFileChooser chooser_;
     QuickAlertPresenter alerts_;
-    Extensions extensions_;
-    ExtensionSettings extensionSettings_{extensions_};
+    FileManagerMenus menus_{home_ / "Tarnwick",
+                            {.data = home_ / "data",
+                             .configuration = home_ / "config",
+                             .systemConfiguration = {},
+                             .executables = {home_ / "bin"},
+                             .libraries = {}}};
+    ExtensionSettings extensionSettings_{menus_};
     SystemClock clock_;
     Cancellation cancellation_;
     CompressionQueue queue_{2, home_ / "Locks"};
