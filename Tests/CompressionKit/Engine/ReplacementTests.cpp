@@ -65,59 +65,53 @@ TEST_F(ReplacementTest, KeepsTheOriginalWhicheverCallFailsOnce) {
     EXPECT_GT(failing, 40);
 }
 
-TEST_F(ReplacementTest, LosesNothingWhenTheDiskIsFull) {
-    const Fault fault([](const SystemCall& call) {
-        return call.name == "write" || call.name == "copy_file_range" ? ENOSPC : 0;
-    });
-    EXPECT_THAT(failure(photo), HasSubstr("No space left on device"));
-    EXPECT_FALSE(isReplaced());
-    EXPECT_THAT(store.readRecords(), IsEmpty());
-}
-
-TEST_F(ReplacementTest, NoticesAChangeWhileTheWinnerWasFlushed) {
-    const Fault fault([&](const SystemCall& call) {
-        if (flushesWinner(call)) {
-            pictures.file("photo.png", large + "edited");
+TEST_F(ReplacementTest, LeavesTheRightFileAfterAFault) {
+    struct Row {
+        std::function<int(const SystemCall&)> fault;
+        std::string error;
+        std::string file;
+    };
+    const std::vector<Row> rows = {
+        {[](const SystemCall& call) {
+             return call.name == "write" || call.name == "copy_file_range" ? ENOSPC : 0;
+         },
+         "No space left on device", large},
+        // The record cannot be committed.
+        {[&](const SystemCall& call) {
+             return call.destination.ends_with(".json") && isReplaced() ? EROFS : 0;
+         },
+         "Read-only file system", large},
+        // Another program changes the original while the winner is flushed.
+        {[&](const SystemCall& call) {
+             return flushesWinner(call) ? pictures.file("photo.png", large + "edited"), 0 : 0;
+         },
+         "原文件在压缩过程中被其他程序修改", large + "edited"},
+        // The winner changes after its validation.
+        {[&](const SystemCall& call) {
+             return flushesWinner(call) ? copyPicture("noise.png", URL::file(call.path)), 0 : 0;
+         },
+         "压缩结果未通过验证", large},
+        // Another program overwrites the result.
+        {[&](const SystemCall& call) {
+             const bool isPublished =
+                 call.name == "fsync" && call.path == pictures.url().path() && isReplaced();
+             return isPublished ? pictures.file("photo.png", "another program's"), 0 : 0;
+         },
+         "", "another program's"},
+    };
+    for (const Row& row : rows) {
+        original("photo.png");
+        std::string error;
+        {
+            const Fault fault(row.fault);
+            error = failure(photo);
         }
-        return 0;
-    });
-    EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
-    EXPECT_EQ(contents(photo), large + "edited");
-    EXPECT_THAT(store.readRecords(), IsEmpty());
-}
-
-TEST_F(ReplacementTest, RestoresTheOriginalWhenTheRecordCannotBeCommitted) {
-    const Fault fault([&](const SystemCall& call) {
-        return call.destination.ends_with(".json") && isReplaced() ? EROFS : 0;
-    });
-    EXPECT_THAT(failure(photo), HasSubstr("Read-only file system"));
-    EXPECT_FALSE(isReplaced());
-    EXPECT_EQ(pictures.listing(), "photo.png");
-    EXPECT_THAT(store.readRecords(), IsEmpty());
-}
-
-TEST_F(ReplacementTest, RejectsAWinnerThatChangedAfterValidation) {
-    const Fault fault([&](const SystemCall& call) {
-        if (flushesWinner(call)) {
-            copyPicture("noise.png", URL::file(call.path));
-        }
-        return 0;
-    });
-    EXPECT_EQ(failure(photo), "压缩结果未通过验证");
-    EXPECT_FALSE(isReplaced());
-    EXPECT_THAT(store.readRecords(), IsEmpty());
-}
-
-TEST_F(ReplacementTest, KeepsAFileThatAnotherProgramWroteOverTheResult) {
-    const Fault fault([&](const SystemCall& call) {
-        if (call.name == "fsync" && call.path == pictures.url().path() && isReplaced()) {
-            pictures.file("photo.png", "another program's");
-        }
-        return 0;
-    });
-    EXPECT_NE(failure(photo), "");
-    EXPECT_EQ(contents(photo), "another program's");
-    EXPECT_THAT(store.readRecords(), IsEmpty());
+        EXPECT_NE(error, "") << row.file;
+        EXPECT_THAT(error, HasSubstr(row.error));
+        EXPECT_EQ(contents(photo), row.file);
+        EXPECT_EQ(pictures.listing(), "photo.png") << error;
+        EXPECT_THAT(store.readRecords(), IsEmpty()) << error;
+    }
 }
 
 TEST_F(ReplacementTest, KeepsTheBackupWhenTheOriginalCannotBePutBack) {
