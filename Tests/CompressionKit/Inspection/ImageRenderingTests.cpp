@@ -112,7 +112,7 @@ TEST_F(ImageRenderingTest, ComparesOnlyTheFilesThatWereRecorded) {
     folder.file("compressed.jpg", "no picture");
     EXPECT_EQ(failureOf([&] { compare(a).get(); }), undecodable);
     EXPECT_EQ(failureOf([&] { compare(a, b).get(); }), changedBefore) << "before anything is decoded";
-    std::remove(compressed.c_str());
+    removeFile(compressed);
     EXPECT_THROW(compare(a, b).get(), FileSystemError);
 }
 
