@@ -52,7 +52,7 @@ TEST_F(AppModelTest, CompressesAFileAndRestoresTheOriginal) {
     EXPECT_THAT(statuses, ElementsAre(TaskStatus::Compressing, TaskStatus::Done));
     EXPECT_THAT(rows().front(), HasSubstr(" → "));
     EXPECT_TRUE(text(0, Role::BadgeText).startsWith("↓ "));
-    EXPECT_EQ(contents(photo), textOf(small));
+    EXPECT_EQ(contents(photo), small);
     EXPECT_TRUE(can(0, Role::CanRestore) && can(0, Role::CanCompare) && can(0, Role::CanDelete));
     EXPECT_EQ(desktop.launches, 1);
     EXPECT_NEAR(desktop.wait.value_or(0), UndoStore::backupRetention, 60);
@@ -62,7 +62,7 @@ TEST_F(AppModelTest, CompressesAFileAndRestoresTheOriginal) {
     model->restore(idOf(0));
     settle();
     EXPECT_THAT(rows(), ElementsAre("photo.png: 已恢复原图"));
-    EXPECT_EQ(contents(photo), textOf(large));
+    EXPECT_EQ(contents(photo), large);
     EXPECT_EQ(text(0, Role::RestoreRefusal), "原图已恢复");
     EXPECT_EQ(text(0, Role::BadgeText), "");
     EXPECT_THAT(desktop.posted, ElementsAre("undoDidChange"));
@@ -71,7 +71,7 @@ TEST_F(AppModelTest, CompressesAFileAndRestoresTheOriginal) {
 
 TEST_F(AppModelTest, FollowsAConvertedFileToItsPNGAndBack) {
     start();
-    const URL photo = picture("photo.heic", pictureBytes("photo.heic"));
+    const URL photo = original("photo.heic");
     model->add(std::vector{photo});
     settle();
     EXPECT_EQ(row(0).url, pictures / "photo.png");
@@ -127,7 +127,7 @@ TEST_F(AppModelTest, CountsABatchUntilTheNextOne) {
     {
         const HeldJob held = hold(a);
         model->add(std::vector{a});
-        model->add(std::vector{picture("tiny.png", small), pictures.file("broken.png", "x")});
+        model->add(std::vector{pictures.file("tiny.png", small), pictures.file("broken.png", "x")});
         EXPECT_EQ(model->totalCount(), 3);
     }
     settle();
@@ -208,7 +208,7 @@ TEST_F(AppModelTest, EndsToolsAndWaitingJobsWhenItCloses) {
     model.reset();
     queue.reset();
     EXPECT_EQ(pictures.listing(), "a.png b.png c.png");
-    EXPECT_EQ(contents(pictures / "a.png"), textOf(large));
+    EXPECT_EQ(contents(pictures / "a.png"), large);
     EXPECT_FALSE(desktop.historyDidChange || desktop.didWake) << "still observing";
 }
 
@@ -216,7 +216,7 @@ TEST_F(AppModelTest, ClearsTheRowsOfDeletedRecords) {
     const UndoRecord record = replaced("old.png");
     start();
     compressed("photo.png");
-    model->add(std::vector{picture("tiny.png", small)});
+    model->add(std::vector{pictures.file("tiny.png", small)});
     settle();
     model->requestClearAllRecords();
     EXPECT_TRUE(model->showClearConfirmation() && model->hasModalPresentation());
@@ -235,7 +235,7 @@ TEST_F(AppModelTest, ClearsTheRowsOfDeletedRecords) {
     EXPECT_EQ(model->alertMessage(), unfinished);
     settle();
     EXPECT_THAT(rows(), ElementsAre("tiny.png: 未找到更小且质量合格的结果"));
-    EXPECT_EQ(contents(record.originalURL()), textOf(small));
+    EXPECT_EQ(contents(record.originalURL()), small);
     EXPECT_TRUE(store.readRecords().empty());
     EXPECT_THAT(desktop.posted, ElementsAre("undoDidChange"));
     EXPECT_EQ(desktop.wait, std::nullopt);

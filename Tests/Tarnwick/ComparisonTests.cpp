@@ -1,4 +1,3 @@
-#include "Foundation/FileContents.h"
 #include "Tarnwick/Model/ComparisonModel.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/ModelFixture.h"
@@ -15,74 +14,88 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr Extent viewport = {.width = 800, .height = 600};
-constexpr Extent centre = {.width = 400, .height = 300};
-constexpr Extent corner = {.width = 0, .height = 0};
+constexpr QPointF centre = {400, 300};
+constexpr QPointF corner = {0, 0};
 
-/// 1600 × 600: fits by its width at a scale of 0.5.
-class ComparisonGeometryTest : public testing::Test {
+class ComparisonModelTest : public testing::Test {
 protected:
-    void press(int times) {
+    /// 1600 × 600 fits an 800 × 600 viewport by its width, at a scale of 0.5.
+    ComparisonModelTest() {
+        setSize(1600, 600);
+        model.setViewport({800, 600});
+    }
+    void setSize(int width, int height) {
+        ComparisonItem item;
+        item.width = width;
+        item.height = height;
+        model.setItem(item);
+    }
+    void zoomIn(int times) {
         for (int press = 0; press < times; ++press) {
-            wide.zoomBy(1.25, centre);
+            model.zoomBy(1.25, centre);
         }
     }
-
+    void drag(QPointF translation) {
+        model.beginDrag();
+        model.drag(translation);
+    }
     /// The zoom and the offset.
-    std::vector<double> state() const { return {wide.zoom, wide.offset.width, wide.offset.height}; }
+    std::vector<double> state() const { return {model.zoom(), model.offset().x(), model.offset().y()}; }
 
-    ComparisonGeometry wide{{.width = 1600, .height = 600}, viewport};
+    ComparisonModel model;
 };
 
-TEST_F(ComparisonGeometryTest, FitsWithoutEnlarging) {
-    EXPECT_EQ(wide.fitScale(), 0.5);
-    EXPECT_EQ(ComparisonGeometry({.width = 10, .height = 1200}, viewport).fitScale(), 0.5);
-    EXPECT_EQ(ComparisonGeometry({.width = 10, .height = 10}, viewport).fitScale(), 1);
+TEST_F(ComparisonModelTest, FitsWithoutEnlarging) {
+    EXPECT_EQ(model.scale(), 0.5);
+    setSize(10, 1200);
+    EXPECT_EQ(model.scale(), 0.5);
+    setSize(10, 10);
+    EXPECT_EQ(model.scale(), 1);
 }
 
-TEST_F(ComparisonGeometryTest, KeepsTheZoomWithinItsLimits) {
-    wide.zoomBy(0.8, corner);
+TEST_F(ComparisonModelTest, KeepsTheZoomWithinItsLimits) {
+    model.zoomBy(0.8, corner);
     EXPECT_THAT(state(), ElementsAre(1, 0, 0));
-    press(5);
-    EXPECT_NEAR(wide.zoom, 3.0518, 1e-4);
-    press(20);
-    EXPECT_EQ(wide.zoom, 16);
+    zoomIn(5);
+    EXPECT_NEAR(model.zoom(), 3.0518, 1e-4);
+    zoomIn(20);
     const std::vector<double> before = state();
+    EXPECT_EQ(before.front(), 16);
     for (const double factor : {0.0, -2.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
-        wide.zoomBy(factor, corner);
+        model.zoomBy(factor, corner);
         EXPECT_EQ(state(), before);
     }
-    wide.actualSize = true;
-    wide.zoomBy(0.001, centre);
-    EXPECT_EQ(wide.zoom, 0.5);
-    wide.zoomBy(1000, centre);
-    EXPECT_EQ(wide.zoom, 16);
+    model.setActualSize(true);
+    model.zoomBy(0.01, centre);
+    EXPECT_EQ(model.zoom(), 0.5);
+    model.zoomBy(1000, centre);
+    EXPECT_EQ(model.zoom(), 16);
 }
 
-TEST_F(ComparisonGeometryTest, KeepsTheAnchorInPlaceUpToTheEdges) {
+TEST_F(ComparisonModelTest, KeepsTheAnchorInPlaceUpToTheEdges) {
     // 200 right of and 50 below the centre, times 1 - 4.
-    wide.zoomBy(4, {.width = 600, .height = 350});
+    model.zoomBy(4, {600, 350});
     EXPECT_THAT(state(), ElementsAre(4, -600, -150));
     // No higher than the viewport: centred.
-    wide.zoomBy(0.5, {.width = 600, .height = 350});
+    model.zoomBy(0.5, {600, 350});
     EXPECT_THAT(state(), ElementsAre(2, -200, 0));
-    wide.moveTo({.width = 5000, .height = 5000});
+    drag({5000, 5000});
     EXPECT_THAT(state(), ElementsAre(2, 400, 0));
-    wide.moveTo({.width = -5000, .height = 0});
+    drag({-5000, 0});
     EXPECT_THAT(state(), ElementsAre(2, -400, 0));
 }
 
-TEST_F(ComparisonGeometryTest, ZoomsInAndOutByDoubleClicks) {
-    wide.doubleClick({.width = 500, .height = 300});
+TEST_F(ComparisonModelTest, ZoomsInAndOutByDoubleClicks) {
+    model.doubleClick({500, 300});
     EXPECT_THAT(state(), ElementsAre(2, -100, 0));
-    wide.doubleClick(corner);
+    model.doubleClick(corner);
     EXPECT_THAT(state(), ElementsAre(1, 0, 0));
-    wide.zoom = 1.005;
-    wide.doubleClick(centre);
-    EXPECT_NEAR(wide.zoom, 2.01, 1e-9);
+    model.zoomBy(1.005, centre);
+    model.doubleClick(centre);
+    EXPECT_NEAR(model.zoom(), 2.01, 1e-9);
 }
 
-TEST_F(ComparisonGeometryTest, ReadsScrollEvents) {
+TEST_F(ComparisonModelTest, ReadsScrollEvents) {
     const std::vector<std::pair<ScrollEvent, double>> events = {
         {{.coarseDelta = 1}, 0.12},
         {{.coarseDelta = -1, .hasControl = true}, -0.12},
@@ -94,45 +107,30 @@ TEST_F(ComparisonGeometryTest, ReadsScrollEvents) {
         EXPECT_NEAR(magnification(event).value_or(NAN) + 1, std::exp(exponent), 1e-12) << exponent;
     }
     EXPECT_FALSE(magnification({.preciseDelta = 10, .isPrecise = true}));
+    model.requestZoomIn();
+    model.performZoomRequest();
+    model.beginDrag();
+    model.drag({60, 10});
+    model.drag({-70, 10});
+    EXPECT_THAT(state(), ElementsAre(1.25, -70, 0));
+    model.scroll({-10, 4}, {0, 0.1}, false, corner);
+    EXPECT_THAT(state(), ElementsAre(1.25, -80, 0));
+    model.scroll({0, 0}, {0, -50}, false, centre);
+    EXPECT_EQ(model.zoom(), 1);
+    model.pinch(1, centre);
+    EXPECT_EQ(model.zoom(), 2);
 }
 
-class ComparisonModelTest : public testing::Test {
-protected:
-    ComparisonModelTest() {
-        ComparisonItem item;
-        item.width = 1600;
-        item.height = 600;
-        model.setItem(item);
-        model.setViewport({800, 600});
-    }
-
-    ComparisonModel model;
-};
-
-TEST_F(ComparisonModelTest, FollowsTheView) {
+TEST_F(ComparisonModelTest, ZoomsByButtonsAndShowsTheActualSize) {
     model.requestZoomIn();
     EXPECT_EQ(model.zoomRequest(), 1.25);
     model.performZoomRequest();
     EXPECT_EQ(model.zoomRequest(), 0);
-    EXPECT_EQ(model.zoom(), 1.25);
     EXPECT_EQ(model.percent(), 63);
     EXPECT_EQ(model.displayedSize(), QSizeF(1000, 375));
-
-    model.beginDrag();
-    model.drag({60, 10});
-    model.drag({-70, 10});
-    EXPECT_EQ(model.offset(), QPointF(-70, 0));
-    model.scroll({-10, 4}, {0, 0.1}, false, {0, 0});
-    EXPECT_EQ(model.offset(), QPointF(-80, 0));
-    EXPECT_EQ(model.zoom(), 1.25);
-    model.scroll({0, 0}, {0, -50}, false, {400, 300});
-    EXPECT_EQ(model.zoom(), 1);
-    model.pinch(1, {400, 300});
-    EXPECT_EQ(model.zoom(), 2);
-
     model.setActualSize(true);
     EXPECT_EQ(model.displayedSize(), QSizeF(1600, 600));
-    model.zoomBy(0.5, {400, 300});
+    model.zoomBy(0.5, centre);
     model.setViewport({1600, 600});
     EXPECT_EQ(model.zoom(), 1) << "the new smallest zoom";
     model.setActualSize(false);
@@ -197,11 +195,10 @@ TEST_F(ComparisonTest, DescribesBothFiles) {
 }
 
 TEST_F(ComparisonTest, SwapsTheSidesOfATurnedPicture) {
-    const URL photo = picture("photo.jpg", pictureBytes("noise-turned.jpg"));
-    const Bytes winner = pictureBytes("noise-small-turned.jpg");
-    const UndoRecord record =
-        store.commit(store.prepare(photo, prepared("winner.jpg", winner), UUID::random()));
-    writeFile(photo, winner);
+    const URL photo = original("noise-turned.jpg");
+    const URL winner = test::picture("noise-small-turned.jpg");
+    const UndoRecord record = store.commit(store.prepare(photo, winner, UUID::random()));
+    copyPicture("noise-small-turned.jpg", photo);
     const ComparisonItem item = prepareComparison(store, record, Date::now());
     EXPECT_EQ(item.width, 24);
     EXPECT_EQ(item.height, 32);
@@ -215,7 +212,7 @@ TEST_F(ComparisonTest, RefusesAnExpiredOrChangedPair) {
     EXPECT_TRUE(store.hasBackup(record));
     desktop.time = desktop.time.adding(-1);
     EXPECT_EQ(failureOf(record), "");
-    writeFile(record.originalURL(), large);
+    pictures.file("photo.png", large);
     EXPECT_EQ(failureOf(record), "压缩后的图片已被修改");
     store.removeBackup(record);
     QSignalSpy failures(&*model, &AppModel::comparisonFailed);

@@ -25,7 +25,7 @@ TEST_F(CompressionConfirmationTest, AsksOnceAboutAllFilesThatWereOnlyOpened) {
     EXPECT_EQ(model->tasks()->count(), 1);
     alerts.answer(true);
     settle();
-    EXPECT_EQ(contents(first) + contents(second), textOf(small) + textOf(small));
+    EXPECT_EQ(contents(first) + contents(second), small + small);
 
     confirmation.open({toQUrl(largePicture("third.png"))}, false);
     EXPECT_EQ(alerts.shown.back().message, "要压缩“third.png”吗？");

@@ -99,7 +99,7 @@ TEST_F(HistoryTest, ShowsNoSecondRowForARunningCompression) {
     const URL photo = largePicture("photo.png");
     const HeldJob held = hold(photo);
     model->add(std::vector{photo});
-    store.prepare(photo, prepared("winner.png", small), UUID::random());
+    store.prepare(photo, home.file("winner.png", small), UUID::random());
     desktop.historyDidChange();
     waitForLoads(2);
     EXPECT_EQ(names(), "old.png photo.png ");

@@ -1,7 +1,5 @@
 #include "Tarnwick/ModelFixture.h"
 
-#include "Foundation/FileContents.h"
-
 #include <asio/use_future.hpp>
 
 #include <QLoggingCategory>
@@ -55,7 +53,7 @@ Registration FakeDesktop::startTimer(double seconds, std::function<void()> handl
 ModelFixture::ModelFixture() {
     tools.scores({"90"});
     for (const char* tool : {"pngquant", "oxipng"}) {
-        tools.script(tool, {{"output", prepared("output.png", small).path()}});
+        tools.script(tool, {{"output", home.file("output.png", small).path()}});
     }
 }
 
@@ -76,9 +74,9 @@ void ModelFixture::settle() {
 }
 
 UndoRecord ModelFixture::replaced(const std::string& name, double age) const {
-    const URL file = picture(name, large);
-    UndoRecord record = store.prepare(file, prepared("winner.png", small), UUID::random());
-    writeFile(file, small);
+    const URL file = largePicture(name);
+    UndoRecord record = store.prepare(file, home.file("winner.png", small), UUID::random());
+    pictures.file(name, small);
     record.createdAt = Date::now().adding(-age);
     return store.commit(record);
 }

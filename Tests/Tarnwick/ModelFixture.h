@@ -25,8 +25,6 @@ class Log {
 public:
     explicit Log(bool withDebugOutput = false);
     ~Log();
-    Log(const Log&) = delete;
-    Log& operator=(const Log&) = delete;
 
     static inline std::string lines;
 };
@@ -98,7 +96,7 @@ protected:
     /// Waits until no task is active and the maintenance has seen the store.
     void settle();
     /// A PNG that the fake tools make smaller.
-    URL largePicture(const std::string& name) const { return picture(name, large); }
+    URL largePicture(const std::string& name) const { return pictures.file(name, large); }
     /// A record, `age` seconds old, of a file that was replaced by a smaller one.
     UndoRecord replaced(const std::string& name, double age = 60) const;
     /// Keeps the queue from working on a file while the result lives.
@@ -112,10 +110,8 @@ protected:
     /// Each row's name and status text.
     std::vector<std::string> rows();
 
-    static std::string textOf(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
-
-    const Bytes large = pictureBytes("photo.png");
-    const Bytes small = pictureBytes("photo-small.png");
+    const std::string large = pictureText("photo.png");
+    const std::string small = pictureText("photo-small.png");
     FakeDesktop desktop;
     Cancellation cancellation = Cancellation::make();
     std::optional<CompressionQueue> queue{std::in_place, 2, home / "locks"};
