@@ -101,6 +101,8 @@ protected:
 
     FakeTools tools;
     EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
+    /// Qt would complain about this locale on standard error.
+    EnvironmentVariable locale{"LC_ALL", "C"};
     DBusNotifications notifications;
 
 private:

@@ -21,7 +21,7 @@ protected:
     test::EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
 };
 
-/// What stands in the pictures' folder when the process that prepared a record has died.
+/// The pictures' folder after the process that prepared a record has died.
 struct Scene {
     const test::TemporaryFolder& folder;
     const UndoStore& store;
