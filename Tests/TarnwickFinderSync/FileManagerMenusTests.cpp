@@ -15,19 +15,21 @@ protected:
 };
 
 TEST_F(FileManagerMenusTest, AddsOneEntryAndRemovesItWithoutTrace) {
+    createDirectories(machine / "home/.local/share/kio/servicemenus");
+    write("home/.local/share/nemo/actions/other.nemo_action", "theirs");
     for (const bool hasPython : {false, true}) {
         for (const FileManager fileManager : FileManagerMenus::allFileManagers) {
             SCOPED_TRACE(name(fileManager) + (hasPython ? " with Python" : ""));
             const auto before = userFiles();
             menus.setEnabled(fileManager, true);
-            EXPECT_THAT(enabled(menus), ElementsAre(name(fileManager)));
+            EXPECT_EQ(enabled(menus), name(fileManager) + " ");
             const auto after = userFiles();
             menus.setEnabled(fileManager, true);
             EXPECT_EQ(userFiles(), after);
             for (int removals = 0; removals < 2; ++removals) {
                 menus.setEnabled(fileManager, false);
                 EXPECT_EQ(userFiles(), before);
-                EXPECT_THAT(enabled(menus), IsEmpty());
+                EXPECT_EQ(enabled(menus), "");
             }
         }
         installPythonPlugin("nautilus");
@@ -41,42 +43,30 @@ TEST_F(FileManagerMenusTest, EnablesInstalledFileManagersEvenAfterAFailure) {
         install(program);
     }
     write(actions, "<actions><action></actions>");
-    try {
-        menus.enableInstalled();
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const CompressionError& error) {
-        EXPECT_THAT(error.errorDescription(), HasSubstr("Thunar"));
-    }
-    EXPECT_THAT(enabled(menus), ElementsAre("Nautilus（文件）", "Dolphin"));
+    EXPECT_THAT([&] { menus.enableInstalled(); }, ThrowsMessage<CompressionError>(HasSubstr("Thunar")));
     EXPECT_EQ(contents(machine / actions), "<actions><action></actions>");
+    EXPECT_EQ(enabled(menus), "Nautilus（文件） Dolphin ");
     for (const auto& state : menus.states()) {
         EXPECT_EQ(state.isInstalled, state.isEnabled || state.fileManager == FileManager::thunar);
     }
     menus.setEnabled(FileManager::nemo, true);
     menus.disableAll();
-    EXPECT_THAT(enabled(menus), IsEmpty()) << "the damaged file has no action of ours and is no obstacle";
+    EXPECT_EQ(enabled(menus), "") << "the damaged file has no action of ours and is no obstacle";
 }
 
-TEST_F(FileManagerMenusTest, KeepsTheUsersFilesAndFolders) {
-    createDirectories(machine / "home/.local/share/kio/servicemenus");
-    write("home/.local/share/nemo/actions/other.nemo_action", "theirs");
-    write(script, "#!/bin/sh\n# the user's own Tarnwick\n");
-    const auto before = userFiles();
-    EXPECT_THROW(menus.setEnabled(FileManager::nautilus, true), CompressionError);
-    menus.setEnabled(FileManager::dolphin, true);
-    menus.setEnabled(FileManager::nemo, true);
-    menus.disableAll();
-    EXPECT_EQ(userFiles(), before);
-}
-
-TEST_F(FileManagerMenusTest, UpdatesExistingEntriesOfAMovedApplication) {
-    menus.setEnabled(FileManager::caja, true);
+TEST_F(FileManagerMenusTest, UpdatesThePathAndModeOfExistingEntries) {
     menus.setEnabled(FileManager::thunar, true);
+    menus.setEnabled(FileManager::dolphin, true);
     const FileManagerMenus moved(makeApplication("elsewhere"), directories);
-    EXPECT_THAT(enabled(moved), IsEmpty());
+    EXPECT_EQ(enabled(moved), "");
     moved.refresh();
-    EXPECT_THAT(enabled(moved), ElementsAre("Caja", "Thunar"));
-    EXPECT_THAT(enabled(menus), IsEmpty());
+    EXPECT_EQ(enabled(moved), "Thunar Dolphin ");
+    EXPECT_EQ(enabled(menus), "");
+    fs::permissions((machine / "home/.local/share/kio/servicemenus/tarnwick.desktop").path(),
+                    fs::perms{0644});
+    EXPECT_EQ(enabled(moved), "Thunar ");
+    moved.refresh();
+    EXPECT_EQ(enabled(moved), "Thunar Dolphin ");
 }
 
 TEST_F(FileManagerMenusTest, ReplacesAScriptByAnExtensionAndBack) {
@@ -85,9 +75,9 @@ TEST_F(FileManagerMenusTest, ReplacesAScriptByAnExtensionAndBack) {
     const auto withScript = userFiles();
     for (const std::string module : {"tarnwick", "theirs"}) {
         installPythonPlugin("nautilus");
-        EXPECT_THAT(enabled(menus), IsEmpty()) << "another entry is the best one now";
+        EXPECT_EQ(enabled(menus), "") << "another entry is the best one now";
         menus.refresh();
-        EXPECT_THAT(enabled(menus), ElementsAre("Nautilus（文件）"));
+        EXPECT_EQ(enabled(menus), "Nautilus（文件） ");
         EXPECT_FALSE(itemExists(machine / script));
         write(cache + "/tarnwick.cpython-311.pyc", "");
         write(cache + "/" + module + ".cpython-311.pyc", "");
@@ -98,21 +88,15 @@ TEST_F(FileManagerMenusTest, ReplacesAScriptByAnExtensionAndBack) {
     EXPECT_THAT(entries(machine / cache), ElementsAre(machine / (cache + "/theirs.cpython-311.pyc")));
 }
 
-TEST_F(FileManagerMenusTest, RepairsAnEntryThatIsNotExecutable) {
-    const URL entry = machine / "home/.local/share/kio/servicemenus/tarnwick.desktop";
-    menus.setEnabled(FileManager::dolphin, true);
-    fs::permissions(entry.path(), fs::perms{0644});
-    EXPECT_THAT(enabled(menus), IsEmpty());
-    menus.setEnabled(FileManager::dolphin, true);
-    EXPECT_THAT(enabled(menus), ElementsAre("Dolphin"));
-}
-
-TEST_F(FileManagerMenusTest, RefusesApplicationPathsThatAnEntryCannotContain) {
+TEST_F(FileManagerMenusTest, RefusesTheUsersFileAndPathsThatAnEntryCannotContain) {
+    write(script, "#!/bin/sh\n# the user's own Tarnwick\n");
     const auto before = userFiles();
+    EXPECT_THROW(menus.setEnabled(FileManager::nautilus, true), CompressionError);
     for (const std::string path : {"/opt/line\nfeed/Tarnwick", "/opt/\xFF/Tarnwick", "/opt/100%/Tarnwick"}) {
         const FileManagerMenus other(URL::file(path), directories);
         EXPECT_THROW(other.setEnabled(FileManager::nemo, true), CompressionError) << path;
     }
+    menus.disableAll();
     EXPECT_EQ(userFiles(), before);
 }
 
@@ -141,7 +125,7 @@ TEST_F(FileManagerMenusTest, KeepsTheLinkAndModeOfThunarsFile) {
     fs::create_symlink("../dotfiles/uca.xml", (machine / actions).path());
     const auto before = userFiles();
     menus.setEnabled(FileManager::thunar, true);
-    EXPECT_THAT(enabled(menus), ElementsAre("Thunar"));
+    EXPECT_EQ(enabled(menus), "Thunar ");
     EXPECT_TRUE(fs::is_symlink((machine / actions).path()));
     menus.setEnabled(FileManager::thunar, false);
     EXPECT_EQ(userFiles(), before);

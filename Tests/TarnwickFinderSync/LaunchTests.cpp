@@ -16,23 +16,20 @@ struct Entry {
 
 class LaunchTest : public MenuFixture {
 protected:
-    std::vector<std::string> paths(std::vector<std::string> names) const {
-        for (std::string& name : names) {
-            name = (machine / name).path();
-        }
-        return names;
-    }
-
-    /// The paths that the application receives when the user chooses the entry for these files.
-    std::vector<std::string> choose(const Entry& entry, const std::vector<std::string>& files) const {
+    /// The names of the files that the application receives when the user chooses the entry for these files.
+    std::vector<std::string> choose(const Entry& entry, const std::vector<std::string>& names) const {
         write("received", "");
         std::vector<std::string> arguments = {entry.kind, (machine / entry.file).path()};
-        arguments.insert(arguments.end(), files.begin(), files.end());
+        for (const std::string& name : names) {
+            arguments.push_back((machine / name).path());
+        }
         ToolRunner(URL::file(TARNWICK_FINDER_SYNC_TESTS)).run("fake-file-manager.py", arguments, 60);
         std::vector<std::string> received;
         std::istringstream text(contents(machine / "received"));
         for (std::string argument; std::getline(text, argument, '\0');) {
-            received.push_back(argument.starts_with("file:") ? URL::parse(argument)->path() : argument);
+            const URL file = argument.starts_with("file:") ? *URL::parse(argument) : URL::file(argument);
+            EXPECT_EQ(file.deletingLastPathComponent(), machine.url());
+            received.push_back(file.lastPathComponent());
         }
         return received;
     }
@@ -44,7 +41,7 @@ protected:
     const Entry thunar{"thunar", FileManager::thunar, "home/.config/Thunar/uca.xml"};
     const Entry dolphin{"dolphin", FileManager::dolphin,
                         "home/.local/share/kio/servicemenus/tarnwick.desktop"};
-    const std::vector<std::string> pictures = paths(
+    const std::vector<std::string> pictures = std::vector<std::string>(
         {"a b.png", "it's \"quoted\".JPG", "line\nfeed\n.gif", "-i.jpeg", "中文 图.heic", "back\\slash\\.png",
          "100%25 $HOME ${x} `id` $(id) %F.PNG", "\xFF\xFE.jpg", " * ? [a] ~ # ; & | < > !.HEIF"});
 };
@@ -77,13 +74,12 @@ TEST_F(LaunchTest, EscapesPercentSignsInTheApplicationsPath) {
 
 TEST_F(LaunchTest, PassesOnlyPictures) {
     menus.setEnabled(FileManager::nautilus, true);
-    EXPECT_THAT(choose(script, paths({"notes.txt", "a.png", "png", "b.png.bak"})),
-                ElementsAreArray(paths({"a.png"})));
-    EXPECT_THAT(choose(script, paths({"notes.txt"})), IsEmpty());
+    EXPECT_THAT(choose(script, {"notes.txt", "a.png", "png", "b.png.bak"}), ElementsAre("a.png"));
+    EXPECT_THAT(choose(script, {"notes.txt"}), IsEmpty());
     EXPECT_EQ(contents(machine / "received"), "") << "the application must not start without pictures";
     installPythonPlugin("nautilus");
     menus.setEnabled(FileManager::nautilus, true);
-    EXPECT_THAT(choose(extension, paths({"notes.txt", "a.png"})), IsEmpty());
+    EXPECT_THAT(choose(extension, {"notes.txt", "a.png"}), IsEmpty());
 }
 
 } // namespace

@@ -43,13 +43,11 @@ protected:
                      0755);
     }
 
-    /// The names of the file managers whose entries start the application.
-    static std::vector<std::string> enabled(const FileManagerMenus& menus) {
-        std::vector<std::string> names;
+    /// The names of the file managers whose entries start the application, each with a space after it.
+    static std::string enabled(const FileManagerMenus& menus) {
+        std::string names;
         for (const auto& state : menus.states()) {
-            if (state.isEnabled) {
-                names.push_back(name(state.fileManager));
-            }
+            names += state.isEnabled ? name(state.fileManager) + " " : "";
         }
         return names;
     }
