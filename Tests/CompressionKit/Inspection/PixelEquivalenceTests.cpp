@@ -4,11 +4,11 @@
 #include "Inspection/ImageFacts.h"
 #include "Inspection/PixelBands.h"
 #include "Support/Pictures.h"
-#include "Support/Pixel.h"
 #include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <vector>
 
 namespace tarnwick::test {
@@ -34,13 +34,28 @@ TEST(PixelBandsTest, WalksInBandsOfAboutAMebipixel) {
     EXPECT_FALSE(ImageLimits::areRenderable(25'000'001, 1));
 }
 
+struct Pixel {
+    std::uint8_t red, green, blue, alpha;
+};
+using Pattern = std::function<Pixel(std::int64_t x, std::int64_t y)>;
+
+Pixel varied(std::int64_t x, std::int64_t y) {
+    return {static_cast<std::uint8_t>(3 * x + y), static_cast<std::uint8_t>(4 * y), 7,
+            static_cast<std::uint8_t>(16 * y + x)};
+}
+
 class PixelEquivalenceTest : public testing::Test {
 protected:
     URL drawn(std::string_view name, std::int64_t width, std::int64_t height, const Pattern& pattern) const {
         URL url = folder / name;
         ImageDestination destination(url,
                                      {.width = width, .height = height, .hasAlpha = true, .profile = {}});
-        destination.writeRows(rgbaRows(width, height, pattern));
+        Bytes rows;
+        for (std::int64_t at = 0; at < width * height; ++at) {
+            const Pixel pixel = pattern(at % width, at / width);
+            rows.insert(rows.end(), {pixel.red, pixel.green, pixel.blue, pixel.alpha});
+        }
+        destination.writeRows(rows);
         destination.commit();
         return url;
     }
@@ -55,7 +70,9 @@ protected:
 };
 
 TEST_F(PixelEquivalenceTest, StopsAtTheFirstBandThatFails) {
-    const URL wide = drawn("wide.png", 600'000, 3, [](std::int64_t, std::int64_t) { return Pixel{1, 2, 3}; });
+    const URL wide = drawn("wide.png", 600'000, 3, [](std::int64_t, std::int64_t) {
+        return Pixel{1, 2, 3, 255};
+    });
     int bands = 0;
     EXPECT_TRUE(ImageFacts::pixelBandsEqual(wide, wide, [&](auto a, auto b) {
         ++bands;
@@ -68,10 +85,10 @@ TEST_F(PixelEquivalenceTest, StopsAtTheFirstBandThatFails) {
 }
 
 TEST_F(PixelEquivalenceTest, ComparesPremultipliedPixels) {
-    const URL one = drawn("one.png", 9, 7, translucentGradient);
+    const URL one = drawn("one.png", 9, 7, varied);
     EXPECT_TRUE(ImageFacts::pixelsEqual(one, one));
     EXPECT_FALSE(ImageFacts::pixelsEqual(one, drawn("last.png", 9, 7, [](std::int64_t x, std::int64_t y) {
-                                             Pixel pixel = translucentGradient(x, y);
+                                             Pixel pixel = varied(x, y);
                                              pixel.alpha = static_cast<std::uint8_t>(
                                                  pixel.alpha ^ (x == 8 && y == 6 ? 1U : 0U));
                                              return pixel;
@@ -86,7 +103,7 @@ TEST_F(PixelEquivalenceTest, TakesEveryFailureForADifference) {
     const URL one = picture("3x5.png");
     const std::string bytes = pictureText("3x5.png");
     for (const URL& other :
-         {picture("5x3.png"), drawn("narrow.png", 2, 5, gradient), drawn("low.png", 3, 4, gradient),
+         {picture("5x3.png"), drawn("narrow.png", 2, 5, varied), drawn("low.png", 3, 4, varied),
           folder.file("cut.png", bytes.substr(0, bytes.size() - 20)), folder.file("text.png", "text"),
           folder / "missing.png", folder.url()}) {
         SCOPED_TRACE(other.path());
