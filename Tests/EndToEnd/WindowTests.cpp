@@ -7,7 +7,7 @@
 #include "Foundation/FileOperations.h"
 #include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
-#include "Support/HEIFMaker.h"
+#include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
@@ -177,7 +177,7 @@ TEST_F(WindowEndToEndTests, compressesRestoresAndComparesPicturesOfAllKinds) {
     const URL animation = sample(pictures, "jxl/animation_patches.gif", "animation.gif");
     const URL alpha =
         sample(pictures, "external/wesaturate/500px/tmshre_riaphotographs_alpha.png", "logo.png");
-    test::writeHEIF(pictures / "IMG_0007.heic", {.width = 512, .height = 384});
+    test::copyPicture("large.heic", pictures / "IMG_0007.heic");
     drop(
         {toQUrl(photo), toQUrl(long1), toQUrl(animation), toQUrl(alpha), toQUrl(pictures / "IMG_0007.heic")});
     EXPECT_TRUE(model.isCompressing());

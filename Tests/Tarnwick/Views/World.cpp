@@ -1,6 +1,6 @@
 #include "Tarnwick/Views/World.h"
 
-#include "Support/PNGMaker.h"
+#include "Support/Pictures.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <QCoreApplication>
@@ -17,12 +17,8 @@ namespace tarnwick::test {
 
 namespace {
 
-std::string asText(const Bytes& bytes) {
-    return {bytes.begin(), bytes.end()};
-}
-
 std::string original() {
-    return asText(pngBytes({.width = 600, .height = 400, .compressionLevel = 0}));
+    return pictureText("large.png");
 }
 
 std::unique_ptr<QMimeData> dragged(const QList<QUrl>& files) {
@@ -41,8 +37,7 @@ World::World()
     : model_({queue_, notifications_, wake_, helper_, chooser_, revealer_, clock_},
              CompressionEngine(tools_.folder(), UndoStore(home_ / "Undo"), 60, 70, 70, cancellation_),
              cancellation_) {
-    const URL output =
-        home_.file("output.png", asText(pngBytes({.width = 600, .height = 400, .compressionLevel = 9})));
+    const URL output = home_.file("output.png", pictureText("large-small.png"));
     tools_.scores({"90"});
     for (const char* tool : {"pngquant", "oxipng"}) {
         tools_.script(tool, {{"wait-for", (home_ / "go").path()}, {"output", output.path()}});
@@ -63,7 +58,7 @@ bool World::isOriginal(const QUrl& picture) const {
 }
 
 void World::spoil(const QUrl& picture) const {
-    pictures_.file(fromQUrl(picture).lastPathComponent(), asText(pngBytes({})));
+    pictures_.file(fromQUrl(picture).lastPathComponent(), pictureText("photo.png"));
 }
 
 void World::hold() const {
