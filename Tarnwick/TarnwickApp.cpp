@@ -13,9 +13,10 @@ TarnwickApp::TarnwickApp(const ApplicationBundle& bundle)
       finder_({launchServices_, defaults_, alerts_, extensionSettings_}, bundle, bundle.pluginKitDirectory()),
       window_({model_, chooser_, alerts_, extensionSettings_}),
       delegate_({window_, model_, alerts_, extensionSettings_}) {
-    QObject::connect(&window_, &MainWindow::finderEnableRequested, [this] { finder_.enableFromMenu(); });
-    QObject::connect(&window_, &MainWindow::finderSettingsRequested, &extensionSettings_,
-                     &ExtensionSettings::showExtensionManagementInterface);
+    const MainWindowViewState* viewState = &window_.viewState();
+    QObject::connect(viewState, &MainWindowViewState::finderEnableRequested, &delegate_,
+                     [this] { finder_.enableFromMenu(); });
+    QObject::connect(viewState, &MainWindowViewState::quitRequested, &delegate_, &TarnwickAppDelegate::end);
 }
 
 } // namespace tarnwick

@@ -5,6 +5,8 @@
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Views/MainWindow.h"
 
+#include <QCoreApplication>
+
 namespace tarnwick {
 
 void TarnwickAppDelegate::listenTo(ApplicationInstance& instance) {
@@ -27,6 +29,10 @@ void TarnwickAppDelegate::perform(const QString& action) {
     } else if (action == "settings") {
         parts_.extensionSettings.showExtensionManagementInterface();
     }
+}
+
+void TarnwickAppDelegate::end() {
+    QCoreApplication::quit();
 }
 
 } // namespace tarnwick

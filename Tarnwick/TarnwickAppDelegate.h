@@ -37,6 +37,8 @@ public:
     void activate(const QString& activationToken);
     /// Performs an action of the desktop entry. An unknown one does nothing.
     void perform(const QString& action);
+    /// Ends the application's event loop.
+    static void end();
 
 private:
     Parts parts_;

@@ -11,7 +11,7 @@ namespace {
 
 struct Request {
     QList<QUrl> files;
-    /// The user asked for the files' compression, and didn't only open them.
+    /// The user asked for the files to be compressed, and did not only open them.
     bool isAskedFor = true;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tarnwick {
 namespace {
@@ -103,22 +104,21 @@ void ComparisonModel::drag(QPointF translation) {
     });
 }
 
-void ComparisonModel::pinch(double magnification, QPointF position) {
+void ComparisonModel::magnify(double magnification, QPointF position) {
     change([&](ComparisonGeometry& geometry) { geometry.magnify(magnification, extent(position)); });
 }
 
-void ComparisonModel::scroll(QPointF pixelDelta, QPointF lines, bool control, QPointF position) {
-    const auto strength = magnification({.preciseDelta = pixelDelta.y(),
-                                         .coarseDelta = lines.y(),
-                                         .isPrecise = !pixelDelta.isNull(),
-                                         .hasControl = control});
+double ComparisonModel::wheelMagnification(QPointF pixelDelta, QPointF lines, bool control) const {
+    const ScrollEvent event = {.preciseDelta = pixelDelta.y(),
+                               .coarseDelta = lines.y(),
+                               .isPrecise = !pixelDelta.isNull(),
+                               .hasControl = control};
+    return magnification(event).value_or(std::numeric_limits<double>::quiet_NaN());
+}
+
+void ComparisonModel::pan(QPointF delta) {
     change([&](ComparisonGeometry& geometry) {
-        if (strength) {
-            geometry.magnify(*strength, extent(position));
-        } else {
-            geometry.moveTo(
-                {.width = offset_.width + pixelDelta.x(), .height = offset_.height + pixelDelta.y()});
-        }
+        geometry.moveTo({.width = offset_.width + delta.x(), .height = offset_.height + delta.y()});
     });
 }
 

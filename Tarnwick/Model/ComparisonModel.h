@@ -70,10 +70,11 @@ public:
     Q_INVOKABLE void beginDrag();
     /// `translation` counts from where the drag began.
     Q_INVOKABLE void drag(QPointF translation);
-    Q_INVOKABLE void pinch(double magnification, QPointF position);
-    /// A wheel event: `pixelDelta` in points (zero from a plain wheel), `lines` in lines, one per 120 of
-    /// angleDelta. Zooms, or pans by the points.
-    Q_INVOKABLE void scroll(QPointF pixelDelta, QPointF lines, bool control, QPointF position);
+    Q_INVOKABLE void magnify(double magnification, QPointF position);
+    /// By how much a wheel event magnifies; NaN when it pans instead. `pixelDelta` is in points, zero from a
+    /// plain wheel; `lines` has one line for a step of 120 in angleDelta.
+    Q_INVOKABLE double wheelMagnification(QPointF pixelDelta, QPointF lines, bool control) const;
+    Q_INVOKABLE void pan(QPointF delta);
 
 signals:
     void itemChanged();

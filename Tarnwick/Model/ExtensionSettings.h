@@ -51,7 +51,7 @@ public:
     /// Switches a row's entry on or off; a failure switches it back. An unknown row is ignored.
     Q_INVOKABLE void setEnabled(int row, bool isEnabled);
     /// Reloads and emits showRequested().
-    void showExtensionManagementInterface() override;
+    Q_INVOKABLE void showExtensionManagementInterface() override;
 
 signals:
     void countChanged();

@@ -3,17 +3,18 @@
 #include "Tarnwick/Model/AppModel.h"
 #include "Tarnwick/Model/ComparisonModel.h"
 #include "Tarnwick/Model/ExtensionSettings.h"
+#include "Tarnwick/Model/TaskStatus.h"
 
 #include <QQmlEngine>
 
-/// What other folders' types are called in QML.
+/// The names in QML of the types that the model defines.
 namespace tarnwick::views {
 
 struct AppModelForeign {
     Q_GADGET
     QML_FOREIGN(tarnwick::AppModel)
     QML_NAMED_ELEMENT(AppModel)
-    QML_UNCREATABLE("The window is given one.")
+    QML_UNCREATABLE("MainWindow is given one.")
 };
 
 struct ImageTaskListModelForeign {
@@ -34,8 +35,15 @@ struct ExtensionSettingsForeign {
     Q_GADGET
     QML_FOREIGN(tarnwick::ExtensionSettings)
     QML_NAMED_ELEMENT(ExtensionSettings)
-    QML_UNCREATABLE("The window is given them.")
+    QML_UNCREATABLE("MainWindow is given one.")
 };
+
+/// A namespace, because QML sees the enumerators of a value type in no other way.
+namespace TaskStatusForeign {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(tarnwick::TaskStatus)
+QML_NAMED_ELEMENT(TaskStatus)
+} // namespace TaskStatusForeign
 
 struct ComparisonItemForeign {
     Q_GADGET

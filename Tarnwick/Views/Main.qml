@@ -11,14 +11,25 @@ ApplicationWindow {
     required property QuickFileChooser chooser
     required property QuickAlertPresenter alerts
     required property ExtensionSettings extensionSettings
+    required property MainWindowViewState viewState
     readonly property bool empty: model.tasks.count === 0
     readonly property bool clearAllowed: !model.isCompressing && !model.hasModalPresentation
 
-    signal finderEnableRequested
-    signal finderSettingsRequested
-
-    function quit() {
-        Qt.quit();
+    function perform(action: int, taskId: string) {
+        switch (action) {
+        case RowActions.Compare:
+            viewState.comparedTask = taskId;
+            break;
+        case RowActions.Restore:
+            model.restore(taskId);
+            break;
+        case RowActions.Reveal:
+            model.reveal(taskId);
+            break;
+        case RowActions.Delete:
+            model.deleteTask(taskId);
+            break;
+        }
     }
 
     title: "Tarnwick"
@@ -28,7 +39,7 @@ ApplicationWindow {
     minimumHeight: 480
     color: Theme.window
     visible: true
-    // The help texts, which all windows share, take their colours from here.
+    // The tool tips, which all windows share, take their colours from here.
     palette.toolTipBase: Theme.tip
     palette.toolTipText: Theme.tipText
     palette.dark: Theme.tip
@@ -58,10 +69,8 @@ ApplicationWindow {
         visible: !window.empty
         enabled: visible
         model: window.model.tasks
-        onCompareRequested: taskId => comparison.show(taskId)
-        onRestoreRequested: taskId => window.model.restore(taskId)
-        onRevealRequested: taskId => window.model.reveal(taskId)
-        onDeleteRequested: taskId => window.model.deleteTask(taskId)
+        viewState: window.viewState
+        onActionRequested: (action, taskId) => window.perform(action, taskId)
     }
     FirstView {
         anchors.fill: parent
@@ -81,12 +90,15 @@ ApplicationWindow {
         model: window.model
     }
     ComparisonLayer {
-        id: comparison
         objectName: "comparison"
         parent: window.contentItem.parent
         anchors.fill: parent
         model: window.model
-        onClosed: list.forceActiveFocus(Qt.OtherFocusReason)
+        taskId: window.viewState.comparedTask
+        onCloseRequested: {
+            window.viewState.comparedTask = "";
+            list.forceActiveFocus(Qt.OtherFocusReason);
+        }
     }
 
     AppMenu {
@@ -96,10 +108,10 @@ ApplicationWindow {
         choosing: window.model.isChoosingFiles
         onChooserRequested: window.model.chooseFiles()
         onClearRequested: window.model.requestClearAllRecords()
-        onFinderEnableRequested: window.finderEnableRequested()
-        onFinderSettingsRequested: window.finderSettingsRequested()
-        onAboutRequested: about.open()
-        onQuitRequested: window.quit()
+        onFinderEnableRequested: window.viewState.finderEnableRequested()
+        onFinderSettingsRequested: window.extensionSettings.showExtensionManagementInterface()
+        onAboutRequested: window.viewState.showsAbout = true
+        onQuitRequested: window.viewState.quitRequested()
     }
     AlertSheet {
         text: window.model.alertMessage
@@ -118,7 +130,8 @@ ApplicationWindow {
         settings: window.extensionSettings
     }
     AboutSheet {
-        id: about
+        visible: window.viewState.showsAbout
+        onClosed: window.viewState.showsAbout = false
     }
     ChooserDialog {
         chooser: window.chooser
@@ -135,6 +148,6 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Ctrl+Q"
-        onActivated: window.quit()
+        onActivated: window.viewState.quitRequested()
     }
 }

@@ -14,8 +14,7 @@ namespace tarnwick {
 
 namespace {
 
-/// Chinese in its simplified shapes, where the desktop's own font has none: without a name, another region's
-/// shapes may be taken.
+/// Used where the desktop's own font has no Chinese. Without it the glyphs of another region may be chosen.
 constexpr auto chineseFont = "Noto Sans CJK SC";
 
 } // namespace
@@ -28,27 +27,25 @@ void MainWindow::prepareApplication() {
 }
 
 void MainWindow::prepareEngine(QQmlEngine& engine) {
-    // A static library's registration would be left out by the linker when nothing names it.
+    // The linker leaves out a static library's registration when nothing refers to it.
     volatile auto registration = &qml_register_types_Tarnwick;
     Q_UNUSED(registration);
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.addImageProvider(QStringLiteral("icon"), new LucideIcons);
 }
 
-MainWindow::MainWindow(const Models& models, QObject* parent) : QObject(parent) {
+MainWindow::MainWindow(const Models& models) {
     prepareEngine(engine_);
     engine_.setInitialProperties({{"model", QVariant::fromValue(&models.model)},
                                   {"chooser", QVariant::fromValue(&models.chooser)},
                                   {"alerts", QVariant::fromValue(&models.alerts)},
-                                  {"extensionSettings", QVariant::fromValue(&models.extensionSettings)}});
-    // Imported by name: a file's own folder doesn't bring the types in that are written in C++.
+                                  {"extensionSettings", QVariant::fromValue(&models.extensionSettings)},
+                                  {"viewState", QVariant::fromValue(&viewState_)}});
+    // Imported by name, because a file's own folder does not provide the types that are written in C++.
     engine_.loadData("import Tarnwick\nMain {}", QUrl(QStringLiteral("qrc:/Tarnwick.qml")));
-    if (engine_.rootObjects().isEmpty()) {
-        return;
+    if (!engine_.rootObjects().isEmpty()) {
+        window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
     }
-    window_ = qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
-    connect(window_, SIGNAL(finderEnableRequested()), this, SIGNAL(finderEnableRequested()));
-    connect(window_, SIGNAL(finderSettingsRequested()), this, SIGNAL(finderSettingsRequested()));
 }
 
 void MainWindow::raise(const QString& activationToken) {

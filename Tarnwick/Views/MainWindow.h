@@ -2,8 +2,8 @@
 
 #include "Tarnwick/Views/Dialogs/QuickAlertPresenter.h"
 #include "Tarnwick/Views/Dialogs/QuickFileChooser.h"
+#include "Tarnwick/Views/MainWindowViewState.h"
 
-#include <QObject>
 #include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -13,12 +13,11 @@ namespace tarnwick {
 class AppModel;
 class ExtensionSettings;
 
-/// The window, those that belong to it, and their engine. Lives on the main thread.
-class MainWindow : public QObject {
-    Q_OBJECT
-
+/// The main window, the windows and dialogs that belong to it, and their QML engine. Lives on the main
+/// thread.
+class MainWindow {
 public:
-    /// What the window shows and works with; all of it must outlive the window.
+    /// What the window shows and works with. All of it must outlive the window.
     struct Models {
         AppModel& model;
         QuickFileChooser& chooser;
@@ -26,27 +25,24 @@ public:
         ExtensionSettings& extensionSettings;
     };
 
-    explicit MainWindow(const Models& models, QObject* parent = nullptr);
+    /// Shows the window.
+    explicit MainWindow(const Models& models);
 
-    /// What every process that shows the window sets before it, once its QGuiApplication is there: the style
-    /// of the controls and the fonts.
+    /// Sets the style of the controls and the fonts. To be called after the QGuiApplication is made and
+    /// before the first window.
     static void prepareApplication();
-    /// What an engine needs for the window's QML.
+    /// Makes the window's types and icons available in an engine.
     static void prepareEngine(QQmlEngine& engine);
 
-    /// Whether the window could be made; it is shown then.
+    /// False when the QML could not be loaded.
     bool isOpen() const { return window_ != nullptr; }
     QQuickWindow* window() const { return window_; }
-    /// Brings the window to the front; `activationToken` is what the desktop lets it do so with.
+    MainWindowViewState& viewState() { return viewState_; }
+    /// Brings the window to the front. `activationToken` is the desktop's permission to do so.
     void raise(const QString& activationToken = {});
 
-signals:
-    /// The user wants the file managers' menus enabled.
-    void finderEnableRequested();
-    /// The user wants to set them up.
-    void finderSettingsRequested();
-
 private:
+    MainWindowViewState viewState_;
     QQmlApplicationEngine engine_;
     QPointer<QQuickWindow> window_;
 };

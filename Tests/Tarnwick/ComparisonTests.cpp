@@ -113,11 +113,12 @@ TEST_F(ComparisonModelTest, ReadsScrollEvents) {
     model.drag({60, 10});
     model.drag({-70, 10});
     EXPECT_THAT(state(), ElementsAre(1.25, -70, 0));
-    model.scroll({-10, 4}, {0, 0.1}, false, corner);
+    EXPECT_TRUE(std::isnan(model.wheelMagnification({-10, 4}, {0, 0.1}, false)));
+    model.pan({-10, 4});
     EXPECT_THAT(state(), ElementsAre(1.25, -80, 0));
-    model.scroll({0, 0}, {0, -50}, false, centre);
+    model.magnify(model.wheelMagnification({0, 0}, {0, -50}, false), centre);
     EXPECT_EQ(model.zoom(), 1);
-    model.pinch(1, centre);
+    model.magnify(1, centre);
     EXPECT_EQ(model.zoom(), 2);
 }
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Pim comes up over the lower edge and greets what was imported. It takes no input.
+/// After an import Pim rises over the window's lower edge, waves and dives again. It takes no input.
 Item {
     id: splash
 

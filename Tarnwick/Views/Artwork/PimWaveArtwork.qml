@@ -1,11 +1,11 @@
 import QtQuick
 import Tarnwick
 
-/// Pim looks out of two waves.
+/// Pim, the mascot, between two waves.
 Item {
     id: scene
 
-    /// Pim has seen something, and comes up a little.
+    /// Raises Pim a little.
     property bool curious
     property bool flowing: curious || greeting.running
     property real lift: curious ? 12 : 0
@@ -16,7 +16,7 @@ Item {
     implicitHeight: 150
     clip: true
 
-    /// The import animation.
+    /// Lets Pim hop, unless the desktop asks for less motion.
     function play() {
         if (Theme.animated)
             greeting.restart();

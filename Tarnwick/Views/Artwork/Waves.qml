@@ -1,13 +1,13 @@
 import QtQuick
 import Tarnwick
 
-/// Two waves that fill the lower part of a picture; flowing, they go by without an end.
+/// One layer of water, in front of Pim or behind. While it flows, its waves move sideways in a loop.
 Item {
     id: waves
 
     required property bool front
     property bool flowing
-    /// The length of a wave; the artwork holds four of them.
+    /// The length of a wave. The artwork has four.
     readonly property int period: 120
     property real phase: front ? 0.35 : 0
 

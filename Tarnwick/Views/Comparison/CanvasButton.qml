@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// An icon on the comparison's tool bar.
+/// An icon button on the comparison's tool bar.
 IconButton {
     size: 32
     fill: "transparent"

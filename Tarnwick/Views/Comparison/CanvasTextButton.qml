@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// One of several choices on the comparison's tool bar.
+/// A radio button on the comparison's tool bar.
 T.AbstractButton {
     id: button
 

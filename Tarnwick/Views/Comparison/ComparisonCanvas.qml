@@ -1,14 +1,14 @@
 import QtQuick
 import Tarnwick
 
-/// The two pictures, one over the other, and every way to move them.
+/// The two pictures, each on its side of the divider, which zoom and move together.
 Item {
     id: canvas
 
     required property ComparisonModel model
     required property picture original
     required property picture compressed
-    /// Where the whole picture lies.
+    /// The rectangle of the whole picture.
     readonly property rect place: Qt.rect((width - displayed.width) / 2 + model.offset.x,
                                           (height - displayed.height) / 2 + model.offset.y,
                                           displayed.width, displayed.height)
@@ -42,39 +42,14 @@ Item {
         picture: canvas.compressed
         place: canvas.place
     }
-    HoverHandler {
-        cursorShape: drag.active ? Qt.ClosedHandCursor : Qt.ArrowCursor
-    }
-    DragHandler {
-        id: drag
-        target: null
-        dragThreshold: 2
-        onActiveChanged: if (active) canvas.model.beginDrag()
-        onActiveTranslationChanged: if (active) canvas.model.drag(Qt.point(activeTranslation.x, activeTranslation.y))
-    }
-    TapHandler {
-        onDoubleTapped: eventPoint => canvas.model.doubleClick(eventPoint.position)
-    }
-    PinchHandler {
-        id: pinch
-        property real before: 1
-        target: null
-        onActiveChanged: before = 1
-        onActiveScaleChanged: {
-            if (active) {
-                canvas.model.pinch(activeScale / before - 1, centroid.position);
-                before = activeScale;
-            }
-        }
-    }
-    WheelHandler {
-        target: null
-        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        onWheel: event => {
-            const lines = Qt.point(event.angleDelta.x / 120, event.angleDelta.y / 120);
-            canvas.model.scroll(event.pixelDelta, lines, (event.modifiers & Qt.ControlModifier) !== 0,
-                                Qt.point(event.x, event.y));
-        }
+    ComparisonGestureCapture {
+        anchors.fill: parent
+        model: canvas.model
+        onScroll: delta => canvas.model.pan(delta)
+        onMagnify: (magnification, position) => canvas.model.magnify(magnification, position)
+        onDoubleClick: position => canvas.model.doubleClick(position)
+        onDragStarted: canvas.model.beginDrag()
+        onDragged: translation => canvas.model.drag(translation)
     }
     Accessible.role: Accessible.Graphic
     Accessible.name: "图片对比，左侧原图，右侧压缩后"

@@ -48,7 +48,7 @@ Item {
     MouseArea {
         id: mouse
 
-        // How far beside the line it was gripped.
+        // The distance of the press from the line.
         property real grip
 
         anchors.fill: parent

@@ -1,30 +1,30 @@
 import QtQuick
 import Tarnwick
 
-/// Holds the comparison while one is open.
+/// Shows the comparison of a row over the window.
 FocusScope {
     id: layer
 
     required property AppModel model
-    readonly property bool open: loader.status !== Loader.Null
+    /// Empty while no comparison is open.
+    required property string taskId
+    readonly property bool open: taskId !== ""
 
-    signal closed
-
-    function show(taskId: string) {
-        loader.setSource("ComparisonView.qml", {appModel: model, taskId: taskId});
-        forceActiveFocus(Qt.OtherFocusReason);
-    }
-    function close() {
-        loader.source = "";
-        closed();
-    }
+    signal closeRequested
 
     visible: open
+    onVisibleChanged: if (visible) forceActiveFocus(Qt.OtherFocusReason)
+    onTaskIdChanged: {
+        if (taskId !== "")
+            loader.setSource("ComparisonView.qml", {appModel: model, taskId: taskId});
+        else
+            loader.source = "";
+    }
 
     Loader {
         id: loader
         anchors.fill: parent
         focus: true
-        onLoaded: (item as ComparisonView).closeRequested.connect(layer.close)
+        onLoaded: (item as ComparisonView).closeRequested.connect(layer.closeRequested)
     }
 }

@@ -16,8 +16,8 @@
 
 namespace tarnwick {
 
-/// Brings the two pictures of a row together for the comparison: asks the model for the files, and reads them
-/// in the background. Lives on the main thread.
+/// Loads the two pictures of a row: asks the model for the files and reads them in the background. Lives on
+/// the main thread.
 class ComparisonLoader : public QObject, public QQmlParserStatus {
     Q_OBJECT
     QML_ELEMENT
@@ -27,7 +27,7 @@ class ComparisonLoader : public QObject, public QQmlParserStatus {
     Q_PROPERTY(QString taskId READ taskId WRITE setTaskId REQUIRED NOTIFY subjectChanged FINAL)
     Q_PROPERTY(tarnwick::ComparisonModel* model READ model CONSTANT FINAL)
     Q_PROPERTY(Status status READ status NOTIFY statusChanged FINAL)
-    /// Why there are no pictures; empty while they are being read.
+    /// Why there are no pictures; empty unless loading failed.
     Q_PROPERTY(QString errorText READ errorText NOTIFY statusChanged FINAL)
     Q_PROPERTY(tarnwick::Picture original READ original NOTIFY statusChanged FINAL)
     Q_PROPERTY(tarnwick::Picture compressed READ compressed NOTIFY statusChanged FINAL)
@@ -36,7 +36,6 @@ public:
     enum Status { Loading, Ready, Failed };
     Q_ENUM(Status)
 
-    /// Of one reading: pictures with their halvings.
     struct Pictures {
         Picture original;
         Picture compressed;
@@ -55,7 +54,7 @@ public:
     const Picture& compressed() const noexcept { return pictures_.compressed; }
 
     void classBegin() override {}
-    /// Begins, once both properties are set.
+    /// Starts loading.
     void componentComplete() override;
 
 signals:

@@ -1,11 +1,11 @@
 import QtQuick
 import Tarnwick
 
-/// In place of the pictures, while they are read or when they can't be.
+/// Shown instead of the pictures, while they are loaded and when that fails.
 Column {
     id: notice
 
-    /// Empty while they are read.
+    /// Empty while the pictures are loaded.
     required property string failure
 
     signal closeRequested

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Which of the two pictures this side is.
+/// Names the picture on this side.
 Rectangle {
     property alias text: label.text
 

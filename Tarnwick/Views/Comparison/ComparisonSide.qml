@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// One of the two pictures, as far as the divider lets it be seen.
+/// The part of one picture on its side of the divider.
 TiledPicture {
     required property rect place
 

@@ -6,7 +6,7 @@ Rectangle {
 
     required property int percent
     required property bool actualSize
-    /// Whether the picture is neither at its fitting nor at its actual size.
+    /// Whether the picture has neither the fitting nor the actual size.
     required property bool zoomed
 
     signal zoomInRequested
@@ -71,7 +71,7 @@ Rectangle {
             onClicked: bar.actualSizeRequested()
         }
     }
-    // The picture below is not to be dragged through the bar.
+    // Keeps a drag on the bar from moving the picture below.
     TapHandler {
         gesturePolicy: TapHandler.ReleaseWithinBounds
     }

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// The original and the compressed picture of one row under a movable divider.
+/// The original and the compressed picture of a row, side by side under a movable divider.
 FocusScope {
     id: view
 
@@ -22,7 +22,7 @@ FocusScope {
         appModel: view.appModel
         taskId: view.taskId
     }
-    // Nothing below the comparison gets the pointer.
+    // Keeps the pointer's events from what is below the comparison.
     MouseArea {
         anchors.fill: parent
         hoverEnabled: true

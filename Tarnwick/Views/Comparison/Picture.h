@@ -11,7 +11,7 @@
 
 namespace tarnwick {
 
-/// A decoded picture that QML hands on without copying it.
+/// A decoded picture that QML can pass on without copying the pixels.
 class Picture {
     Q_GADGET
     QML_VALUE_TYPE(picture)

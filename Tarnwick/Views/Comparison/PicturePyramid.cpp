@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t components = 4;
 
-/// The mean of two by two pixels; the last row and column of an odd side count twice.
+/// Each pixel is the mean of two by two. The last row and column of an odd side count twice.
 Bitmap halved(const Bitmap& picture) {
     Bitmap half;
     half.width = (picture.width + 1) / 2;
@@ -61,7 +61,7 @@ const std::shared_ptr<const Bitmap>& PicturePyramid::level(int number) const {
 
 int PicturePyramid::levelFor(double scale) const noexcept {
     int level = 0;
-    // Of a picture drawn at a half, level 1 has just the pixels needed.
+    // At half the size, level 1 has exactly the pixels needed.
     for (double needed = scale * 2; needed <= 1 && level + 1 < levelCount(); needed *= 2) {
         ++level;
     }

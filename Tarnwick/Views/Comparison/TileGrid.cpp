@@ -16,7 +16,7 @@ std::vector<TileKey> TileGrid::tilesIn(const QRectF& view, const QRectF& rect) c
     const auto number = [](qreal distance, qreal whole, qreal side) {
         return static_cast<std::int64_t>(distance / whole * side / tileSize);
     };
-    // The far edge is excluded: a tile that begins there isn't seen.
+    // The far edge is exclusive: a tile that begins there is not visible.
     const auto last = [](qreal distance, qreal whole, qreal side) {
         return static_cast<std::int64_t>(std::ceil(distance / whole * side / tileSize)) - 1;
     };

@@ -12,10 +12,10 @@ namespace tarnwick {
 
 namespace {
 
-/// At and above this many device pixels a pixel, the pixels themselves are shown.
+/// From this many device pixels per pixel on, pixels are drawn as squares, not smoothed.
 constexpr double crispScale = 3.0;
 
-/// A view into the level; it keeps the level's pixels alive.
+/// Shares the level's pixels and keeps them alive.
 QImage cutOut(const std::shared_ptr<const Bitmap>& level, const QRect& part) {
     using Owner = std::shared_ptr<const Bitmap>;
     constexpr int components = 4;
@@ -32,7 +32,7 @@ QImage cutOut(const std::shared_ptr<const Bitmap>& level, const QRect& part) {
             owner.release()};
 }
 
-/// The nodes of the tiles in view. Qt deletes children with their parent.
+/// The nodes of the visible tiles. Qt deletes child nodes with their parent.
 class TilesNode : public QSGNode {
 public:
     void show(const Picture& picture, const QRectF& view, const QRectF& rect, QQuickWindow& window) {
@@ -48,7 +48,7 @@ public:
         const int level = picture.pyramid()->levelFor(scale);
         const TileGrid grid(picture.size(), level);
         const auto tiles = grid.tilesIn(view, rect);
-        // A tile just out of view comes back at the next movement, most of the time.
+        // A tile just outside the view is likely to become visible again soon.
         const QRectF near =
             view.adjusted(-view.width() / 2, -view.height() / 2, view.width() / 2, view.height() / 2);
         drop([&](const TileKey& key) {
@@ -138,8 +138,8 @@ void TiledPicture::itemChange(ItemChange change, const ItemChangeData& data) {
 QSGNode* TiledPicture::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/) {
     auto* node = old != nullptr ? static_cast<TilesNode*>(old) : new TilesNode;
     node->show(picture_, boundingRect(), rect_, *window());
-#ifndef __clang_analyzer__ // It takes what Qt keeps for the event loop to be lost.
-    // This runs on the render thread, while the main thread waits.
+#ifndef __clang_analyzer__ // It reports a leak of what Qt keeps for the event loop.
+    // This function runs on the render thread while the main thread waits.
     QMetaObject::invokeMethod(
         this, [this, count = node->count()] { noteTileCount(count); }, Qt::QueuedConnection);
 #endif

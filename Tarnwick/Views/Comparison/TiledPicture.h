@@ -7,13 +7,13 @@
 
 namespace tarnwick {
 
-/// Draws a picture of any size, in tiles: only those in view have a texture, of the level of the picture that
-/// fits the scale.
+/// Draws a picture of any size in tiles. Only visible tiles have a texture, taken from the level that fits
+/// the scale.
 class TiledPicture : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(tarnwick::Picture picture READ picture WRITE setPicture NOTIFY pictureChanged FINAL)
-    /// Where the whole picture lies, in this item's coordinates.
+    /// The rectangle of the whole picture, in this item's coordinates.
     Q_PROPERTY(QRectF pictureRect READ pictureRect WRITE setPictureRect NOTIFY pictureRectChanged FINAL)
     /// How many tiles have a texture.
     Q_PROPERTY(int tileCount READ tileCount NOTIFY tileCountChanged FINAL)

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Something is going on. It stands still where the desktop asks for less motion.
+/// A busy indicator. It does not rotate when the desktop asks for less motion.
 Icon {
     id: mark
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Says what went wrong, where it did.
+/// An error message within a window.
 Rectangle {
     id: note
 

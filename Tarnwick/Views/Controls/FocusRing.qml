@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// What the keyboard is at, around its parent.
+/// Marks the control with the keyboard focus, around the ring's parent.
 Rectangle {
     required property Item control
     property int margin: 2

@@ -2,12 +2,13 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// A square button with an icon. Refused, it stays under the pointer and the keyboard, to say why.
+/// A square button with an icon. While its action is refused it can still be hovered and focused, so that its tool
+/// tip gives the reason.
 T.AbstractButton {
     id: button
 
     required property string iconName
-    /// What it does: its accessible name, and its help text while it can be pressed.
+    /// The accessible name, and the tool tip while the action is allowed.
     required property string label
     property bool allowed: true
     property string refusal

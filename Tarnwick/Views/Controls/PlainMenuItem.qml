@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// An entry of a menu, with its shortcut, and a help text that says why it is refused.
+/// A menu item with its shortcut. While it is disabled, its tool tip gives the reason.
 T.MenuItem {
     id: item
 

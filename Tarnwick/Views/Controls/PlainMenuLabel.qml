@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// What an entry of a menu shows.
+/// The text and the shortcut of a menu item.
 Item {
     id: label
 
@@ -33,7 +33,7 @@ Item {
         color: label.allowed ? Theme.secondText : Theme.disabledIcon
         Accessible.ignored: true
     }
-    // A refused entry gets no pointer events itself.
+    // A disabled menu item receives no pointer events, but its content does.
     HoverHandler {
         id: hover
     }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// A switch; the text is its accessible name and not drawn.
+/// A switch. Its text is only the accessible name and is not drawn.
 T.Switch {
     id: control
 

@@ -2,7 +2,6 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// A filled button with a text.
 T.Button {
     id: button
 

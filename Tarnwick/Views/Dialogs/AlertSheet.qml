@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Says something that the user has to know.
+/// A message that the user has to confirm.
 Sheet {
     id: sheet
 

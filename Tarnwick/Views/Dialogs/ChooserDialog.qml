@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Dialogs
 import Tarnwick
 
-/// The desktop's own file chooser, where it has one.
+/// The desktop's own file chooser if it has one, otherwise Qt's.
 FileDialog {
     id: dialog
 

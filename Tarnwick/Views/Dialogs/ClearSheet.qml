@@ -1,16 +1,17 @@
 import QtQuick
 import Tarnwick
 
-/// Asks before the whole history goes.
+/// Asks before the whole history is deleted.
 Sheet {
     id: sheet
+    objectName: "clearSheet"
 
     signal confirmed
 
     title: "清除所有记录？"
     message: "这会删除所有记录及其原图备份，已压缩的图片将无法恢复原图。"
 
-    // Not the button that was pressed the last time.
+    // Otherwise the button pressed last time would have the focus.
     onAboutToShow: cancel.focus = true
 
     SecondaryButton {

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Tarnwick
 
-/// One file manager of the settings.
+/// A file manager in the settings.
 Rectangle {
     id: row
 

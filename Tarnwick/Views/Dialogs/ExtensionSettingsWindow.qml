@@ -21,7 +21,7 @@ ApplicationWindow {
     palette.toolTipBase: Theme.tip
     palette.toolTipText: Theme.tipText
     palette.dark: Theme.tip
-    // What was changed elsewhere meanwhile.
+    // The entries may have been changed by other programs.
     onActiveChanged: if (active) settings.reload()
 
     Connections {
@@ -61,7 +61,7 @@ ApplicationWindow {
             objectName: "extensionList"
             Layout.fillWidth: true
             Layout.fillHeight: true
-            // The scroll bar is in the window's margin.
+            // Leaves room for the scroll bar in the window's margin.
             Layout.rightMargin: -Theme.edge
             visible: count > 0
             model: window.settings

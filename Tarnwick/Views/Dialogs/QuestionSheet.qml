@@ -1,16 +1,17 @@
 import QtQuick
 import Tarnwick
 
-/// A question with two answers; the first is what the program proposes.
+/// A question with two answers. The first is the default.
 Sheet {
     id: sheet
+    objectName: "questionSheet"
 
     required property QuickAlertPresenter presenter
 
     title: presenter.message
     message: presenter.informativeText
     visible: presenter.isOpen
-    // Not the button that was pressed the last time.
+    // Otherwise the button pressed last time would have the focus.
     onAboutToShow: first.focus = true
     onClosed: presenter.finish(false)
 

@@ -9,7 +9,7 @@
 
 namespace tarnwick {
 
-/// The alerts of the window: QML shows one while it is open, and answers with finish().
+/// The window's alerts. QML shows an alert while `isOpen` is true and answers with finish().
 class QuickAlertPresenter : public QObject, public AlertPresenter {
     Q_OBJECT
     QML_ELEMENT
@@ -26,13 +26,13 @@ public:
     void show(const Alert& alert, Answer answer) override;
 
     bool isOpen() const noexcept { return answer_ != nullptr; }
-    /// The words of the alert that is open, or of the last one.
+    /// The texts of the open alert, or of the last one.
     const QString& message() const noexcept { return alert_.message; }
     const QString& informativeText() const noexcept { return alert_.informativeText; }
     const QString& firstButton() const noexcept { return alert_.firstButton; }
     const QString& secondButton() const noexcept { return alert_.secondButton; }
 
-    /// The user's answer; nothing happens when no alert is open.
+    /// Reports the user's answer. Does nothing when no alert is open.
     Q_INVOKABLE void finish(bool isFirstButton);
 
 signals:

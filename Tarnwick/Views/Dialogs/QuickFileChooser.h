@@ -11,7 +11,7 @@
 
 namespace tarnwick {
 
-/// The file chooser of the window: QML shows a dialog when asked, and answers with finish().
+/// The window's file chooser. QML shows a dialog at openRequested() and answers with finish().
 class QuickFileChooser : public QObject, public FileChooser {
     Q_OBJECT
     QML_ELEMENT
@@ -24,7 +24,7 @@ public:
     void open(const QStringList& nameFilters, Callback callback) override;
     const QStringList& nameFilters() const noexcept { return nameFilters_; }
 
-    /// The user chose these; none when they chose nothing.
+    /// `urls` is empty when the user cancelled.
     Q_INVOKABLE void finish(const QList<QUrl>& urls);
 
 signals:

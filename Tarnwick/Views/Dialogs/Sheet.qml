@@ -3,7 +3,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Templates as T
 import Tarnwick
 
-/// A dialog over the window: a title, a text and buttons.
+/// A modal dialog in the window, with a title, a text and buttons.
 Dialog {
     id: sheet
 

@@ -4,7 +4,8 @@
 
 namespace tarnwick {
 
-/// Draws the line icons: "image://icon/trash/0e8574" is the trash in that colour.
+/// Provides the window's line icons: "image://icon/trash/0e8574" is the trash can in that colour. They are
+/// our own drawings on the 24-unit grid of the Lucide icons.
 class LucideIcons : public QQuickImageProvider {
 public:
     LucideIcons() : QQuickImageProvider(QQuickImageProvider::Image) {}

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// How much a picture shrank.
+/// The percentage saved.
 Rectangle {
     property alias text: label.text
 

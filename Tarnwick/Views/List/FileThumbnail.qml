@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// A thumbnail, or a drawing of a picture while there is none.
+/// A file's thumbnail, or a placeholder while there is none.
 Item {
     property alias url: thumbnail.url
 

@@ -1,9 +1,11 @@
 import QtQuick
 import Tarnwick
 
-/// What can be done with a row's picture.
+/// The buttons of a row.
 Row {
     id: actions
+
+    enum Action { Compare, Restore, Reveal, Delete }
 
     required property bool canCompare
     required property bool canRestore
@@ -12,10 +14,7 @@ Row {
     required property string restoreRefusal
     required property string deleteRefusal
 
-    signal compareRequested
-    signal restoreRequested
-    signal revealRequested
-    signal deleteRequested
+    signal actionRequested(int action)
 
     spacing: 6
 
@@ -25,7 +24,7 @@ Row {
         label: "对比"
         allowed: actions.canCompare
         refusal: actions.compareRefusal
-        onActivated: actions.compareRequested()
+        onActivated: actions.actionRequested(RowActions.Compare)
     }
     IconButton {
         objectName: "restoreAction"
@@ -33,13 +32,13 @@ Row {
         label: "恢复原图"
         allowed: actions.canRestore
         refusal: actions.restoreRefusal
-        onActivated: actions.restoreRequested()
+        onActivated: actions.actionRequested(RowActions.Restore)
     }
     IconButton {
         objectName: "revealAction"
         iconName: "folder"
         label: "在 Finder 中显示"
-        onActivated: actions.revealRequested()
+        onActivated: actions.actionRequested(RowActions.Reveal)
     }
     IconButton {
         objectName: "deleteAction"
@@ -47,6 +46,6 @@ Row {
         label: "删除记录"
         allowed: actions.canDelete
         refusal: actions.deleteRefusal
-        onActivated: actions.deleteRequested()
+        onActivated: actions.actionRequested(RowActions.Delete)
     }
 }

@@ -14,17 +14,17 @@ PlainMenu {
         shortcutText: "空格"
         enabled: menu.row?.canCompare ?? false
         refusal: menu.row?.compareRefusal ?? ""
-        onTriggered: menu.row.compareRequested()
+        onTriggered: menu.row.actionRequested(RowActions.Compare)
     }
     PlainMenuItem {
         text: "恢复原图"
         enabled: menu.row?.canRestore ?? false
         refusal: menu.row?.restoreRefusal ?? ""
-        onTriggered: menu.row.restoreRequested()
+        onTriggered: menu.row.actionRequested(RowActions.Restore)
     }
     PlainMenuItem {
         text: "在 Finder 中显示"
-        onTriggered: menu.row.revealRequested()
+        onTriggered: menu.row.actionRequested(RowActions.Reveal)
     }
     MenuLine {}
     PlainMenuItem {
@@ -32,6 +32,6 @@ PlainMenu {
         shortcutText: "Delete"
         enabled: menu.row?.canDelete ?? false
         refusal: menu.row?.deleteRefusal ?? ""
-        onTriggered: menu.row.deleteRequested()
+        onTriggered: menu.row.actionRequested(RowActions.Delete)
     }
 }

@@ -1,38 +1,45 @@
 import QtQuick
 import Tarnwick
 
-/// Drags a card to the left; let go beyond the threshold, it asks for the row's deletion. The card always comes
-/// back on the spring: until the record is gone, the row is still there.
+/// A row whose content can be dragged to the left. When it is released beyond the threshold, the row asks for its
+/// deletion. The content always springs back: until the record is deleted, the row is still there.
 Item {
     id: swipe
 
-    required property Item card
     required property bool allowed
-    readonly property real threshold: Math.min(160, parent.width * 0.35)
+    default property alias content: card.data
+    readonly property real threshold: Math.min(160, width * 0.35)
     readonly property bool armed: allowed && -card.x >= threshold
-    readonly property bool dragging: drag.active
 
     signal triggered
 
-    anchors.fill: parent
-
     function settle() {
         if (Theme.animated)
-            comeBack.restart();
+            springBack.restart();
         else
             card.x = 0;
     }
 
+    SwipeUnderlay {
+        anchors.fill: parent
+        visible: card.x < 0
+        distance: -card.x
+        armed: swipe.armed
+    }
+    Item {
+        id: card
+        objectName: "card"
+        width: swipe.width
+        height: swipe.height
+    }
     DragHandler {
-        id: drag
-
-        target: swipe.card
+        target: card
         yAxis.enabled: false
-        xAxis.minimum: swipe.allowed ? -swipe.card.width : -24
+        xAxis.minimum: swipe.allowed ? -card.width : -24
         xAxis.maximum: 0
         onActiveChanged: {
             if (active) {
-                comeBack.stop();
+                springBack.stop();
                 return;
             }
             if (swipe.armed)
@@ -41,8 +48,8 @@ Item {
         }
     }
     SpringAnimation {
-        id: comeBack
-        target: swipe.card
+        id: springBack
+        target: card
         property: "x"
         to: 0
         spring: Theme.deleteSpring

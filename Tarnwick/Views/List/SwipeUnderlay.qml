@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// What a row leaves behind when it is swept aside.
+/// Visible where a row's content was dragged away.
 Rectangle {
     id: underlay
 

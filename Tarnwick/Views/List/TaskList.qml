@@ -4,24 +4,22 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// All rows, the newest state of each, driven by pointer and keyboard.
+/// The rows, operated with the pointer and with the keyboard.
 ListView {
     id: list
 
-    /// The row that the keyboard is at.
+    required property MainWindowViewState viewState
     readonly property TaskRow currentRow: currentItem as TaskRow
 
-    signal compareRequested(string taskId)
-    signal restoreRequested(string taskId)
-    signal revealRequested(string taskId)
-    signal deleteRequested(string taskId)
+    /// One of RowActions' actions.
+    signal actionRequested(int action, string taskId)
 
     function openMenu(row: TaskRow, position: point) {
         menu.row = row;
         menu.popup(row, position);
     }
     function moveTo(index: int) {
-        currentIndex = Math.max(0, Math.min(count - 1, index));
+        viewState.currentRow = Math.max(0, Math.min(count - 1, index));
         positionViewAtIndex(currentIndex, ListView.Contain);
     }
 
@@ -37,8 +35,10 @@ ListView {
     boundsBehavior: Flickable.StopAtBounds
     highlightFollowsCurrentItem: false
     pixelAligned: true
-    currentIndex: -1
-    onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
+    currentIndex: viewState.currentRow
+    // The list itself changes it when rows are inserted and removed.
+    onCurrentIndexChanged: viewState.currentRow = currentIndex
+    onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) viewState.currentRow = 0
 
     delegate: TaskRow {
         id: row
@@ -48,12 +48,9 @@ ListView {
         ListView.onReused: pooled = false
         onPressed: {
             list.forceActiveFocus(Qt.MouseFocusReason);
-            list.currentIndex = index;
+            list.viewState.currentRow = index;
         }
-        onCompareRequested: list.compareRequested(taskId)
-        onRestoreRequested: list.restoreRequested(taskId)
-        onRevealRequested: list.revealRequested(taskId)
-        onDeleteRequested: list.deleteRequested(taskId)
+        onActionRequested: action => list.actionRequested(action, taskId)
         onMenuRequested: position => list.openMenu(row, position)
     }
 
@@ -84,9 +81,9 @@ ListView {
 
     Keys.onUpPressed: moveTo(currentIndex - 1)
     Keys.onDownPressed: moveTo(currentIndex + 1)
-    Keys.onSpacePressed: if (currentRow?.canCompare) compareRequested(currentRow.taskId)
-    Keys.onReturnPressed: if (currentRow?.canCompare) compareRequested(currentRow.taskId)
-    Keys.onDeletePressed: if (currentRow?.canDelete) deleteRequested(currentRow.taskId)
+    Keys.onSpacePressed: if (currentRow?.canCompare) actionRequested(RowActions.Compare, currentRow.taskId)
+    Keys.onReturnPressed: if (currentRow?.canCompare) actionRequested(RowActions.Compare, currentRow.taskId)
+    Keys.onDeletePressed: if (currentRow?.canDelete) actionRequested(RowActions.Delete, currentRow.taskId)
     Keys.onMenuPressed: if (currentRow) openMenu(currentRow, Qt.point(currentRow.width / 2, currentRow.height / 2))
     Keys.onPressed: event => {
         const page = Math.max(1, Math.floor(height / (Theme.rowHeight + spacing)) - 1);

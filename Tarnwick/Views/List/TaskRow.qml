@@ -22,135 +22,120 @@ Item {
     required property string restoreRefusal
     required property string deleteRefusal
 
-    /// Whether the keyboard is at this row.
+    /// Whether the row has the keyboard focus.
     property bool current
-    /// Kept for another row, and not to be seen.
+    /// Whether the item is kept for another row, invisible.
     property bool pooled
     readonly property bool pointed: hover.hovered
     readonly property bool actionsShown: pointed || current
     readonly property bool narrow: width < 440
-    /// The status of a file whose turn hasn't come.
-    readonly property int waiting: 0
 
-    signal compareRequested
-    signal restoreRequested
-    signal revealRequested
-    signal deleteRequested
+    /// One of RowActions' actions.
+    signal actionRequested(int action)
     signal menuRequested(point position)
     signal pressed
 
     implicitHeight: Theme.rowHeight
 
-    SwipeUnderlay {
-        anchors.fill: parent
-        visible: card.x < 0
-        distance: -card.x
-        armed: swipe.armed
-    }
     SwipeToDeleteRow {
-        id: swipe
-        card: card
+        anchors.fill: parent
         allowed: row.canDelete
-        onTriggered: row.deleteRequested()
-    }
-    Rectangle {
-        id: card
+        onTriggered: row.actionRequested(RowActions.Delete)
 
-        width: row.width
-        height: row.height
-        radius: Theme.rowRadius
-        color: row.actionsShown ? Theme.hover : Theme.row
-        border.color: row.current ? Theme.focusRing : Theme.line
-        border.width: row.current ? 2 : 1
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.rowRadius
+            color: row.actionsShown ? Theme.hover : Theme.row
+            border.color: row.current ? Theme.focusRing : Theme.line
+            border.width: row.current ? 2 : 1
 
-        Behavior on color {
-            enabled: !row.pooled
-            ColorAnimation {
-                duration: Theme.shortTime
+            Behavior on color {
+                enabled: !row.pooled
+                ColorAnimation {
+                    duration: Theme.shortTime
+                }
             }
-        }
-        FileThumbnail {
-            id: thumbnail
-            x: 12
-            anchors.verticalCenter: parent.verticalCenter
-            url: row.pooled ? "" : row.thumbnailUrl
-        }
-        Column {
-            anchors.left: thumbnail.right
-            anchors.leftMargin: 12
-            anchors.right: side.left
-            anchors.rightMargin: 12
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: 4
-
-            Text {
-                objectName: "rowName"
-                width: parent.width
-                text: row.fileName
-                color: Theme.text
-                font.pixelSize: Theme.nameSize
-                font.weight: Font.Medium
-                elide: Text.ElideMiddle
-                textFormat: Text.PlainText
-                Accessible.ignored: true
+            FileThumbnail {
+                id: thumbnail
+                x: 12
+                anchors.verticalCenter: parent.verticalCenter
+                url: row.pooled ? "" : row.thumbnailUrl
             }
-            Text {
-                id: status
-                objectName: "rowStatus"
-                width: parent.width
-                text: row.statusText
-                color: row.isFailed ? Theme.failure : Theme.secondText
-                font.pixelSize: Theme.statusSize
-                elide: Text.ElideRight
-                textFormat: Text.PlainText
-                Accessible.ignored: true
+            Column {
+                anchors.left: thumbnail.right
+                anchors.leftMargin: 12
+                anchors.right: side.left
+                anchors.rightMargin: 12
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 4
 
-                // A tip stands above its item: over the line that it completes, not over the row before.
-                Item {
-                    y: parent.height + 10
+                Text {
+                    objectName: "rowName"
                     width: parent.width
-                    T.ToolTip.text: status.text
-                    T.ToolTip.visible: status.truncated && row.pointed
-                    T.ToolTip.delay: Theme.tipDelay
-                    T.ToolTip.timeout: Theme.tipTime
+                    text: row.fileName
+                    color: Theme.text
+                    font.pixelSize: Theme.nameSize
+                    font.weight: Font.Medium
+                    elide: Text.ElideMiddle
+                    textFormat: Text.PlainText
+                    Accessible.ignored: true
+                }
+                Text {
+                    id: status
+                    objectName: "rowStatus"
+                    width: parent.width
+                    text: row.statusText
+                    color: row.isFailed ? Theme.failure : Theme.secondText
+                    font.pixelSize: Theme.statusSize
+                    elide: Text.ElideRight
+                    textFormat: Text.PlainText
+                    Accessible.ignored: true
+
+                    // A tool tip appears above its item. This one is to cover the status line, not the row above.
+                    Item {
+                        y: parent.height + 10
+                        width: parent.width
+                        T.ToolTip.text: status.text
+                        T.ToolTip.visible: status.truncated && row.pointed
+                        T.ToolTip.delay: Theme.tipDelay
+                        T.ToolTip.timeout: Theme.tipTime
+                    }
+                }
+            }
+            Row {
+                id: side
+
+                anchors.right: parent.right
+                anchors.rightMargin: 12
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 6
+
+                RowActions {
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: row.actionsShown
+                    canCompare: row.canCompare
+                    canRestore: row.canRestore
+                    canDelete: row.canDelete
+                    compareRefusal: row.compareRefusal
+                    restoreRefusal: row.restoreRefusal
+                    deleteRefusal: row.deleteRefusal
+                    onActionRequested: action => row.actionRequested(action)
+                }
+                Badge {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: row.badgeText
+                    visible: text !== "" && !(row.narrow && row.actionsShown)
+                }
+                BusyMark {
+                    objectName: "busy"
+                    anchors.verticalCenter: parent.verticalCenter
+                    // The linter of Qt 6.4 does not know the enumerators of a value type.
+                    visible: row.isActive && row.status !== TaskStatus.Waiting && !row.pooled // qmllint disable unqualified
+                    label: row.statusText
                 }
             }
         }
-        Row {
-            id: side
-
-            anchors.right: parent.right
-            anchors.rightMargin: 12
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: 6
-
-            RowActions {
-                anchors.verticalCenter: parent.verticalCenter
-                visible: row.actionsShown
-                canCompare: row.canCompare
-                canRestore: row.canRestore
-                canDelete: row.canDelete
-                compareRefusal: row.compareRefusal
-                restoreRefusal: row.restoreRefusal
-                deleteRefusal: row.deleteRefusal
-                onCompareRequested: row.compareRequested()
-                onRestoreRequested: row.restoreRequested()
-                onRevealRequested: row.revealRequested()
-                onDeleteRequested: row.deleteRequested()
-            }
-            Badge {
-                anchors.verticalCenter: parent.verticalCenter
-                text: row.badgeText
-                visible: text !== "" && !(row.narrow && row.actionsShown)
-            }
-            BusyMark {
-                anchors.verticalCenter: parent.verticalCenter
-                visible: row.isActive && row.status !== row.waiting && !row.pooled
-                label: row.statusText
-            }
-        }
     }
-
     HoverHandler {
         id: hover
         enabled: !row.pooled
@@ -158,7 +143,7 @@ Item {
     TapHandler {
         acceptedButtons: Qt.LeftButton
         onTapped: row.pressed()
-        onDoubleTapped: if (row.canCompare) row.compareRequested()
+        onDoubleTapped: if (row.canCompare) row.actionRequested(RowActions.Compare)
         onLongPressed: row.menuRequested(point.position)
     }
     TapHandler {
@@ -174,5 +159,5 @@ Item {
     Accessible.description: statusText + (badgeText === "" ? "" : "，" + badgeText)
     Accessible.focusable: true
     Accessible.focused: current
-    Accessible.onPressAction: if (canCompare) compareRequested()
+    Accessible.onPressAction: if (canCompare) actionRequested(RowActions.Compare)
 }

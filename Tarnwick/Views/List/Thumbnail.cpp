@@ -51,7 +51,7 @@ void Thumbnail::itemChange(ItemChange change, const ItemChangeData& data) {
     }
 }
 
-/// Polishing comes once before a frame, however much was set, and only for what has a window.
+/// Qt polishes an item once before a frame, however many properties changed, and only in a window.
 void Thumbnail::updatePolish() {
     if (store_ == nullptr || window() == nullptr || url_.isEmpty() || size().isEmpty()) {
         return;

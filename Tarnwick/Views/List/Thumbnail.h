@@ -8,14 +8,14 @@
 
 namespace tarnwick {
 
-/// A small square view of a picture file, with round corners.
+/// Draws the thumbnail of a picture file, with round corners.
 class Thumbnail : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(tarnwick::ThumbnailStore* store READ store WRITE setStore NOTIFY storeChanged REQUIRED FINAL)
     Q_PROPERTY(QUrl url READ url WRITE setUrl NOTIFY urlChanged FINAL)
     Q_PROPERTY(qreal radius READ radius WRITE setRadius NOTIFY radiusChanged FINAL)
-    /// Whether there is something to see.
+    /// Whether there is a thumbnail to draw.
     Q_PROPERTY(bool filled READ isFilled NOTIFY filledChanged FINAL)
 
 public:

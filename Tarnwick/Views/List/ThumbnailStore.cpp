@@ -18,10 +18,10 @@ namespace tarnwick {
 namespace {
 
 constexpr qsizetype cacheBytes = qsizetype{32} << 20;
-/// Of a file that can't be read.
+/// The version of a file that cannot be read.
 constexpr std::int64_t noVersion = -1;
 
-/// Changes whenever the file does, as far as its times tell.
+/// The time of the last modification.
 std::int64_t version(const URL& file) {
     struct stat status {};
     if (::stat(file.c_str(), &status) != 0) {
@@ -39,7 +39,7 @@ QImage viewOf(const Bitmap& bitmap) {
             QImage::Format_RGBA8888_Premultiplied};
 }
 
-/// The middle of the picture, filling the whole shape.
+/// The middle of the picture, scaled to fill the shape.
 QImage cropped(const QImage& picture, const ThumbnailStore::Shape& shape) {
     const QImage scaled =
         picture.scaled(shape.size, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
@@ -58,17 +58,18 @@ QImage cropped(const QImage& picture, const ThumbnailStore::Shape& shape) {
 }
 
 QImage thumbnail(const URL& file, const ThumbnailStore::Shape& shape) {
-    // Twice the size leaves enough of a picture up to twice as wide as high when its middle is cut out.
+    // The middle is cut out. With twice the size a picture up to twice as wide as high still has enough
+    // pixels.
     const int side = 2 * std::max(shape.size.width(), shape.size.height());
     try {
         return cropped(viewOf(*ImageRendering::thumbnail(file, side)), shape);
     } catch (const std::exception&) {
-        // The row says what is wrong with the file; here it only has no picture.
+        // The row reports what is wrong with the file. A thumbnail is then only absent.
         return {};
     }
 }
 
-/// None when the kept one is still good.
+/// Has no image when the kept one is still valid.
 struct Reading {
     std::int64_t version = noVersion;
     std::optional<QImage> image;
@@ -102,7 +103,7 @@ ThumbnailRequest ThumbnailStore::request(const QUrl& url, const Shape& shape, Re
     };
     auto deliver = [this, wanted, key](const std::exception_ptr& error, const Reading& reading) {
         const auto waiting = wanted.lock();
-        // The only error is that the process ends.
+        // The only possible error is that the process is ending.
         if (!waiting || error != nullptr) {
             return;
         }

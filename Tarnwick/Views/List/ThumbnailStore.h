@@ -16,31 +16,30 @@
 
 namespace tarnwick {
 
-/// A waiting thumbnail. Dropping the last reference takes the request back: unless it is being read already,
-/// the file isn't touched any more.
+/// A pending request. Dropping the last reference cancels it: the file is not read, unless reading has begun.
 using ThumbnailRequest = std::shared_ptr<const void>;
 
-/// Reads thumbnails in the background and keeps the latest. Lives on the main thread.
+/// Reads thumbnails in the background and caches them. Lives on the main thread.
 class ThumbnailStore : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
 
 public:
-    /// What a thumbnail is to look like: its size in device pixels, and the radius of its corners.
+    /// Both are in device pixels. The radius is that of the corners.
     struct Shape {
         QSize size;
         qreal radius = 0;
     };
-    /// A null image when the file has none.
+    /// Receives a null image when the file cannot be read.
     using Receiver = std::function<void(const QImage&)>;
 
     explicit ThumbnailStore(QObject* parent = nullptr);
 
-    /// The thumbnail as it was when last read; null when it isn't kept.
+    /// The thumbnail as it was last read; null when it is not in the cache.
     QImage kept(const QUrl& url, const Shape& shape) const;
-    /// Calls `receiver` later, once, unless the request is taken back before. A kept thumbnail whose file is
-    /// still the same is not read anew.
+    /// Calls `receiver` later, once, unless the request is cancelled before. A file that has not changed
+    /// since its thumbnail was cached is not read again.
     ThumbnailRequest request(const QUrl& url, const Shape& shape, Receiver receiver);
 
 private:

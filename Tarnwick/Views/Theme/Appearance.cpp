@@ -49,7 +49,7 @@ void Appearance::ask(const QString& group, const QString& key) {
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, group, key](auto* finished) {
         const QDBusPendingReply<QDBusVariant> reply = *finished;
-        // Many desktops have no portal, or one that knows only some of the keys.
+        // Many desktops have no portal, or one without some of the keys.
         if (reply.isValid()) {
             takeSetting(group, key, reply.value());
         }
@@ -59,7 +59,7 @@ void Appearance::ask(const QString& group, const QString& key) {
 
 void Appearance::takeSetting(const QString& group, const QString& key, const QDBusVariant& value) {
     QVariant content = value.variant();
-    // Read answers with a variant in a variant.
+    // "Read" returns a variant within a variant.
     while (content.canConvert<QDBusVariant>()) {
         content = content.value<QDBusVariant>().variant();
     }

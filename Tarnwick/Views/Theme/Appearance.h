@@ -8,9 +8,9 @@
 
 namespace tarnwick {
 
-/// How the desktop wants windows to look: light or dark, and with how much motion. The desktop portal's word
-/// counts; without one, the application's palette and the variable TARNWICK_REDUCED_MOTION do. Lives on the
-/// main thread, and needs a QGuiApplication.
+/// The desktop's preferences for windows: light or dark, and reduced motion. They come from the desktop
+/// portal; without one, from the application's palette. The variable TARNWICK_REDUCED_MOTION also reduces
+/// motion. Lives on the main thread and needs a QGuiApplication.
 class Appearance : public QObject {
     Q_OBJECT
     QML_ELEMENT

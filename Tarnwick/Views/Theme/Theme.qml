@@ -3,7 +3,7 @@ pragma Singleton
 import QtQuick
 import Tarnwick
 
-/// Every colour, measure and time of the window.
+/// All colours, sizes and durations of the window.
 QtObject {
     readonly property bool dark: Appearance.dark
 
@@ -37,7 +37,7 @@ QtObject {
     readonly property color dimming: Qt.rgba(0, 0, 0, dark ? 0.55 : 0.32)
     readonly property color scrollBar: dark ? "#4A525B" : "#C3CAD1"
 
-    // The comparison is dark in both themes, so that the canvas doesn't colour what the eye sees.
+    // The comparison is dark in both themes: a bright surround would change how the pictures look.
     readonly property color canvas: "#14171B"
     readonly property color canvasPanel: Qt.rgba(0.035, 0.04, 0.05, 0.82)
     readonly property color canvasHover: "#2B3036"
@@ -75,9 +75,9 @@ QtObject {
     readonly property int shortTime: animated ? 150 : 0
     readonly property int longTime: animated ? 200 : 0
 
-    // A spring of response 0.38 s and damping fraction 0.82 has, at mass 1, the stiffness k = (2π ∕ 0.38)² = 273.4
-    // and the damping c = 4π · 0.82 ∕ 0.38 = 27.12 a second. SpringAnimation moves in steps of 0.016 s and takes both
-    // a step: spring = 0.016 · k, damping = 0.016 · c.
+    // A spring with a response of 0.38 s and a damping fraction of 0.82 has, at mass 1, the stiffness
+    // k = (2π ∕ 0.38)² = 273.4 and the damping c = 4π · 0.82 ∕ 0.38 = 27.12 per second. SpringAnimation moves in steps
+    // of 0.016 s and wants both per step: spring = 0.016 · k, damping = 0.016 · c.
     readonly property real deleteSpring: 4.374
     readonly property real deleteDamping: 0.434
 }

@@ -1,7 +1,6 @@
 import QtQuick
 import Tarnwick
 
-/// The application's menu.
 PlainMenu {
     id: menu
 

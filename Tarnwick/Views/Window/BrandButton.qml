@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Tarnwick
 
-/// The application's name, and the way to its menu.
+/// The application's name, which opens its menu.
 T.AbstractButton {
     id: button
 

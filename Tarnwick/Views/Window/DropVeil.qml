@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Shown while files hover over the window.
+/// Shown while files are dragged over the window.
 Rectangle {
     color: Theme.veil
     radius: Theme.targetRadius

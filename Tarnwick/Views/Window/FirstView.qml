@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// What the window shows before there is a picture.
+/// Shown while the list is empty.
 Item {
     id: view
 

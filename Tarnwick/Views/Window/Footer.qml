@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Tarnwick
 
-/// How far the batch is.
+/// The progress of the batch.
 Rectangle {
     id: footer
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-/// Takes files that are dropped anywhere on the window.
+/// Imports files that are dropped anywhere on the window.
 DropArea {
     id: target
 
