@@ -9,7 +9,7 @@
 namespace tarnwick {
 namespace {
 
-TEST(PicturePyramidTests, halvesByTheMeanOfTheColoursAsTheyAreSeen) {
+TEST(PicturePyramid, HalvesByTheMeanOfThePremultipliedColours) {
     auto picture = std::make_shared<Bitmap>();
     picture->width = 1025;
     picture->height = 3;
@@ -29,7 +29,7 @@ TEST(PicturePyramidTests, halvesByTheMeanOfTheColoursAsTheyAreSeen) {
     EXPECT_EQ(half.width, 513);
     EXPECT_EQ(half.height, 2);
     EXPECT_EQ(half.pixels.at(0), 88) << "(200 + 100 + 51 + 0 + 2) / 4";
-    EXPECT_EQ(half.pixels.back(), 80) << "the odd corner stands for itself";
+    EXPECT_EQ(half.pixels.back(), 80) << "the odd corner is the mean of itself";
     EXPECT_FALSE(pyramid.isOpaque());
     // A level is taken only when it has a pixel for each one drawn.
     EXPECT_EQ(pyramid.levelFor(1), 0);
@@ -38,7 +38,7 @@ TEST(PicturePyramidTests, halvesByTheMeanOfTheColoursAsTheyAreSeen) {
     EXPECT_EQ(pyramid.levelFor(0.001), 1) << "there are no more";
 }
 
-TEST(TileGridTests, coversThePictureWithoutGapsAtEveryLevel) {
+TEST(TileGrid, CoversThePictureWithoutGapsAtEveryLevel) {
     const QSizeF picture(12'345, 8'191);
     const QRectF place(-3000, -2000, 9876, 6552.8);
     for (const int level : {0, 1, 3}) {
@@ -60,7 +60,7 @@ TEST(TileGridTests, coversThePictureWithoutGapsAtEveryLevel) {
     }
 }
 
-TEST(TileGridTests, takesOnlyTheTilesInView) {
+TEST(TileGrid, TakesOnlyTheTilesInView) {
     const TileGrid grid({4096, 4096}, 0);
     const QRectF actualSize(-1024, -1536, 4096, 4096);
     const std::vector<TileKey> expected = {{0, 1, 1}, {0, 1, 2}};

@@ -1,169 +1,123 @@
 import QtQuick
 import QtTest
 import Tarnwick
-import TarnwickTests
 
-TestCase {
-    id: test
-
-    property World world
-    property Main window
-    property ExtensionSettingsWindow settings
-    property ListView list
-
+WindowTestCase {
     name: "Extensions"
-    when: windowShown
 
-    Component {
-        id: worlds
-        World {}
-    }
-    Component {
-        id: windows
-        Main {}
-    }
+    property ExtensionSettingsWindow settings
+    property ListView extensions
+
     SignalSpy {
         id: enableSpy
         signalName: "finderEnableRequested"
     }
-    SignalSpy {
-        id: settingsSpy
-        signalName: "finderSettingsRequested"
-    }
 
-    function init() {
-        world = worlds.createObject(null);
-        world.install(["nautilus", "thunar", "dolphin"]);
-        window = windows.createObject(null, world.windowProperties);
-        settings = findChild(window, "extensionSettings");
-        list = findChild(settings, "extensionList");
-        verify(waitForRendering(window.contentItem));
-    }
-    function cleanup() {
-        settings.close();
-        window.destroy();
-        wait(0);
-        world.destroy();
-        wait(0);
-    }
-    function open() {
+    /// Opens the settings on a machine with these file managers.
+    function open(fileManagers) {
+        world.install(fileManagers);
+        settings = child("extensionSettings");
+        extensions = child("extensionList", settings);
         verify(!settings.visible);
-        world.openExtensionSettings();
+        window.extensionSettings.showExtensionManagementInterface();
         tryCompare(settings, "active", true);
-        tryCompare(world.extensionSettings, "isLoaded", true);
-        // What has just been shown has yet to be laid out.
-        wait(50);
+        tryCompare(window.extensionSettings, "isLoaded", true);
+        tryCompare(extensions, "count", fileManagers.length);
     }
     function switchOf(index) {
-        tryVerify(() => list.itemAtIndex(index) !== null);
-        return findChild(list.itemAtIndex(index), "extensionSwitch");
+        tryVerify(() => extensions.itemAtIndex(index) !== null);
+        return child("extensionSwitch", extensions.itemAtIndex(index));
     }
 
-    function test_switchesWithThePointer() {
-        open();
-        compare(list.count, 3);
+    function test_SwitchesWithThePointer() {
+        open(["nautilus", "thunar", "dolphin"]);
         const thunar = switchOf(1);
         verify(!thunar.checked);
-        mouseClick(thunar);
+        click(thunar);
         verify(thunar.checked);
         tryVerify(() => world.isEnabled("Thunar"));
         verify(!world.isEnabled("Nautilus"));
-        mouseClick(thunar);
+        click(thunar);
         tryVerify(() => !world.isEnabled("Thunar"));
         verify(!thunar.checked);
     }
 
-    function test_isDrivenByTheKeyboard() {
-        open();
-        for (const key of [Qt.Key_Space, Qt.Key_Return]) {
-            const index = key === Qt.Key_Space ? 0 : 2;
+    function test_IsOperatedWithTheKeyboard() {
+        open(["nautilus", "thunar", "dolphin"]);
+        for (const [key, index] of [[Qt.Key_Space, 0], [Qt.Key_Return, 2]]) {
             for (let steps = 0; !switchOf(index).activeFocus; ++steps) {
-                verify(steps < 8, "reached by the keyboard");
+                verify(steps < 8, "reached with the keyboard");
                 keyClick(Qt.Key_Tab);
             }
             keyClick(key);
             verify(switchOf(index).checked);
         }
         tryVerify(() => world.isEnabled("Nautilus") && world.isEnabled("Dolphin"));
-        verify(switchOf(2).activeFocus, "the rows stay");
+        verify(switchOf(2).activeFocus, "the rows are kept");
         keyClick(Qt.Key_Escape);
         tryCompare(settings, "visible", false);
     }
 
-    function test_showsAFailureAndTheSwitchAsItIs() {
-        world.obstruct("kio");
-        open();
-        const note = findChild(settings, "extensionFailure");
+    function test_ShowsAFailureAndTheRealState() {
+        world.blockFolder("kio");
+        open(["nautilus", "dolphin"]);
+        const note = child("extensionFailure", settings);
         verify(!note.visible);
-        mouseClick(switchOf(2));
+        click(switchOf(1));
         tryCompare(note, "visible", true);
-        verify(note.text.includes("/kio"), note.text);
-        tryVerify(() => !switchOf(2).checked);
-        mouseClick(switchOf(0));
+        verify(note.text.includes("kio"), note.text);
+        tryVerify(() => !switchOf(1).checked);
+        click(switchOf(0));
         tryCompare(note, "visible", false);
     }
 
-    function test_saysWhenThereIsNoFileManager() {
-        world.install([]);
-        open();
-        const sentence = findChild(settings, "noneFound");
+    function test_SaysWhenThereIsNoFileManager() {
+        open([]);
+        const sentence = child("noneFound", settings);
         tryCompare(sentence, "visible", true);
-        verify(!list.visible);
+        verify(!extensions.visible);
         settings.close();
-        world.install(["nemo"]);
-        open();
-        tryCompare(list, "count", 1);
+        open(["nemo"]);
         verify(!sentence.visible);
     }
 
-    function test_fitsASmallWindow() {
-        world.install(["nautilus", "nemo", "caja", "thunar", "dolphin"]);
-        open();
+    function test_FitsASmallWindow() {
+        open(["nautilus", "nemo", "caja", "thunar", "dolphin"]);
         compare(settings.width, 420);
         compare(settings.height, 480);
-        const close = findChild(settings, "closeExtensionSettings");
-        const bottom = close.mapToItem(null, 0, close.height).y;
-        verify(bottom <= settings.height && bottom > settings.height - 40, bottom);
-        for (let index = 0; index < 5; ++index) {
-            const button = switchOf(index);
-            verify(button.mapToItem(null, button.width, 0).x <= settings.width);
-        }
-        verify(list.contentHeight <= list.height, "all rows at once");
+        const close = child("closeExtensionSettings", settings);
+        const bottom = () => close.mapToItem(null, 0, close.height).y;
+        tryVerify(() => bottom() > settings.height - 40 && bottom() <= settings.height);
+        verify(switchOf(4).mapToItem(null, switchOf(4).width, 0).x <= settings.width);
+        verify(extensions.contentHeight <= extensions.height, "all rows at once");
     }
 
-    function test_theMenuAsksForBoth() {
-        enableSpy.target = window;
-        settingsSpy.target = window;
-        const menu = findChild(window, "appMenu");
-        for (const [item, spy] of [["enableFinderItem", enableSpy], ["finderSettingsItem", settingsSpy]]) {
-            spy.clear();
+    function test_TheMenuRequestsBoth() {
+        enableSpy.target = window.viewState;
+        const menu = child("appMenu");
+        for (const item of ["enableFinderItem", "finderSettingsItem"]) {
             menu.popup();
             tryCompare(menu, "opened", true);
-            mouseClick(findChild(menu.contentItem, item));
-            compare(spy.count, 1);
+            mouseClick(child(item, menu.contentItem));
             tryCompare(menu, "visible", false);
+            compare(enableSpy.count, 1);
         }
+        tryCompare(child("extensionSettings"), "visible", true);
     }
 
-    function test_anAlertIsAnsweredOnce() {
-        const answers = {firstAnswer: "1", secondAnswer: "2"};
-        for (const name in answers) {
+    function test_AnAlertIsAnsweredOnce() {
+        const sheet = child("questionSheet");
+        const answer = (act, expected) => {
             world.answers = "";
             world.alert();
-            const button = findChild(window, name);
-            tryVerify(() => button.visible);
-            tryVerify(() => findChild(window, "firstAnswer").activeFocus);
-            wait(200);
-            mouseClick(button);
-            tryVerify(() => !button.visible);
-            compare(world.answers, answers[name]);
-        }
-        world.answers = "";
-        world.alert();
-        tryVerify(() => findChild(window, "firstAnswer").activeFocus);
-        keyClick(Qt.Key_Escape);
-        tryCompare(world, "answers", "2");
-        tryVerify(() => !findChild(window, "firstAnswer").visible);
-        compare(world.answers, "2");
+            tryCompare(sheet, "opened", true);
+            verify(child("firstAnswer").activeFocus);
+            act();
+            tryCompare(sheet, "visible", false);
+            compare(world.answers, expected);
+        };
+        answer(() => mouseClick(child("firstAnswer")), "1");
+        answer(() => mouseClick(child("secondAnswer")), "2");
+        answer(() => keyClick(Qt.Key_Escape), "2");
     }
 }
