@@ -34,7 +34,7 @@ Candidates tryOutput(const RecipeContext& context, const ToolArguments::List& ar
     return candidate ? Candidates{std::move(*candidate)} : Candidates{};
 }
 
-Candidates tryLossless(const RecipeContext& context) {
+Candidates tryLosslessGIF(const RecipeContext& context) {
     const URL output = file(context, "optimized.gif");
     return tryOutput(context, ToolArguments::gifsicleLossless(context.input, output), output, "Gifsicle -O3",
                      false);
@@ -56,7 +56,7 @@ Candidates tryReducedPalette(const RecipeContext& context) {
 }
 
 Candidates tryOwnPalettes(const RecipeContext& context) {
-    std::vector<RecipeStep> steps = {tryLossless};
+    std::vector<RecipeStep> steps = {tryLosslessGIF};
     std::transform(lossyLevels.begin(), lossyLevels.end(), std::back_inserter(steps), tryingLossy);
     steps.emplace_back(tryReducedPalette);
     return joined(sideBySide(context, steps));

@@ -60,7 +60,7 @@ Candidates optimize(const RecipeContext& context, const Candidate& winner) {
     return {candidate && candidate->bytes < winner.bytes ? *candidate : winner};
 }
 
-Candidates tryLossless(const RecipeContext& context) {
+Candidates tryLosslessPNG(const RecipeContext& context) {
     const URL output = context.workDirectory.appending("lossless.png");
     context.run(Tool::oxipng, ToolArguments::oxipng(losslessOptimizationLevel, context.input, output));
     return listOf(context.validation.validated(output, "OxiPNG", {}));
@@ -70,13 +70,13 @@ Candidates tryLossless(const RecipeContext& context) {
 Candidates finishWithWinner(const RecipeContext& context, const Candidates& accepted) {
     const Candidate& winner = *smallest(accepted);
     return joined(sideBySide(
-        context, {[&winner](const RecipeContext& step) { return optimize(step, winner); }, tryLossless}));
+        context, {[&winner](const RecipeContext& step) { return optimize(step, winner); }, tryLosslessPNG}));
 }
 
 /// Tries the settings of last resort, with the lossless pass at the same time.
 Candidates finishWithLastResort(const RecipeContext& context) {
     auto results =
-        sideBySide(context, {quantizing(firstLastResort), quantizing(firstLastResort + 1), tryLossless});
+        sideBySide(context, {quantizing(firstLastResort), quantizing(firstLastResort + 1), tryLosslessPNG});
     Candidates last = std::move(results.back());
     results.pop_back();
     const Candidates accepted = joined(std::move(results));

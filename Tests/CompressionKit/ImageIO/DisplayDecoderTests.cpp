@@ -44,7 +44,7 @@ TEST(DisplayDecoderTest, KeepsTheAspectRatioAndNeverEnlarges) {
     }
 }
 
-bool isRefused(const URL& url, std::optional<std::int64_t> maximum, const ImageLimits& limits = {}) {
+bool isDisplayRefused(const URL& url, std::optional<std::int64_t> maximum, const ImageLimits& limits = {}) {
     try {
         decodeForDisplay(url, maximum, limits);
         return false;
@@ -54,22 +54,22 @@ bool isRefused(const URL& url, std::optional<std::int64_t> maximum, const ImageL
 }
 
 TEST(DisplayDecoderTest, RefusesWhatIsNotAWholePicture) {
-    EXPECT_TRUE(isRefused(picture("noise.png"), 0));
-    EXPECT_TRUE(isRefused(picture("noise.png"), -1));
+    EXPECT_TRUE(isDisplayRefused(picture("noise.png"), 0));
+    EXPECT_TRUE(isDisplayRefused(picture("noise.png"), -1));
     for (const char* name : {"noise.png", "noise.jpg", "animation-3.gif", "photo.heic"}) {
         for (const auto maximum : {std::optional<std::int64_t>(), std::optional<std::int64_t>(4)}) {
             Bytes file = pictureBytes(name);
-            EXPECT_FALSE(isRefused(MemoryFile(file).url(), maximum)) << name;
+            EXPECT_FALSE(isDisplayRefused(MemoryFile(file).url(), maximum)) << name;
             file.resize(file.size() * 3 / 4);
-            EXPECT_TRUE(isRefused(MemoryFile(file).url(), maximum)) << name;
+            EXPECT_TRUE(isDisplayRefused(MemoryFile(file).url(), maximum)) << name;
         }
     }
 }
 
 TEST(DisplayDecoderTest, ShowsSmallWhatIsTooLargeToBeHeld) {
     const ImageLimits limits = {.maximumBufferedPixels = 32 * 24 - 1};
-    EXPECT_TRUE(isRefused(picture("photo.png"), std::nullopt, limits));
-    EXPECT_FALSE(isRefused(picture("photo.png"), 16, limits));
+    EXPECT_TRUE(isDisplayRefused(picture("photo.png"), std::nullopt, limits));
+    EXPECT_FALSE(isDisplayRefused(picture("photo.png"), 16, limits));
 }
 
 } // namespace

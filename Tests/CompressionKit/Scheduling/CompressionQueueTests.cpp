@@ -34,7 +34,7 @@ using namespace std::chrono_literals;
 using asio::use_future;
 
 template <typename Result>
-std::string failureOf(std::future<Result> job) {
+std::string failureOfJob(std::future<Result> job) {
     return test::failureOf([&] { job.get(); });
 }
 
@@ -97,19 +97,19 @@ TEST_F(CompressionQueueTest, CompletesWithTheResultOrTheErrorOfTheOperation) {
     // None of these may keep the only slot, or the file, occupied.
     const auto throws = [] { throw CompressionError::invalidImage(); };
     bool isRun = false;
-    EXPECT_EQ(failureOf(queue.run(a_, throws, use_future)), "图片无法解码");
-    EXPECT_EQ(failureOf(queue.run(
+    EXPECT_EQ(failureOfJob(queue.run(a_, throws, use_future)), "图片无法解码");
+    EXPECT_EQ(failureOfJob(queue.run(
                   a_, throws, [&] { isRun = true; }, use_future)),
               "图片无法解码");
     EXPECT_FALSE(isRun);
-    EXPECT_EQ(failureOf(queue.run(
+    EXPECT_EQ(failureOfJob(queue.run(
                   a_, [] {}, use_future)),
               "no failure");
 
     CompressionQueue blocked(50, folder_.file("file", ""));
     EXPECT_EQ(blocked.limit(), 10);
-    EXPECT_EQ(failureOf(blocked.run(
-                            a_, [] { return 1; }, use_future))
+    EXPECT_EQ(failureOfJob(blocked.run(
+                               a_, [] { return 1; }, use_future))
                   .find("无法创建文件夹"),
               0U);
 }
@@ -159,7 +159,7 @@ TEST_F(CompressionQueueTest, CompletesOnTheHandlersExecutor) {
     loop.restart();
     auto result = asio::co_spawn(loop, body(), use_future);
     loop.run();
-    EXPECT_EQ(failureOf(std::move(result)), "图片无法解码");
+    EXPECT_EQ(failureOfJob(std::move(result)), "图片无法解码");
 #endif
 }
 
@@ -214,9 +214,9 @@ TEST_F(CompressionQueueTest, EndsWhileJobsWait) {
     auto forFile = submit(b_);
     EXPECT_EQ(forPermit.wait_for(aMoment), std::future_status::timeout);
     queue->stop();
-    EXPECT_EQ(failureOf(std::move(forPermit)), "canceled");
-    EXPECT_EQ(failureOf(std::move(forFile)), "canceled");
-    EXPECT_EQ(failureOf(submit(c_)), "canceled");
+    EXPECT_EQ(failureOfJob(std::move(forPermit)), "canceled");
+    EXPECT_EQ(failureOfJob(std::move(forFile)), "canceled");
+    EXPECT_EQ(failureOfJob(submit(c_)), "canceled");
     auto end = std::async(std::launch::async, [&] { queue.reset(); });
     EXPECT_EQ(end.wait_for(aMoment), std::future_status::timeout) << "an operation is still running";
     running.finish();
