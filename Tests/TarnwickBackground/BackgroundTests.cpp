@@ -1,6 +1,5 @@
 // The real helper and the real command line, on a session bus of their own that is also their system bus.
 
-#include "Foundation/CompressionError.h"
 #include "Foundation/FileLock.h"
 #include "Support/EnvironmentVariable.h"
 #include "Support/FakeTools.h"
@@ -20,6 +19,7 @@
 #include <QProcess>
 #include <QTest>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <sstream>
 #include <utility>
@@ -49,14 +49,11 @@ protected:
         EXPECT_TRUE(eventually([] { return !FileLock::isHeld(helperLockFile()); })) << "a helper still runs";
     }
 
-    static std::unique_ptr<QProcess> start(const QString& program, const QStringList& arguments) {
+    static std::unique_ptr<QProcess> startHelper(const QStringList& arguments = {"--maintain-backups"}) {
         auto process = std::make_unique<QProcess>();
-        process->start(program, arguments);
+        process->start(TARNWICK_BACKGROUND, arguments);
         EXPECT_TRUE(process->waitForStarted());
         return process;
-    }
-    static std::unique_ptr<QProcess> startHelper() {
-        return start(TARNWICK_BACKGROUND, {"--maintain-backups"});
     }
     /// A helper that has finished its first pass.
     std::unique_ptr<QProcess> startKeeping() {
@@ -72,41 +69,24 @@ protected:
     }
 
     UndoRecord replacedBefore(double seconds) {
-        const std::string name = "photo" + std::to_string(++pictures_) + ".png";
-        return aged(replaced(picture(name, static_cast<std::uint8_t>(pictures_))), seconds);
-    }
-    /// A record that bringIn() moves into the store in one step.
-    UndoRecord madeElsewhere(double seconds) {
-        const UndoStore usual = std::exchange(store, UndoStore(folder / "elsewhere"));
-        const UndoRecord record = replacedBefore(seconds);
-        store = usual;
-        return record;
-    }
-    void bringIn(const UndoRecord& record) const {
-        createDirectories(store.root());
-        const std::string session = record.sessionID.text();
-        atomicRename((folder / "elsewhere").appending(session), store.root().appending(session));
+        const std::string name = "photo" + std::to_string(++count_) + ".png";
+        return aged(replaced(picture(name, static_cast<std::uint8_t>(count_))), seconds);
     }
     Words compressing() const {
-        createDirectories(folder / "pictures");
         return {"compress", "--tools", tools.folder().path(),
-                copyPicture("photo.png", folder / "pictures/large.png").path()};
+                copyPicture("photo.png", pictures / "large.png").path()};
     }
-    bool hasWorkFolder() const {
-        const auto items = entries(folder / "pictures");
-        return std::any_of(items.begin(), items.end(), [](const URL& item) {
-            return item.lastPathComponent().starts_with(".tarnwick-");
-        });
-    }
+    bool hasWorkFolder() const { return pictures.listing().starts_with(".tarnwick-"); }
 
     FakeTools tools;
+    TemporaryFolder pictures;
     EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
     /// Qt would complain about this locale on standard error.
     EnvironmentVariable locale{"LC_ALL", "C"};
     DBusNotifications notifications;
 
 private:
-    int pictures_ = 0;
+    int count_ = 0;
 };
 
 TEST_F(BackgroundTest, RemovesExpiredBackupsNotifiesAndExits) {
@@ -120,8 +100,7 @@ TEST_F(BackgroundTest, RemovesExpiredBackupsNotifiesAndExits) {
     EXPECT_FALSE(store.hasBackup(old));
     EXPECT_TRUE(eventually([&] { return heard > 0; }));
     EXPECT_EQ(heard, 1);
-    ASSERT_THAT(store.readRecords(), SizeIs(1));
-    EXPECT_THROW(store.restore(old), CompressionError);
+    EXPECT_THAT(store.readRecords(), SizeIs(1));
     EXPECT_EQ(statusOf(*startHelper()), 0) << "there is no backup";
 }
 
@@ -139,12 +118,10 @@ TEST_F(BackgroundTest, OneHelperRunsUntilASignal) {
 }
 
 TEST_F(BackgroundTest, SleepsUntilTheNextBackupExpiresEvenWithoutABus) {
-    for (const bool hasBus : {true, false}) {
-        const EnvironmentVariable session("DBUS_SESSION_BUS_ADDRESS",
-                                          hasBus
-                                              ? qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").toStdString()
-                                              : "unix:path=/nonexistent");
-        const EnvironmentVariable system("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+    const std::string noBus = "unix:path=/nonexistent";
+    for (const std::string& bus : {qgetenv("DBUS_SESSION_BUS_ADDRESS").toStdString(), noBus}) {
+        const EnvironmentVariable session("DBUS_SESSION_BUS_ADDRESS", bus);
+        const EnvironmentVariable system("DBUS_SYSTEM_BUS_ADDRESS", noBus);
         const UndoRecord soon = replacedBefore(UndoStore::backupRetention - 2);
         const auto helper = startHelper();
         EXPECT_EQ(statusOf(*helper), 0);
@@ -164,8 +141,8 @@ TEST_F(BackgroundTest, ChecksAgainAfterEventsAndPostsOnlyChanges) {
     const Registration observation =
         notifications.observe(NotificationName::historyDidChange, [&] { ++heard; });
     const auto helper = startKeeping();
-    for (const auto& event : std::vector<std::function<void()>>{
-             [&] { QDBusConnection::systemBus().send(wake); }, postHistory, postUndo}) {
+    const auto postWake = [&] { QDBusConnection::systemBus().send(wake); };
+    for (const std::function<void()>& event : {std::function<void()>(postWake), {postHistory}, {postUndo}}) {
         const UndoRecord old = replacedBefore(expired);
         event();
         EXPECT_TRUE(eventually([&] { return !store.hasBackup(old); }));
@@ -181,14 +158,19 @@ TEST_F(BackgroundTest, ChecksAgainAfterEventsAndPostsOnlyChanges) {
 TEST_F(BackgroundTest, ARecordMadeWhileAHelperExitsFindsAHelper) {
     BundleHelperLauncher launcher(URL::file(TARNWICK_BACKGROUND));
     for (int round = 0; round < 9; ++round) {
-        const UndoRecord made = madeElsewhere(UndoStore::backupRetention - 1);
+        // The record gets into the store in one step.
+        const UndoStore usual = std::exchange(store, UndoStore(folder / "elsewhere"));
+        const UndoRecord made = replacedBefore(UndoStore::backupRetention - 1);
+        const UndoStore elsewhere = std::exchange(store, usual);
         const auto exiting = startHelper();
         const auto isOver = [&] { return exiting->state() == QProcess::NotRunning; };
         // At its start, with the lock, and at its end.
         EXPECT_TRUE(round % 3 < 1 ||
                     eventually([&] { return FileLock::isHeld(helperLockFile()) || isOver(); }));
         EXPECT_TRUE(round % 3 < 2 || eventually([&] { return !FileLock::isHeld(helperLockFile()); }));
-        bringIn(made);
+        createDirectories(store.root());
+        const std::string session = made.sessionID.text();
+        atomicRename(elsewhere.root().appending(session), store.root().appending(session));
         launcher.launch();
         EXPECT_TRUE(eventually([&] { return !store.hasBackup(made); })) << "round " << round;
         EXPECT_EQ(statusOf(*exiting), 0);
@@ -196,10 +178,10 @@ TEST_F(BackgroundTest, ARecordMadeWhileAHelperExitsFindsAHelper) {
 }
 
 TEST_F(BackgroundTest, RejectsOtherArguments) {
-    EXPECT_EQ(statusOf(*start(TARNWICK_BACKGROUND, {"--version"})), 0);
-    EXPECT_EQ(statusOf(*start(TARNWICK_BACKGROUND, {"--help"})), 0);
+    EXPECT_EQ(statusOf(*startHelper({"--version"})), 0);
+    EXPECT_EQ(statusOf(*startHelper({"--help"})), 0);
     for (const QStringList& arguments : {QStringList(), {"--maintain"}, {"--maintain-backups", "x"}}) {
-        const auto helper = start(TARNWICK_BACKGROUND, arguments);
+        const auto helper = startHelper(arguments);
         EXPECT_EQ(statusOf(*helper), 2);
         EXPECT_THAT(helper->readAllStandardError().toStdString(), HasSubstr("--maintain-backups"));
     }
@@ -217,13 +199,12 @@ TEST_F(BackgroundTest, TheCommandLineStartsItForTheUsersOwnStoreWithoutOpenDescr
     EXPECT_EQ(errno, ECHILD);
 
     // The second pipe is an additional descriptor of the command. cat exits when all writers have closed it.
-    for (const std::string pipe : {" | cat", " 3>&1 >/dev/null | cat"}) {
+    for (const std::string pipe : {" | timeout 60 cat", " 3>&1 >/dev/null | timeout 60 cat"}) {
         std::string line = "'" TARNWICK_EXECUTABLE "'";
         for (const std::string& word : compressing()) {
             line += " '" + word + "'";
         }
-        const auto shell = start("/bin/sh", {"-c", QString::fromStdString(line + pipe)});
-        ASSERT_EQ(statusOf(*shell), 0) << pipe;
+        ASSERT_EQ(std::system((line + pipe).c_str()), 0) << pipe;
         EXPECT_TRUE(eventually([] { return FileLock::isHeld(helperLockFile()); }));
         ASSERT_THAT(store.records(), SizeIs(1));
         runCommand({"clear", "--yes"});

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
+
+#include <filesystem>
 
 namespace tarnwick::test {
 namespace {
@@ -14,10 +15,6 @@ protected:
     URL file(const std::string& name) const {
         createDirectories((folder / name).deletingLastPathComponent());
         return folder.file(name, "x");
-    }
-
-    void link(const std::string& target, const std::string& name) const {
-        ASSERT_EQ(::symlink(target.c_str(), (folder / name).c_str()), 0);
     }
 
     /// The collected paths relative to the folder, joined by spaces; errors in brackets.
@@ -42,8 +39,8 @@ TEST_F(CollectingTest, WalksFoldersInTheOrderOfNamesAndSkipsHiddenLinkedAndOther
                              "9.png", "10.png", "照.png", "b/q.png", "B.png"}) {
         file(name);
     }
-    link("b.PNG", "link.png");
-    link("a", "folderlink");
+    std::filesystem::create_symlink("b.PNG", (folder / "link.png").path());
+    std::filesystem::create_symlink("a", (folder / "folderlink").path());
     ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
     EXPECT_EQ(collected({"."}),
               "./10.png ./9.png ./B.png ./a/d/e.gif ./a/z.jpeg ./b/q.png ./b.PNG ./c.heif ./照.png");
@@ -54,7 +51,7 @@ TEST_F(CollectingTest, WalksFoldersInTheOrderOfNamesAndSkipsHiddenLinkedAndOther
 TEST_F(CollectingTest, TakesAFileOnceByWhateverPath) {
     file("a/x.png");
     file("a/y.png");
-    link("a", "l");
+    std::filesystem::create_symlink("a", (folder / "l").path());
     EXPECT_EQ(collected({"a/y.png", "l/y.png", "a/../a/x.png", "a", "l/x.png"}), "a/y.png a/../a/x.png");
     const auto found = collectFiles({(folder / "l/x.png").path()}, {});
     ASSERT_EQ(found.size(), 1U);
@@ -64,8 +61,8 @@ TEST_F(CollectingTest, TakesAFileOnceByWhateverPath) {
 TEST_F(CollectingTest, ReportsWhatCannotBeCompressedAndContinues) {
     file("a.png");
     file("t.txt");
-    link("a.png", "link.png");
-    link("nowhere", "dangling");
+    std::filesystem::create_symlink("a.png", (folder / "link.png").path());
+    std::filesystem::create_symlink("nowhere", (folder / "dangling").path());
     EXPECT_EQ(collected({"t.txt", "link.png", "dangling", "a.png"}),
               "[t.txt: 目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。] link.png dangling a.png")
         << "the engine refuses links";
@@ -79,11 +76,10 @@ TEST_F(CollectingTest, ReportsFoldersThatCannotBeReadOrEntered) {
     file("a/x.png");
     file("closed/y.png");
     file("listed/z.png");
-    for (const char* name : {".", "a"}) {
-        ASSERT_EQ(::chmod((folder / name).c_str(), 0755), 0);
+    for (const auto& [name, mode] :
+         {std::pair(".", 0755U), {"a", 0755U}, {"closed", 0U}, {"listed", 0444U}}) {
+        ASSERT_EQ(::chmod((folder / name).c_str(), mode), 0);
     }
-    ASSERT_EQ(::chmod((folder / "closed").c_str(), 0000), 0);
-    ASSERT_EQ(::chmod((folder / "listed").c_str(), 0444), 0);
     const std::string text = unprivileged([&] { return collected({"."}); });
     EXPECT_EQ(text.find("./a/x.png [./closed: 无法读取文件夹"), 0U) << text;
     EXPECT_NE(text.find("[./listed/z.png: 无法读取文件信息"), std::string::npos) << text;

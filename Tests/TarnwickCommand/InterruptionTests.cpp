@@ -28,30 +28,22 @@ protected:
         script.insert(script.end(), {{"log-pid", started.path()}, {"hang"}});
         tools.script("pngquant", script);
     }
-    Words command(const std::string& option = "--json") const {
-        return {"compress",
-                option,
-                photo.path(),
-                "--tools",
-                tools.folder().path(),
-                "--store",
-                (home / "store").path()};
+    Words command() const {
+        return {"compress", photo.path(), "--tools=" + tools.folder().path(), "--store=" + store.path()};
     }
-    /// A process ID of a tool, as soon as one runs.
-    pid_t startedTool() const {
+    void awaitTool() const {
         EXPECT_TRUE(waitUntil([&] { return itemExists(started) && contents(started).ends_with("\n"); }));
-        return std::stoi(contents(started));
     }
-    void expectStopped(const RunningCommand& run, int signal, const std::string& output = "") const {
+    void expectStopped(const RunningCommand& run, int signal) const {
         const pid_t tool = std::stoi(contents(started));
         const auto result = run.wait();
         EXPECT_EQ(result.status, 128 + signal);
-        EXPECT_EQ(result.output, output);
+        EXPECT_EQ(result.output, "已停止。\n");
         EXPECT_EQ(result.errors, "");
         EXPECT_EQ(::kill(tool, 0), -1) << "the tool outlived the command";
         EXPECT_EQ(contents(photo), pictureText("photo.png"));
         EXPECT_EQ(pictures.listing(), "a.png") << "a work folder is left";
-        EXPECT_FALSE(itemExists(home / "store"));
+        EXPECT_FALSE(itemExists(store));
         removeFile(started);
     }
 
@@ -59,16 +51,17 @@ protected:
     TemporaryFolder home;
     TemporaryFolder pictures;
     const URL started = home / "started";
+    const URL store = home / "store";
     const URL photo = copyPicture("photo.png", pictures / "a.png");
     const EnvironmentVariable data{"XDG_DATA_HOME", home.url().path()};
 };
 
 TEST_F(InterruptionTest, ASignalStopsTheToolsRemovesWorkAndIsPassedOn) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        const RunningCommand run(command("--tools=" + tools.folder().path()));
-        startedTool();
+        const RunningCommand run(command());
+        awaitTool();
         run.kill(signal);
-        expectStopped(run, signal, "已停止。\n");
+        expectStopped(run, signal);
     }
 }
 
@@ -76,7 +69,7 @@ TEST_F(InterruptionTest, ASecondSignalChangesNothing) {
     const URL stopped = home / "stopped";
     hang({{"ignore-term"}, {"log-pid", started.path()}, {"await-term", stopped.path()}});
     const RunningCommand run(command());
-    startedTool();
+    awaitTool();
     run.kill(SIGINT);
     EXPECT_TRUE(waitUntil([&] { return itemExists(stopped); }));
     run.kill(SIGTERM);
@@ -84,29 +77,22 @@ TEST_F(InterruptionTest, ASecondSignalChangesNothing) {
 }
 
 TEST_F(InterruptionTest, ASignalEndsTheWaitForAFileThatAnotherProcessHolds) {
-    {
-        const ExecutionPermit permit(home / "Tarnwick/CompressionLocks",
-                                     CompressionQueue::fileIdentity(photo),
-                                     CompressionQueue::maximumConcurrentTasks);
-        const RunningCommand run(command());
-        const testing::Matcher<std::string> waits =
-            testing::ContainsRegex("-> FLOCK +ADVISORY +WRITE +" + std::to_string(run.pid()) + " ");
-        EXPECT_TRUE(waitUntil([&] { return waits.Matches(contents(URL::file("/proc/locks"))); }));
-        EXPECT_FALSE(itemExists(started));
-        run.kill(SIGINT);
-        EXPECT_EQ(run.wait().status, 128 + SIGINT);
-    }
+    const ExecutionPermit permit(home / "Tarnwick/CompressionLocks", CompressionQueue::fileIdentity(photo),
+                                 CompressionQueue::maximumConcurrentTasks);
     const RunningCommand run(command());
-    startedTool();
+    const testing::Matcher<std::string> waits =
+        testing::ContainsRegex("-> FLOCK +ADVISORY +WRITE +" + std::to_string(run.pid()) + " ");
+    EXPECT_TRUE(waitUntil([&] { return waits.Matches(contents(URL::file("/proc/locks"))); }));
+    EXPECT_FALSE(itemExists(started));
     run.kill(SIGINT);
-    expectStopped(run, SIGINT);
+    EXPECT_EQ(run.wait().status, 128 + SIGINT);
 }
 
 TEST_F(InterruptionTest, ASignalThatIsIgnoredAtTheStartStaysIgnored) {
     ASSERT_NE(std::signal(SIGHUP, SIG_IGN), SIG_ERR);
     const RunningCommand run(command());
     ASSERT_NE(std::signal(SIGHUP, SIG_DFL), SIG_ERR);
-    startedTool();
+    awaitTool();
     run.kill(SIGHUP);
     run.kill(SIGTERM);
     expectStopped(run, SIGTERM);

@@ -12,16 +12,13 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(TerminalText, CountsColumnsNotBytesOrCharacters) {
+TEST(TerminalText, PadsAndElidesByColumns) {
     for (const auto& [text, columns] :
          {std::pair("abc", 3U), {"图片.png", 8U}, {"e\u0301", 1U}, {"𠀀", 2U}}) {
         EXPECT_EQ(TerminalText::columns(text), columns) << text;
     }
     EXPECT_EQ(TerminalText::padded("图", 4), "图  ");
     EXPECT_EQ(TerminalText::padded("图片", 3), "图片");
-}
-
-TEST(TerminalText, ElidesInTheMiddleAndFits) {
     EXPECT_EQ(TerminalText::elidedInMiddle("short.png", 9), "short.png");
     EXPECT_EQ(TerminalText::elidedInMiddle("abcdefghij.png", 9), "abcd….png");
     EXPECT_EQ(TerminalText::elidedInMiddle("图图图图图图.png", 9), "图图….png");
