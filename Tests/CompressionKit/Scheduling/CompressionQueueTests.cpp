@@ -1,25 +1,20 @@
-#include "HolderProcess.h"
+#include "Foundation/FileLock.h"
 #include "Scheduling/CompressionQueue.h"
+#include "Scheduling/ExecutionPermit.h"
 #include "Support/Failure.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Waiting.h"
 
-#include <asio/awaitable.hpp>
-#include <asio/co_spawn.hpp>
 #include <asio/io_context.hpp>
-#include <asio/use_awaitable.hpp>
 #include <asio/use_future.hpp>
 #include <gtest/gtest.h>
-#include <sys/file.h>
 
 #include <array>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <future>
 #include <optional>
 #include <random>
-#include <thread>
 #include <vector>
 
 // The reference count of exceptions is in the C++ library, which the thread sanitizer does not instrument.
@@ -30,18 +25,20 @@ extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserv
 namespace tarnwick::test {
 namespace {
 
-using namespace std::chrono_literals;
-using asio::use_future;
-
-template <typename Result>
-std::string failureOfJob(std::future<Result> job) {
-    return test::failureOf([&] { job.get(); });
-}
+constexpr auto nothing = [] {};
 
 class CompressionQueueTest : public testing::Test {
 protected:
+    template <typename Operation>
+    static auto run(CompressionQueue& queue, const URL& url, Operation operation) {
+        return queue.run(url, std::move(operation), asio::use_future);
+    }
     static HeldJob hold(CompressionQueue& queue, const URL& url) {
-        return HeldJob([&](const auto& body) { return queue.run(url, body, use_future); });
+        return HeldJob([&](const auto& body) { return run(queue, url, body); });
+    }
+    template <typename Result>
+    static std::string failure(std::future<Result> job) {
+        return failureOf([&] { job.get(); });
     }
 
     TemporaryFolder folder_;
@@ -90,28 +87,21 @@ TEST_F(CompressionQueueTest, SkipsAJobOfABusyFileAndKeepsItsPlace) {
 TEST_F(CompressionQueueTest, CompletesWithTheResultOrTheErrorOfTheOperation) {
     CompressionQueue queue(0, locks_);
     EXPECT_EQ(queue.limit(), 1);
-    auto text = std::make_unique<std::string>("moved");
-    auto moves = [text = std::move(text)]() mutable { return std::move(text); };
-    EXPECT_EQ(*queue.run(a_, std::move(moves), use_future).get(), "moved");
+    auto moves = [text = std::make_unique<std::string>("moved")]() mutable { return std::move(text); };
+    EXPECT_EQ(*run(queue, a_, std::move(moves)).get(), "moved");
 
     // None of these may keep the only slot, or the file, occupied.
     const auto throws = [] { throw CompressionError::invalidImage(); };
     bool isRun = false;
-    EXPECT_EQ(failureOfJob(queue.run(a_, throws, use_future)), "图片无法解码");
-    EXPECT_EQ(failureOfJob(queue.run(
-                  a_, throws, [&] { isRun = true; }, use_future)),
-              "图片无法解码");
+    const auto notes = [&] { isRun = true; };
+    EXPECT_EQ(failure(run(queue, a_, throws)), "图片无法解码");
+    EXPECT_EQ(failure(queue.run(a_, throws, notes, asio::use_future)), "图片无法解码");
     EXPECT_FALSE(isRun);
-    EXPECT_EQ(failureOfJob(queue.run(
-                  a_, [] {}, use_future)),
-              "no failure");
+    EXPECT_EQ(failure(run(queue, a_, nothing)), "no failure");
 
     CompressionQueue blocked(50, folder_.file("file", ""));
     EXPECT_EQ(blocked.limit(), 10);
-    EXPECT_EQ(failureOfJob(blocked.run(
-                               a_, [] { return 1; }, use_future))
-                  .find("无法创建文件夹"),
-              0U);
+    EXPECT_EQ(failure(run(blocked, a_, nothing)).find("无法创建文件夹"), 0U);
 }
 
 TEST_F(CompressionQueueTest, HoldsThePermitFromStartToEnd) {
@@ -119,17 +109,15 @@ TEST_F(CompressionQueueTest, HoldsThePermitFromStartToEnd) {
     std::string order;
     auto token = std::make_shared<int>();
     const auto note = [&, token](const char* step) {
-        const FileDescriptor slot = openForReading(locks_.appending("slot-0.lock"));
-        order += step + std::string(::flock(slot.get(), LOCK_EX | LOCK_NB) != 0 ? " locked " : " free ");
+        order +=
+            step + std::string(FileLock::isHeld(locks_.appending("slot-0.lock")) ? " locked " : " free ");
     };
     const auto start = [note] { note("start"); };
-    queue
-        .run(
-            a_, start, [note] { note("work"); }, use_future)
-        .get();
+    const auto work = [note] { note("work"); };
+    queue.run(a_, start, work, asio::use_future).get();
     note("end");
     EXPECT_EQ(order, "start locked work locked end free ");
-    EXPECT_EQ(token.use_count(), 3) << "the job keeps what it was given";
+    EXPECT_EQ(token.use_count(), 4) << "the job keeps what it was given";
 }
 
 TEST_F(CompressionQueueTest, CompletesOnTheHandlersExecutor) {
@@ -146,103 +134,67 @@ TEST_F(CompressionQueueTest, CompletesOnTheHandlersExecutor) {
     std::promise<int> value;
     queue.run(a_, slow, [&](const std::exception_ptr&, int result) { value.set_value(result); });
     EXPECT_EQ(value.get_future().get(), 7);
-
-// Asio does not support the coroutines of every compiler.
-#ifdef ASIO_HAS_CO_AWAIT
-    const auto body = [&]() -> asio::awaitable<void> {
-        EXPECT_EQ(co_await queue.run(
-                      a_, [] { return std::string("text"); }, asio::use_awaitable),
-                  "text");
-        co_await queue.run(
-            b_, [] { throw CompressionError::invalidImage(); }, asio::use_awaitable);
-    };
-    loop.restart();
-    auto result = asio::co_spawn(loop, body(), use_future);
-    loop.run();
-    EXPECT_EQ(failureOfJob(std::move(result)), "图片无法解码");
-#endif
 }
 
 TEST_F(CompressionQueueTest, NeverExceedsItsLimitOrRunsTwoJobsOnAFile) {
     constexpr int limit = 4;
+    constexpr std::array ways = {"", "link/", "inner/../"};
     createDirectories(folder_ / "inner");
     std::filesystem::create_directory_symlink(folder_.url().path(), (folder_ / "link").path());
     std::atomic<int> together = 0;
     std::atomic<int> faults = 0;
     std::array<std::atomic<int>, 6> onFile{};
+    std::mt19937 random(1);
+    std::vector<std::future<void>> jobs;
     CompressionQueue queue(limit, locks_);
-    const auto submitJobs = [&](unsigned seed) {
-        constexpr std::array ways = {"", "link/", "inner/../"};
-        std::mt19937 random(seed);
-        std::vector<std::future<void>> jobs;
-        for (int i = 0; i < 125; ++i) {
-            const std::size_t file = random() % onFile.size();
-            const auto work = [&, file, pause = std::chrono::microseconds(random() % 500)] {
-                faults += (++together > limit ? 1 : 0) + (++onFile[file] > 1 ? 1 : 0);
-                std::this_thread::sleep_for(pause);
-                --onFile[file];
-                --together;
-            };
-            const URL url = folder_ / (ways[random() % ways.size()] + std::to_string(file));
-            jobs.push_back(queue.run(url, work, use_future));
-        }
-        for (auto& job : jobs) {
-            job.get();
-        }
-    };
-    std::vector<std::future<void>> submitters;
-    for (unsigned seed = 1; seed <= 4; ++seed) {
-        submitters.push_back(std::async(std::launch::async, submitJobs, seed));
+    for (int i = 0; i < 500; ++i) {
+        const std::size_t file = random() % onFile.size();
+        const auto work = [&, file, pause = std::chrono::microseconds(random() % 500)] {
+            faults += (++together > limit ? 1 : 0) + (++onFile[file] > 1 ? 1 : 0);
+            std::this_thread::sleep_for(pause);
+            --onFile[file];
+            --together;
+        };
+        jobs.push_back(run(queue, folder_ / (ways[random() % ways.size()] + std::to_string(file)), work));
     }
-    for (auto& submitter : submitters) {
-        submitter.get();
+    for (auto& job : jobs) {
+        job.get();
     }
     EXPECT_EQ(faults, 0);
 }
 
 TEST_F(CompressionQueueTest, EndsWhileJobsWait) {
-    HolderProcess holder(locks_, CompressionQueue::fileIdentity(a_), 3);
-    ASSERT_TRUE(holder.isHolding());
+    std::optional<ExecutionPermit> permit(std::in_place, locks_, CompressionQueue::fileIdentity(a_), 3);
     std::optional<CompressionQueue> queue(std::in_place, 2, locks_);
     HeldJob running = hold(*queue, b_);
     ASSERT_TRUE(running.hasBegun());
-    const auto submit = [&](const URL& url) {
-        return queue->run(
-            url, [] {}, use_future);
-    };
-    auto forPermit = submit(a_);
-    auto forFile = submit(b_);
+    auto forPermit = run(*queue, a_, nothing);
+    auto forFile = run(*queue, b_, nothing);
     EXPECT_EQ(forPermit.wait_for(aMoment), std::future_status::timeout);
     queue->stop();
-    EXPECT_EQ(failureOfJob(std::move(forPermit)), "canceled");
-    EXPECT_EQ(failureOfJob(std::move(forFile)), "canceled");
-    EXPECT_EQ(failureOfJob(submit(c_)), "canceled");
+    EXPECT_EQ(failure(std::move(forPermit)), "canceled");
+    EXPECT_EQ(failure(std::move(forFile)), "canceled");
+    EXPECT_EQ(failure(run(*queue, c_, nothing)), "canceled");
     auto end = std::async(std::launch::async, [&] { queue.reset(); });
     EXPECT_EQ(end.wait_for(aMoment), std::future_status::timeout) << "an operation is still running";
     running.finish();
     end.get();
 
     queue.emplace(1, locks_);
-    forPermit = submit(a_);
-    holder.kill();
+    forPermit = run(*queue, a_, nothing);
+    permit.reset();
     forPermit.get();
 }
 
 TEST_F(CompressionQueueTest, EndsWithItsProcess) {
     const URL locks = folder_ / "Tarnwick/CompressionLocks";
-    const HolderProcess holder(locks, CompressionQueue::fileIdentity(a_), 1);
-    ASSERT_TRUE(holder.isHolding());
+    const ExecutionPermit permit(locks, CompressionQueue::fileIdentity(a_), 1);
     const auto leaveWithWaitingJobs = [&] {
         ::setenv("XDG_DATA_HOME", folder_.url().c_str(), 1);
         CompressionQueue& queue = CompressionQueue::shared();
-        const auto first = queue.run(
-            a_, [] {}, use_future);
-        const auto second = queue.run(
-            a_, [] {}, use_future);
-        queue
-            .run(
-                b_, [] {}, use_future)
-            .get();
+        const auto first = run(queue, a_, nothing);
+        const auto second = run(queue, a_, nothing);
+        run(queue, b_, nothing).get();
         std::exit(queue.limit());
     };
     EXPECT_EXIT(leaveWithWaitingJobs(), testing::ExitedWithCode(10), "");

@@ -1,32 +1,34 @@
+#include "Foundation/FileLock.h"
 #include "Foundation/FileSystemError.h"
-#include "HolderProcess.h"
 #include "Scheduling/ExecutionPermit.h"
 #include "Support/Failure.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Unprivileged.h"
+#include "Support/Waiting.h"
 
 #include <gmock/gmock.h>
 #include <pthread.h>
-#include <sys/stat.h>
 
-#include <chrono>
-#include <future>
+#include <cstdio>
 #include <memory>
-#include <optional>
-#include <system_error>
+#include <string>
 
 namespace tarnwick::test {
 namespace {
-
-using namespace std::chrono_literals;
-
-/// Milliseconds, long enough for a process to start and take a free permit.
-constexpr int aMoment = 300;
 
 class ExecutionPermitTest : public testing::Test {
 protected:
     static std::string failure(const URL& directory, int capacity = 2, const std::stop_token& stop = {}) {
         return failureOf([&] { const ExecutionPermit permit(directory, "key", capacity, stop); });
+    }
+    /// The kernel treats two openings of a lock file alike, whether one process opened them or two.
+    HeldJob hold(const std::string& key) const {
+        return HeldJob([&](const auto& body) {
+            return std::async(std::launch::async, [this, key, body] {
+                const ExecutionPermit permit(locks_, key, 2);
+                body();
+            });
+        });
     }
     static std::size_t openDescriptors() { return entries(URL::file("/proc/self/fd")).size(); }
 
@@ -34,46 +36,41 @@ protected:
     const URL locks_ = folder_ / "above/locks";
 };
 
-TEST_F(ExecutionPermitTest, ExcludesOtherProcessesFromTheFileAndTheSlots) {
-    auto permit = std::make_unique<ExecutionPermit>(locks_, "file", 2);
-    HolderProcess second(locks_, "file", 2);
-    EXPECT_FALSE(second.isHolding(aMoment));
-    // A process that waits for the file occupies no slot.
-    HolderProcess other(locks_, "other", 2);
-    EXPECT_TRUE(other.isHolding());
-    const HolderProcess third(locks_, "third", 2);
-    EXPECT_FALSE(third.isHolding(aMoment));
-    other.kill();
-    EXPECT_TRUE(third.isHolding());
-
-    permit.reset();
-    EXPECT_TRUE(second.isHolding());
-    const HolderProcess next(locks_, "file", 2);
-    EXPECT_FALSE(next.isHolding(aMoment));
-    second.kill();
-    EXPECT_TRUE(next.isHolding());
+TEST_F(ExecutionPermitTest, ExcludesOthersFromTheFileAndTheSlots) {
+    HeldJob first = hold("file");
+    ASSERT_TRUE(first.hasBegun());
+    HeldJob second = hold("file");
+    EXPECT_FALSE(second.hasBegun(aMoment));
+    HeldJob other = hold("other");
+    EXPECT_TRUE(other.hasBegun()) << "a wait for the file occupies a slot";
+    HeldJob third = hold("third");
+    EXPECT_FALSE(third.hasBegun(aMoment));
+    other.finish();
+    EXPECT_TRUE(third.hasBegun());
+    EXPECT_FALSE(second.hasBegun(aMoment));
+    first.finish();
+    EXPECT_TRUE(second.hasBegun());
+    second.finish();
+    third.finish();
 }
 
 TEST_F(ExecutionPermitTest, KeepsItsLocksPrivate) {
     const std::size_t before = openDescriptors();
-    std::optional<HolderProcess> child;
+    std::unique_ptr<FILE, int (*)(FILE*)> child(nullptr, &::pclose);
     {
         const ExecutionPermit permit(locks_, "abc", 2);
         EXPECT_EQ(openDescriptors(), before + 2);
-        child.emplace(folder_ / "elsewhere", "key", 1);
-        ASSERT_TRUE(child->isHolding());
+        child.reset(::popen("cat", "w")); // NOLINT(cert-env33-c)
     }
-    // The child is still running: if it had inherited the descriptors, both locks would still be held.
-    EXPECT_TRUE(HolderProcess(locks_, "abc", 1).isHolding());
-    std::string found;
-    for (const URL& url : {folder_ / "above", locks_, entries(locks_).at(0), entries(locks_).at(1)}) {
-        struct stat status {};
-        EXPECT_EQ(::stat(url.c_str(), &status), 0);
-        found += url.lastPathComponent() + (status.st_mode & 0077U ? " open " : " private ");
+    const URL file =
+        locks_.appending("file-ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad.lock");
+    const URL slot = locks_.appending("slot-0.lock");
+    for (const URL& lock : {file, slot}) {
+        EXPECT_TRUE(waitUntil([&] { return !FileLock::isHeld(lock); })) << "the child has " << lock.path();
     }
-    EXPECT_EQ(found,
-              "above private locks private file-ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f"
-              "20015ad.lock private slot-0.lock private ");
+    for (const URL& item : {locks_.deletingLastPathComponent(), locks_, file, slot}) {
+        EXPECT_EQ(modeOfFile(item, 0777) & 0077U, 0U) << item.path();
+    }
 }
 
 TEST_F(ExecutionPermitTest, FailsWithoutKeepingALock) {
@@ -88,8 +85,7 @@ TEST_F(ExecutionPermitTest, FailsWithoutKeepingALock) {
 }
 
 TEST_F(ExecutionPermitTest, GivesUpWhenStopped) {
-    const HolderProcess holder(locks_, "key", 1);
-    ASSERT_TRUE(holder.isHolding());
+    const ExecutionPermit holder(locks_, "key", 1);
     std::stop_source stop;
     const auto wait = [&](const URL& directory) {
         sigset_t all;
@@ -99,8 +95,8 @@ TEST_F(ExecutionPermitTest, GivesUpWhenStopped) {
     };
     auto forFile = std::async(std::launch::async, wait, locks_);
     auto forSlot = std::async(std::launch::async, wait, folder_ / "elsewhere");
-    EXPECT_EQ(forFile.wait_for(200ms), std::future_status::timeout);
-    EXPECT_EQ(forSlot.wait_for(0ms), std::future_status::timeout);
+    EXPECT_EQ(forFile.wait_for(aMoment), std::future_status::timeout);
+    EXPECT_EQ(forSlot.wait_for(aMoment), std::future_status::timeout);
     stop.request_stop();
     EXPECT_EQ(forFile.get(), "canceled");
     EXPECT_EQ(forSlot.get(), "canceled");
