@@ -21,98 +21,64 @@ protected:
     test::EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
 };
 
-/// The pictures' folder after the process that prepared a record has died.
-struct Scene {
-    const test::TemporaryFolder& folder;
-    const UndoStore& store;
-    URL photo;
-    URL winner;
-    UndoRecord record;
-
-    void putInPlace() const { atomicRename(winner, record.replacementURL()); }
-};
-
-enum class Fate { committed, gone, kept };
-
-struct Case {
-    const char* what;
-    bool isConversion;
-    std::function<void(const Scene&)> arrange;
-    Fate fate;
-};
-
-std::vector<Case> cases() {
-    const auto nothing = [](const Scene&) {};
-    const auto replace = [](const Scene& scene) { scene.putInPlace(); };
-    const auto edit = [](const Scene& scene) { scene.folder.file("photo.png", "another program's"); };
-    const auto remove = [](const Scene& scene) { removeFile(scene.photo); };
-    return {
-        {"original in place", false, nothing, Fate::gone},
-        {"replacement in place", false, replace, Fate::committed},
-        {"something else in place", false, edit, Fate::kept},
-        {"nothing in place", false, remove, Fate::kept},
-        {"a link in place", false,
-         [](const Scene& scene) {
-             atomicRename(scene.photo, scene.folder / "moved.png");
-             std::filesystem::create_symlink("moved.png", scene.photo.path());
-         },
-         Fate::kept},
-        {"replacement in place, backup damaged", false,
-         [](const Scene& scene) {
-             scene.putInPlace();
-             writeFile(scene.store.backupURL(scene.record), std::vector<std::uint8_t>(10));
-         },
-         Fate::kept},
-        {"replacement in place, backup gone", false,
-         [](const Scene& scene) {
-             scene.putInPlace();
-             scene.store.removeBackup(scene.record);
-         },
-         Fate::kept},
-        {"not converted yet", true, nothing, Fate::gone},
-        {"converted", true, replace, Fate::committed},
-        {"converted, original gone", true,
-         [](const Scene& scene) {
-             scene.putInPlace();
-             removeFile(scene.photo);
-         },
-         Fate::committed},
-        {"the new name is another program's", true,
-         [](const Scene& scene) { scene.folder.file("converted.png", "another program's"); }, Fate::gone},
-        {"not converted, original changed", true, edit, Fate::kept},
-    };
-}
-
 TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole) {
-    for (const Case& tried : cases()) {
-        SCOPED_TRACE(tried.what);
-        const URL photo = picture("photo.png", 1);
-        const URL winner = picture("winner.png", 200);
-        const auto converted = tried.isConversion ? std::optional(folder / "converted.png") : std::nullopt;
-        const UndoRecord record = store.prepare(photo, winner, UUID::random(), converted);
-        tried.arrange({folder, store, photo, winner, record});
+    using State = UndoRecord::State;
+    const URL photo = folder / "photo.png";
+    std::optional<UndoRecord> record;
+    const auto replace = [&] { atomicRename(folder / "winner.png", record->replacementURL()); };
+    const auto edit = [&] { folder.file("photo.png", "another program's"); };
+    const auto remove = [&] { removeFile(photo); };
+    const auto takeName = [&] { folder.file("converted.png", "another program's"); };
+    const auto damageBackup = [&] { writeFile(store.backupURL(*record), std::vector<std::uint8_t>(10)); };
+    const auto removeBackup = [&] { store.removeBackup(*record); };
+    const auto link = [&] {
+        atomicRename(photo, folder / "moved.png");
+        std::filesystem::create_symlink("moved.png", photo.path());
+    };
+    struct Case {
+        const char* what;
+        bool isConversion;
+        /// What happens before the process dies.
+        std::vector<std::function<void()>> steps;
+        /// None where the record is deleted; a prepared one stays.
+        std::optional<State> state;
+    };
+    for (const auto& [what, isConversion, steps, state] : std::vector<Case>{
+             {"original in place", false, {}, std::nullopt},
+             {"replacement in place", false, {replace}, State::committed},
+             {"something else in place", false, {edit}, State::prepared},
+             {"nothing in place", false, {remove}, State::prepared},
+             {"a link in place", false, {link}, State::prepared},
+             {"replacement in place, backup damaged", false, {replace, damageBackup}, State::prepared},
+             {"replacement in place, backup gone", false, {replace, removeBackup}, State::prepared},
+             {"not converted yet", true, {}, std::nullopt},
+             {"converted", true, {replace}, State::committed},
+             {"converted, original gone", true, {replace, remove}, State::committed},
+             {"the new name is another program's", true, {takeName}, std::nullopt},
+             {"not converted, original changed", true, {edit}, State::prepared},
+         }) {
+        SCOPED_TRACE(what);
+        const auto converted = isConversion ? std::optional(folder / "converted.png") : std::nullopt;
+        record =
+            store.prepare(picture("photo.png", 1), picture("winner.png", 200), UUID::random(), converted);
+        for (const auto& step : steps) {
+            step();
+        }
         const std::string before = folder.listing();
-        const bool hadBackup = store.hasBackup(record);
+        const bool hadBackup = store.hasBackup(*record);
 
         const LeftoversReport leftovers = removeLeftovers(store);
         EXPECT_EQ(folder.listing(), before) << "a picture was touched";
-        EXPECT_EQ(leftovers.settledRecords, tried.fate == Fate::kept ? 0 : 1);
-        EXPECT_THAT(leftovers.problems, SizeIs(tried.fate == Fate::kept ? 1 : 0));
+        EXPECT_EQ(leftovers.settledRecords, state == State::prepared ? 0 : 1);
+        EXPECT_THAT(leftovers.problems, SizeIs(state == State::prepared ? 1 : 0));
         const auto records = store.readRecords();
-        if (tried.fate == Fate::gone) {
-            EXPECT_THAT(records, IsEmpty());
-            EXPECT_FALSE(store.hasBackup(record));
-        } else {
-            ASSERT_THAT(records, SizeIs(1));
-            EXPECT_EQ(records[0].state, tried.fate == Fate::committed ? UndoRecord::State::committed
-                                                                      : UndoRecord::State::prepared);
-            EXPECT_EQ(store.hasBackup(record), hadBackup);
-            if (tried.fate == Fate::committed) {
-                store.restore(records[0]);
-                EXPECT_EQ(hash(photo), record.originalHash);
-            }
+        EXPECT_EQ(records.empty() ? std::nullopt : std::optional(records[0].state), state);
+        EXPECT_EQ(store.hasBackup(*record), state && hadBackup);
+        if (state == State::committed) {
+            store.restore(*record);
+            EXPECT_EQ(hash(photo), record->originalHash);
         }
-        store.deleteRecord(record);
+        store.deleteRecord(*record);
         for (const char* name : {"photo.png", "moved.png", "converted.png", "winner.png"}) {
             removeFile(folder / name);
         }

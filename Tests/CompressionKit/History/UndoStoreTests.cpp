@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <limits>
 
 namespace tarnwick::test {
@@ -95,9 +94,8 @@ TEST_F(UndoStoreTest, LiesInTheUsersApplicationData) {
 TEST_F(UndoStoreTest, CleanupRemovesBackupsByAgeAndKeepsTheirRecords) {
     const UndoRecord young = aged(replaced(picture("young.png", 1)), 50);
     const UndoRecord old = aged(replaced(picture("old.png", 2)), 150);
-    UndoRecord prepared = replaced(picture("prepared.png", 3));
+    UndoRecord prepared = store.prepare(picture("prepared.png", 3), picture("winner.png", 4), UUID::random());
     prepared.createdAt = Date::now().adding(-1'000);
-    prepared.state = UndoRecord::State::prepared;
     writeFile(store.root().appending(prepared.sessionID.text()).appending(prepared.id.text() + ".json"),
               prepared.encoded());
 
@@ -114,12 +112,10 @@ TEST_F(UndoStoreTest, CleanupRemovesBackupsByAgeAndKeepsTheirRecords) {
 
 TEST_F(UndoStoreTest, CleanupRemovesTheNewestBackupsOverTheBudget) {
     std::vector<UndoRecord> records;
-    std::int64_t total = 0;
-    for (const std::uint8_t shade : std::array<std::uint8_t, 3>{1, 2, 3}) {
-        const URL file = picture(std::to_string(shade) + ".png", shade);
-        records.push_back(aged(replaced(file), 10.0 * shade));
-        total += fileSize(store.backupURL(records.back()));
+    for (const double age : {10, 20, 30}) {
+        records.push_back(aged(replaced(picture(std::to_string(age) + ".png", 1)), age));
     }
+    const std::int64_t total = 3 * records[0].originalBytes;
     const auto backups = [&](std::int64_t budget) {
         store.cleanup(1'000, budget, Date::now());
         std::string kept;
