@@ -5,17 +5,18 @@
 #include "Support/EnvironmentVariable.h"
 #include "Support/TemporaryFolder.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <ctime>
+#include <chrono>
+#include <filesystem>
 #include <thread>
 
 namespace tarnwick::test {
 namespace {
 
+namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -29,11 +30,6 @@ protected:
         return folder.file("data/Tarnwick/Work/" + id.text(), text);
     }
     URL deadNoteOf(const UUID& id, const URL& item) const { return deadNote(id, item.path() + "\n"); }
-    static void age(const URL& note, std::time_t days) {
-        const timespec past = {.tv_sec = std::time(nullptr) - days * 86'400, .tv_nsec = 0};
-        const timespec times[] = {past, past};
-        ASSERT_EQ(::utimensat(AT_FDCWD, note.c_str(), times, 0), 0);
-    }
 
     TemporaryFolder folder;
     EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
@@ -46,7 +42,7 @@ TEST_F(WorkRegisterTest, RemovesItemsOfDeadProcesses) {
         const UUID id = UUID::random();
         const URL item = pictures.appending(name + id.text());
         createDirectories(item.appending("inner"));
-        ASSERT_EQ(::symlink(pictures.c_str(), item.appending("inner/link").c_str()), 0);
+        fs::create_symlink(pictures.path(), item.appending("inner/link").path());
         deadNoteOf(id, item);
     }
     for (const char* name : {".tarnwick-restore-", "rollback."}) {
@@ -64,45 +60,41 @@ TEST_F(WorkRegisterTest, RemovesItemsOfDeadProcesses) {
 
 TEST_F(WorkRegisterTest, TouchesOnlyTheItemOfTheNote) {
     const UUID id = UUID::random();
-    const std::string name = ".tarnwick-" + id.text();
-    const URL other = pictures.appending(".tarnwick-" + UUID::random().text());
-    const URL longer = pictures.appending(name + "0");
-    const URL target = pictures.appending("target");
-    for (const URL& item : {other, longer, target}) {
+    const UUID fileID = UUID::random();
+    const URL link = pictures.appending(".tarnwick-" + id.text());
+    const URL longer = pictures.appending(".tarnwick-" + id.text() + "0");
+    const URL other = pictures.appending(".tarnwick-" + fileID.text());
+    const URL directory = pictures.appending("rollback." + fileID.text());
+    for (const URL& item : {other, longer, directory}) {
         createDirectories(item);
     }
-    const URL link = pictures.appending(name);
-    ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0);
-    const std::string before = folder.listing();
+    const URL file = folder.file("pictures/tarnwick-links-" + id.text(), "a file");
+    const URL unfinished = folder.file("pictures/rollback." + id.text(), "a file");
+    fs::create_directory_symlink(other.path(), link.path());
     const auto listed = entries(pictures);
 
+    deadNoteOf(fileID, directory);
     for (const std::string& text :
-         {other.path() + "\n", longer.path() + "\n", link.path() + "\n", link.path(), std::string("\n"),
-          "pictures/" + name + "\n", pictures.path() + "/photo.png\n"}) {
+         {other.path() + "\n", longer.path() + "\n", link.path() + "\n", file.path() + "\n",
+          unfinished.path(), std::string("\n"), "pictures/.tarnwick-" + id.text() + "\n",
+          pictures.path() + "/photo.png\n"}) {
         deadNote(id, text);
         EXPECT_EQ(workRegister.sweep().removed, 0) << text;
         EXPECT_EQ(entries(pictures), listed) << text;
     }
-    // A file with the name of a folder, and a folder with the name of a file.
-    removeFile(link);
-    deadNoteOf(id, folder.file("pictures/" + name, "a file"));
-    const UUID fileID = UUID::random();
-    createDirectories(pictures.appending("rollback." + fileID.text()));
-    deadNoteOf(fileID, pictures.appending("rollback." + fileID.text()));
-    EXPECT_EQ(workRegister.sweep().removed, 0);
-    EXPECT_EQ(contents(pictures.appending(name)), "a file");
-    EXPECT_TRUE(isDirectory(pictures.appending("rollback." + fileID.text())));
 }
 
 TEST_F(WorkRegisterTest, KeepsTheNoteOfAnItemThatMayBeOnAnotherDisk) {
     const UUID id = UUID::random();
     const URL note = deadNoteOf(id, folder / ("unmounted/.tarnwick-" + id.text()));
-    age(note, 29);
-    EXPECT_THAT(workRegister.sweep().problems, IsEmpty());
-    EXPECT_TRUE(itemExists(note));
-    age(note, 31);
-    EXPECT_EQ(workRegister.sweep().removed, 0);
-    EXPECT_FALSE(itemExists(note));
+    const auto now = fs::last_write_time(note.path());
+    for (const int days : {29, 31}) {
+        fs::last_write_time(note.path(), now - std::chrono::days(days));
+        const auto sweep = workRegister.sweep();
+        EXPECT_EQ(sweep.removed, 0);
+        EXPECT_THAT(sweep.problems, IsEmpty());
+        EXPECT_EQ(itemExists(note), days < 30) << days;
+    }
 }
 
 TEST_F(WorkRegisterTest, AnItemIsHeldWhileTheNoteOrACopyOfItsLockIsOpen) {
