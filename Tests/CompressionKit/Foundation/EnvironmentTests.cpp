@@ -4,34 +4,30 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <string>
+#include <utility>
 
 namespace tarnwick::test {
 namespace {
 
-using Values = std::array<const char*, 3>;
+using Values = std::array<std::string, 3>;
 
 TEST(EnvironmentTest, ChoosesUTF8WhereTheLocaleIsNot) {
-    struct Case {
-        /// LC_ALL, LC_CTYPE, LANG; empty is as good as unset.
-        Values given;
-        Values chosen;
-    };
-    for (const auto& [given, chosen] : {
-             Case{{"", "", ""}, {"", "C.UTF-8", ""}},
-             Case{{"", "", "C.UTF-8"}, {"", "", "C.UTF-8"}},
-             Case{{"", "POSIX", "C.UTF-8"}, {"", "C.UTF-8", "C.UTF-8"}},
-             Case{{"C.UTF-8", "C", "C"}, {"C.UTF-8", "C", "C"}},
-             Case{{"C", "", "C.UTF-8"}, {"C.UTF-8", "C.UTF-8", "C.UTF-8"}},
-             Case{{"", "", "xx_XX.UTF-8"}, {"C.UTF-8", "C.UTF-8", "xx_XX.UTF-8"}},
+    // LC_ALL, LC_CTYPE, LANG; empty is as good as unset.
+    for (const auto& [given, chosen] : std::initializer_list<std::pair<Values, Values>>{
+             {{"", "", ""}, {"", "C.UTF-8", ""}},
+             {{"", "", "C.UTF-8"}, {"", "", "C.UTF-8"}},
+             {{"", "POSIX", "C.UTF-8"}, {"", "C.UTF-8", "C.UTF-8"}},
+             {{"C.UTF-8", "C", "C"}, {"C.UTF-8", "C", "C"}},
+             {{"C", "", "C.UTF-8"}, {"C.UTF-8", "C.UTF-8", "C.UTF-8"}},
+             {{"", "", "xx_XX.UTF-8"}, {"C.UTF-8", "C.UTF-8", "xx_XX.UTF-8"}},
          }) {
         const EnvironmentVariable all("LC_ALL", given[0]);
         const EnvironmentVariable type("LC_CTYPE", given[1]);
         const EnvironmentVariable language("LANG", given[2]);
         prepareEnvironment();
         const Values found = {std::getenv("LC_ALL"), std::getenv("LC_CTYPE"), std::getenv("LANG")};
-        for (std::size_t i = 0; i < found.size(); ++i) {
-            EXPECT_STREQ(found[i], chosen[i]) << given[0] << "|" << given[1] << "|" << given[2];
-        }
+        EXPECT_EQ(found, chosen);
     }
 }
 

@@ -1,6 +1,11 @@
+#include "Foundation/CompressionError.h"
+#include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 
 #include <gtest/gtest.h>
+
+#include <cerrno>
+#include <new>
 
 namespace tarnwick {
 namespace {
@@ -32,6 +37,15 @@ TEST(TextTest, CountsCharactersNotBytes) {
     EXPECT_EQ(trimmed(" \t\r\n85.5 \n"), "85.5");
     EXPECT_EQ(trimmed(" \n"), "");
     EXPECT_EQ(lowercasedASCII("JPÉG"), "jpÉg");
+}
+
+TEST(FileSystemErrorTest, NamesThePathOnOneLine) {
+    const FileSystemError error("无法打开文件", URL::file("/tmp/a\nb\xFF"), EACCES);
+    EXPECT_EQ(errorDescription(error), "无法打开文件“/tmp/a\uFFFDb\uFFFD”：Permission denied");
+    EXPECT_FALSE(error.isOutOfSpace());
+    EXPECT_TRUE(FileSystemError("", URL::file("/"), ENOSPC).isOutOfSpace());
+    EXPECT_TRUE(FileSystemError("", URL::file("/"), EDQUOT).isOutOfSpace());
+    EXPECT_EQ(errorDescription(std::bad_alloc()), "内存不足");
 }
 
 } // namespace

@@ -6,10 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <future>
-#include <random>
-#include <thread>
 
 namespace tarnwick::test {
 namespace {
@@ -82,27 +79,6 @@ TEST(ToolBudget, ServesTheNextWhenAWaitingOneIsCancelled) {
     EXPECT_TRUE(behind.hasBegun());
     running.finish();
     behind.finish();
-}
-
-TEST(ToolBudget, NeverExceedsItselfAndServesEveryRequest) {
-    ToolBudget budget([] { return Capacity{.processors = 3, .memory = 100}; });
-    std::atomic<int> running = 0;
-    std::atomic<std::int64_t> used = 0;
-    std::vector<std::jthread> threads;
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        threads.emplace_back([&, seed] {
-            std::mt19937 random(seed);
-            for (int i = 0; i < 100; ++i) {
-                const auto need = static_cast<std::int64_t>(random() % 140);
-                const auto share = budget.take(need, {});
-                EXPECT_LE(++running, 3);
-                const std::int64_t all = used += need;
-                EXPECT_TRUE(all <= 100 || all == need) << all;
-                used -= need;
-                --running;
-            }
-        });
-    }
 }
 
 TEST(ToolBudget, ARunWaitsForItsShareAndGivesItBack) {

@@ -9,13 +9,9 @@
 #include <asio/use_future.hpp>
 #include <gtest/gtest.h>
 
-#include <array>
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
-#include <random>
-#include <vector>
 
 // The reference count of exceptions is in the C++ library, which the thread sanitizer does not instrument.
 extern "C" const char* __tsan_default_suppressions() { // NOLINT(bugprone-reserved-identifier)
@@ -134,33 +130,6 @@ TEST_F(CompressionQueueTest, CompletesOnTheHandlersExecutor) {
     std::promise<int> value;
     queue.run(a_, slow, [&](const std::exception_ptr&, int result) { value.set_value(result); });
     EXPECT_EQ(value.get_future().get(), 7);
-}
-
-TEST_F(CompressionQueueTest, NeverExceedsItsLimitOrRunsTwoJobsOnAFile) {
-    constexpr int limit = 4;
-    constexpr std::array ways = {"", "link/", "inner/../"};
-    createDirectories(folder_ / "inner");
-    std::filesystem::create_directory_symlink(folder_.url().path(), (folder_ / "link").path());
-    std::atomic<int> together = 0;
-    std::atomic<int> faults = 0;
-    std::array<std::atomic<int>, 6> onFile{};
-    std::mt19937 random(1);
-    std::vector<std::future<void>> jobs;
-    CompressionQueue queue(limit, locks_);
-    for (int i = 0; i < 500; ++i) {
-        const std::size_t file = random() % onFile.size();
-        const auto work = [&, file, pause = std::chrono::microseconds(random() % 500)] {
-            faults += (++together > limit ? 1 : 0) + (++onFile[file] > 1 ? 1 : 0);
-            std::this_thread::sleep_for(pause);
-            --onFile[file];
-            --together;
-        };
-        jobs.push_back(run(queue, folder_ / (ways[random() % ways.size()] + std::to_string(file)), work));
-    }
-    for (auto& job : jobs) {
-        job.get();
-    }
-    EXPECT_EQ(faults, 0);
 }
 
 TEST_F(CompressionQueueTest, EndsWhileJobsWait) {
