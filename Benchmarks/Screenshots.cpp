@@ -1,6 +1,6 @@
 // Takes the pictures of the window for docs/images: Screenshots FOLDER PICTURE... compresses copies of the
-// pictures and writes the window, in daylight and dark, the comparison, a question and the settings to the
-// folder as PNG files. Run it in the repository, under xvfb-run and dbus-run-session.
+// pictures and writes the window, in the light and the dark theme, the comparison, a question and the
+// settings to the folder as PNG files. Run it in the repository, under xvfb-run and dbus-run-session.
 
 #include "Measuring.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
@@ -22,9 +22,9 @@ namespace fs = std::filesystem;
 /// Long enough for every animation and tool tip's delay.
 constexpr int settlingTime = 1500;
 
-void expect(bool condition, const char* otherwise) {
+void expect(bool condition, const char* message) {
     if (!condition) {
-        throw std::runtime_error(otherwise);
+        throw std::runtime_error(message);
     }
 }
 

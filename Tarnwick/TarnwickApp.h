@@ -26,7 +26,7 @@ public:
     ExtensionSettings& extensionSettings() noexcept { return extensionSettings_; }
     QuickAlertPresenter& alerts() noexcept { return alerts_; }
     FinderIntegration& finder() noexcept { return finder_; }
-    /// Not open when it could not be made.
+    /// Its isOpen() is false if the window could not be created.
     MainWindow& window() noexcept { return window_; }
     TarnwickAppDelegate& delegate() noexcept { return delegate_; }
 

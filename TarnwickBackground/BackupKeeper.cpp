@@ -15,8 +15,8 @@ namespace {
 constexpr double secondsUntilNextSweep = 60;
 
 /// Uses a connection of its own, since the bus must have the messages before this program exits. Windows
-/// observe the first notification, observers of backups the second. This program receives both too; the pass
-/// that they start removes nothing and so posts nothing.
+/// observe the first notification, observers of backups the second. This process receives its own
+/// signals too. There is no loop: the next pass finds nothing to remove.
 void announceChange() {
     postNotification(NotificationName::historyDidChange);
     postNotification(NotificationName::undoDidChange);

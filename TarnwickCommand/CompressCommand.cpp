@@ -16,7 +16,7 @@ namespace {
 
 CompressionEngine engineFor(const CommandContext& context, const Cancellation& cancellation) {
     constexpr QualityThresholds thresholds;
-    return {context.toolDirectory, context.undo,   thresholds.general,
+    return {context.toolDirectory, context.undo,   thresholds.jpeg,
             thresholds.png,        thresholds.gif, cancellation};
 }
 

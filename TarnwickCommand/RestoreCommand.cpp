@@ -29,9 +29,9 @@ std::optional<UUID> identifier(const std::string& argument, const URL& file) {
 }
 
 /// Throws CompressionError.
-UndoRecord require(const std::optional<UndoRecord>& record, const char* otherwise) {
+UndoRecord require(const std::optional<UndoRecord>& record, const char* messageIfMissing) {
     if (!record) {
-        throw CompressionError::fileOperation(otherwise);
+        throw CompressionError::fileOperation(messageIfMissing);
     }
     return *record;
 }

@@ -49,7 +49,7 @@ bool isInstalled(FileManager fileManager, const UserDirectories& directories) {
 }
 
 /// The formats of the entries are text: a line break would end the line that holds the path.
-void requireNameable(const URL& application, FileManager fileManager) {
+void requirePathFitsEntries(const URL& application, FileManager fileManager) {
     const std::string& path = application.path();
     if (displayText(path) != path) {
         throw CompressionError::fileOperation("程序的路径含有控制字符或不是 UTF-8：" + displayText(path));
@@ -74,7 +74,7 @@ public:
     }
 
     void write(FileManager fileManager) {
-        requireNameable(application_, fileManager);
+        requirePathFitsEntries(application_, fileManager);
         entry(fileManager)->write();
     }
 

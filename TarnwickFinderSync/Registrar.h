@@ -19,7 +19,8 @@ public:
 
     /// Registers the bundle at `location` and updates the entries that exist.
     void add(const URL& location) const;
-    /// Writes or removes the entries, then saves the election.
+    /// Writes or removes the entries, then saves the election: the user's choice to use or ignore the
+    /// extension.
     void elect(const std::string& identifier, ExtensionRegistry::Election election) const;
     /// A line for each registered bundle. It begins with "+" when the extension is enabled, with "-" when the
     /// user elected to ignore it, else with a space.

@@ -59,7 +59,7 @@ std::vector<Candidate> candidates(const RecipeContext& context) {
 CompressionEngine::CompressionEngine(const URL& toolDirectory, UndoStore undo, double qualityThreshold,
                                      double pngQualityThreshold, double gifQualityThreshold,
                                      const Cancellation& cancellation)
-    : tools_(toolDirectory, cancellation), undo_(std::move(undo)), thresholds_{.general = qualityThreshold,
+    : tools_(toolDirectory, cancellation), undo_(std::move(undo)), thresholds_{.jpeg = qualityThreshold,
                                                                                .gif = gifQualityThreshold,
                                                                                .png = pngQualityThreshold} {}
 

@@ -92,7 +92,7 @@ RecipeStep searchingPalette(int colors, const URL& sheet) {
         const URL map = file(context, fmt::format("gif-map-{}.gif", colors));
         const ImageFacts& facts = context.original.facts;
         context.run(Tool::pngquant, ToolArguments::pngquantPalette(colors, sheet, palette),
-                    toolMemory(Tool::pngquant, GIFPalette::mostTiles * facts.width * facts.height));
+                    toolMemory(Tool::pngquant, GIFPalette::maximumTiles * facts.width * facts.height));
         GIFPalette::writeColorMap(palette, map);
         std::vector<RecipeStep> steps;
         std::transform(sharedLossyLevels.begin(), sharedLossyLevels.end(), std::back_inserter(steps),

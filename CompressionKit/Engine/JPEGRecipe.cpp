@@ -22,14 +22,14 @@ struct Demand {
 };
 
 Demand demandOf(const RecipeContext& context) {
-    const double general = context.thresholds.general;
+    const double threshold = context.thresholds.jpeg;
     if (!ImageFacts::hasFineJPEGQuantization(context.original.url)) {
-        return {general, false};
+        return {threshold, false};
     }
     if (context.original.facts.hasJPEGMultiPictureData) {
-        return {std::max(general, fineMultiPictureMinimumScore), false};
+        return {std::max(threshold, fineMultiPictureMinimumScore), false};
     }
-    return {std::max(general, fineMinimumScore), true};
+    return {std::max(threshold, fineMinimumScore), true};
 }
 
 /// A bounded search for the lowest quality whose score reaches the minimum.

@@ -4,8 +4,7 @@ namespace tarnwick {
 
 /// The minimum ssimulacra2 scores of lossy results.
 struct QualityThresholds {
-    /// For JPEG.
-    double general = 60;
+    double jpeg = 60;
     double gif = 70;
     double png = 70;
 };

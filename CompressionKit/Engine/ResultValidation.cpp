@@ -102,7 +102,7 @@ ResultValidation::Verdict ResultValidation::judge(const URL& output, const Image
     case ImageKind::heic:
         break;
     }
-    return options.isLossy ? judgeByScore(output, thresholds_.general, options) : Verdict{.isAccepted = true};
+    return options.isLossy ? judgeByScore(output, thresholds_.jpeg, options) : Verdict{.isAccepted = true};
 }
 
 ResultValidation::Verdict ResultValidation::judgeGIF(const URL& output, bool isLossy) const {

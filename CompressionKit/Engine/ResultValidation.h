@@ -15,7 +15,7 @@
 namespace tarnwick {
 
 /// Checks encoder outputs against one original. Only this class turns an output into a Candidate.
-/// Thread-safe, as are its copies together.
+/// Thread-safe; copies may also be used at the same time.
 class ResultValidation {
 public:
     struct Options {

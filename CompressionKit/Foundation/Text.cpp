@@ -46,7 +46,7 @@ bool secondByteFits(unsigned char lead, unsigned char second) {
     }
 }
 
-/// The sequence at `index`: a whole character, or the longest run that could have begun one.
+/// The sequence at `index`: a complete character, or the longest prefix of a truncated one.
 Sequence sequenceAt(std::string_view bytes, std::size_t index) {
     const auto lead = static_cast<unsigned char>(bytes[index]);
     const std::size_t announced = announcedLength(lead);

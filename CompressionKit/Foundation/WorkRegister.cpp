@@ -47,7 +47,7 @@ bool isFolder(WorkItem kind) {
     return kind == WorkItem::directory || kind == WorkItem::links;
 }
 
-bool hasName(const FileDescriptor& file, const URL& url) {
+bool isStillLinked(const FileDescriptor& file, const URL& url) {
     return statusOf(file, url).st_nlink > 0;
 }
 
@@ -56,7 +56,7 @@ FileDescriptor createLocked(const URL& note) {
         FileDescriptor file = createNewFile(note, 0600);
         lock(file, note);
         // A sweep that ran before the lock may have removed the empty note.
-        if (hasName(file, note)) {
+        if (isStillLinked(file, note)) {
             return file;
         }
     }
@@ -137,7 +137,7 @@ void sweepNote(const URL& note, const UUID& id, WorkRegister::SweepResult& resul
         }
     } else if (!tryLock(file, note)) {
         result.held.push_back(itemOf(note).value_or(URL()));
-    } else if (hasName(file, note)) { // Its owner may have removed it after it was opened here.
+    } else if (isStillLinked(file, note)) { // Its owner may have removed it after it was opened here.
         try {
             sweepItem(file, note, id, result);
         } catch (const FileSystemError& error) {

@@ -53,8 +53,7 @@ std::string pathFrom(const std::string& text) {
     return required(fileFromPortablePathText(text)).path();
 }
 
-/// The name comes from a file on the disk, and the file of that name in the session's folder is deleted
-/// later.
+/// Not trusted: the file of this name gets deleted, so it must not lead out of the session's folder.
 std::string fileNameAt(const json& record, const char* key) {
     std::string name = textAt(record, key);
     if (name.empty() || name == "." || name == ".." ||

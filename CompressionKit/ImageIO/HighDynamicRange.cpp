@@ -36,8 +36,8 @@ double lightOfHLG(double value) {
     return masteringPeak * std::pow(scene, systemGamma);
 }
 
-/// Linear up to half of white; above it a shoulder that reaches white at the peak.
-double compressed(double light) {
+/// Unchanged up to 0.5; above that a curve that maps the mastering peak to 1.
+double toneMapped(double light) {
     constexpr double knee = 0.5;
     constexpr double peak = (masteringPeak / standardWhite - knee) / (1 - knee);
     if (light <= knee) {
@@ -57,7 +57,7 @@ std::vector<float> standardRangeCurve(std::uint16_t transfer) {
     for (std::size_t step = 0; step < steps; ++step) {
         const double value = static_cast<double>(step) / (steps - 1);
         const double light = transfer == hybridLogGamma ? lightOfHLG(value) : lightOfPQ(value);
-        curve.push_back(static_cast<float>(compressed(light / standardWhite)));
+        curve.push_back(static_cast<float>(toneMapped(light / standardWhite)));
     }
     return curve;
 }

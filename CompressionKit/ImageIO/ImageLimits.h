@@ -24,7 +24,7 @@ struct ImageLimits {
     std::int64_t maximumScans = 500;
     /// HEIF files are read whole.
     std::size_t maximumHEIFBytes = std::size_t{1} << 30;
-    /// HEIF: property boxes. An association cannot count further.
+    /// HEIF: property boxes. An association has an index of 15 bits.
     std::size_t maximumProperties = 0x7FFF;
     /// HEIF: the tiles and layers that one picture is made of, over all levels.
     std::size_t maximumInputs = 65'536;

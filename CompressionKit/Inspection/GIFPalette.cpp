@@ -98,7 +98,7 @@ ContactSheetLayout ContactSheetLayout::make(std::int64_t frameCount, std::int64_
     const auto scaled = [scale](std::int64_t side) {
         return std::max(static_cast<std::int64_t>(scale * static_cast<double>(side)), std::int64_t{1});
     };
-    const std::int64_t picked = std::min(frameCount, mostTiles);
+    const std::int64_t picked = std::min(frameCount, maximumTiles);
     ContactSheetLayout layout;
     layout.tileWidth = scaled(width);
     layout.tileHeight = scaled(height);

@@ -9,7 +9,7 @@
 /// computes it, and a colour map, which hands it to the GIF encoder.
 namespace tarnwick::GIFPalette {
 
-constexpr std::int64_t mostTiles = 8;
+constexpr std::int64_t maximumTiles = 8;
 
 /// Where the sample frames are on the sheet. Sizes in pixels.
 struct ContactSheetLayout {
@@ -24,13 +24,14 @@ struct ContactSheetLayout {
     static ContactSheetLayout make(std::int64_t frameCount, std::int64_t width, std::int64_t height);
 };
 
-/// Lays up to `mostTiles` of the frames (picture files) side by side into one PNG, the first row at the
+/// Lays up to `maximumTiles` of the frames (picture files) side by side into one PNG, the first row at the
 /// bottom. Throws CompressionError::invalidImage, or FileSystemError on a full disk; a failure leaves no
 /// file.
 void writeContactSheet(const std::vector<URL>& frames, const URL& destination);
 
-/// Writes the palette of an indexed PNG as the global colour table of a GIF of 799 bytes; its last colour
-/// fills the rest. Throws CompressionError::invalidImage when there is no usable palette, FileSystemError.
+/// Writes the palette of an indexed PNG as the global colour table of a GIF of 799 bytes; unused
+/// entries repeat the last colour. Throws CompressionError::invalidImage when there is no usable palette,
+/// FileSystemError.
 void writeColorMap(const URL& source, const URL& destination);
 
 } // namespace tarnwick::GIFPalette

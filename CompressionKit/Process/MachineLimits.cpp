@@ -39,7 +39,7 @@ std::optional<std::int64_t> numberIn(const URL& file) {
     return number(text(file));
 }
 
-/// The number behind a word that begins a line, as in "MemAvailable:   1234 kB".
+/// The number after the first occurrence of the word `key`, as in "MemAvailable:   1234 kB".
 std::optional<std::int64_t> numberAfter(std::string_view key, const URL& file) {
     std::istringstream words(text(file));
     for (std::string word; words >> word;) {
@@ -50,8 +50,8 @@ std::optional<std::int64_t> numberAfter(std::string_view key, const URL& file) {
     return std::nullopt;
 }
 
-/// The folders of the control groups that this process is in, from its own up to the root. `controllers` is
-/// as /proc/self/cgroup writes it: the hierarchy's controllers, nothing for the unified one.
+/// The folders of the control groups that this process is in, from its own up to the root. `controller` is
+/// one controller of cgroup version 1, such as "cpu"; empty for version 2.
 std::vector<URL> groups(const URL& root, std::string_view controller, const URL& mount) {
     std::istringstream lines(text(root.appending("proc/self/cgroup")));
     std::string path;
@@ -86,7 +86,7 @@ std::vector<URL> ownGroups(const URL& root, std::string_view controller) {
     return groups(root, controller, root.appending("sys/fs/cgroup/" + std::string(controller)));
 }
 
-/// Microseconds of processor time in microseconds of time, as processors.
+/// The processor time allowed per period as a number of processors, rounded up. Both in microseconds.
 std::int64_t quota(std::optional<std::int64_t> time, std::optional<std::int64_t> period) {
     const bool isLimited = time && period && *time > 0 && *period > 0;
     return isLimited ? (*time - 1) / *period + 1 : unlimited;
@@ -108,10 +108,10 @@ std::int64_t groupProcessors(const URL& root) {
     return least;
 }
 
-/// What a group may still take. Its use counts files in memory too, of which the kernel drops the inactive
-/// ones before it refuses anything.
-std::int64_t left(std::optional<std::int64_t> limit, std::optional<std::int64_t> used,
-                  std::optional<std::int64_t> reclaimable) {
+/// The bytes that a group may still use. Its usage includes cached files; the kernel can reclaim the inactive
+/// ones, so they count as free.
+std::int64_t remainingMemory(std::optional<std::int64_t> limit, std::optional<std::int64_t> used,
+                             std::optional<std::int64_t> reclaimable) {
     if (!limit || !used) {
         return unlimited;
     }
@@ -121,14 +121,16 @@ std::int64_t left(std::optional<std::int64_t> limit, std::optional<std::int64_t>
 std::int64_t groupMemory(const URL& root) {
     std::int64_t least = unlimited;
     for (const URL& group : unifiedGroups(root)) {
-        least = std::min(least, left(numberIn(group.appending("memory.max")),
-                                     numberIn(group.appending("memory.current")),
-                                     numberAfter("inactive_file", group.appending("memory.stat"))));
+        least =
+            std::min(least, remainingMemory(numberIn(group.appending("memory.max")),
+                                            numberIn(group.appending("memory.current")),
+                                            numberAfter("inactive_file", group.appending("memory.stat"))));
     }
     for (const URL& group : ownGroups(root, "memory")) {
-        least = std::min(least, left(numberIn(group.appending("memory.limit_in_bytes")),
-                                     numberIn(group.appending("memory.usage_in_bytes")),
-                                     numberAfter("total_inactive_file", group.appending("memory.stat"))));
+        least = std::min(least,
+                         remainingMemory(numberIn(group.appending("memory.limit_in_bytes")),
+                                         numberIn(group.appending("memory.usage_in_bytes")),
+                                         numberAfter("total_inactive_file", group.appending("memory.stat"))));
     }
     return least;
 }

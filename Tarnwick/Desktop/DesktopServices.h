@@ -11,9 +11,9 @@ namespace tarnwick {
 /// The notifications between the processes of this program; the full names are "app.tarnwick.Tarnwick."
 /// followed by these.
 enum class NotificationName {
-    /// A process other than the application added history records or removed some.
+    /// The command line added history records, or the helper removed or settled some. Windows observe it.
     historyDidChange,
-    /// The application restored an original or deleted records.
+    /// An original was restored or records were deleted. The helper observes it.
     undoDidChange,
 };
 

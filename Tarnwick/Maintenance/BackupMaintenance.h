@@ -28,7 +28,7 @@ public:
         BackgroundWorker& worker, Clock& clock, UndoStore store,
         std::function<void(const Findings&)> onBackups, std::function<void()> onFailure = [] {});
 
-    /// Starts a pass now. A running pass is followed by another one, and its findings are dropped.
+    /// Starts a pass now. If a pass is running, its findings are dropped and a new pass follows.
     void schedule();
 
 private:

@@ -29,7 +29,7 @@ namespace tarnwick {
 
 CompressionEngine makeApplicationEngine(const URL& toolDirectory, const Cancellation& cancellation) {
     constexpr QualityThresholds thresholds;
-    return {toolDirectory, UndoStore(), thresholds.general, thresholds.png, thresholds.gif, cancellation};
+    return {toolDirectory, UndoStore(), thresholds.jpeg, thresholds.png, thresholds.gif, cancellation};
 }
 
 struct AppModel::Work {

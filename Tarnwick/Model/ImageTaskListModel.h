@@ -73,7 +73,7 @@ public:
     void removeAll(const std::function<bool(const ImageTask&)>& condition);
     /// Does nothing when no task has this identity.
     void setStatus(const UUID& id, const TaskStatus& status);
-    /// The same for any change but that of the identity.
+    /// Like setStatus(), for any other change; the id must not change.
     void update(const UUID& id, const std::function<void(ImageTask&)>& change);
     /// Sets each task's backupAvailable to whether `records` contains its record.
     void setAvailableBackups(const std::set<UUID>& records);
@@ -85,7 +85,7 @@ signals:
     void activeCountChanged();
 
 private:
-    /// The indexes point to rows, which know their place; so moving rows changes no index.
+    /// Each row stores its position, so the lookup maps, which point to rows, stay valid when rows move.
     struct Row {
         ImageTask task;
         int place = 0;

@@ -9,9 +9,9 @@ namespace tarnwick {
 
 /// What is imported of the files that the user offered.
 struct ImportSelection {
-    /// In their order. Each file once, by whatever path it was named, and none that is already in work.
+    /// In the given order, without duplicates (also through links) and without files now being processed.
     std::vector<URL> accepted;
-    /// Whether a file was left out because its name is none of a supported format.
+    /// Whether a file was left out because its extension is not supported.
     bool hasUnsupported = false;
 
     static ImportSelection of(const std::vector<URL>& urls, const ImageTaskListModel& tasks);

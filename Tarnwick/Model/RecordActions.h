@@ -17,7 +17,7 @@ class CompressionQueue;
 class RecordActions {
 public:
     struct Handlers {
-        /// An original was restored, or a record deleted or not.
+        /// An original was restored, or the deletion of a record succeeded or failed.
         std::function<void()> onHistoryChange;
         /// Called before the record's row is removed.
         std::function<void(const UndoRecord&)> onDelete;

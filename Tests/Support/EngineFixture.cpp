@@ -31,7 +31,7 @@ std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(cons
 
 CompressionEngine EngineFixture::engine(const Cancellation& cancellation) const {
     const QualityThresholds thresholds;
-    return {tools.folder(), store, thresholds.general, thresholds.png, thresholds.gif, cancellation};
+    return {tools.folder(), store, thresholds.jpeg, thresholds.png, thresholds.gif, cancellation};
 }
 
 std::string EngineFixture::failure(const URL& url) const {

@@ -1,15 +1,20 @@
-# Prints the violations of the layers in the files given; what they are is told in scripts/check-layers.
+# Prints the violations of the layers in the files given; scripts/check-layers describes the rules.
 BEGIN {
-    count = split("Foundation Process ImageIO Inspection History Engine Wording Scheduling", folders)
-    for (i = 1; i <= count; i++) place[folders[i]] = i
-    count = split("QtSupport Desktop Maintenance Model Views", rooms)
-    for (i = 1; i <= count; i++) storey[rooms[i]] = i
+    # What each folder of CompressionKit may include besides itself.
+    place["Foundation"] = ""
+    place["Process"] = place["ImageIO"] = place["Scheduling"] = "Foundation"
+    place["Inspection"] = "Foundation ImageIO"
+    place["History"] = "Foundation Inspection"
+    place["Engine"] = "Foundation Process ImageIO Inspection History"
+    place["Wording"] = place["Engine"] " Engine"
+    count = split("QtSupport Desktop Maintenance Model Views", folders)
+    for (i = 1; i <= count; i++) rank[folders[i]] = i
 }
 
 function violation(words) { printf "%s:%d: %s\n", FILENAME, FNR, words }
 
 # The folder of CompressionKit that the file is in, or nothing.
-function home(   parts) {
+function libraryFolder(   parts) {
     return split(FILENAME, parts, "/") > 2 && parts[1] == "CompressionKit" ? parts[2] : ""
 }
 
@@ -17,25 +22,21 @@ function check_folder(header, here,   there) {
     there = header
     sub(/\/.*/, "", there)
     if (header ~ /(^|\/)\.\.?\//) violation("an include names a file by its folder, not by a way to it")
-    else if (!(there in place)) {
-        if (there ~ /^(Tarnwick|TarnwickCommand|TarnwickBackground|TarnwickFinderSync|Model|Desktop|Views|Tests|Support)$/)
-            violation(here " does not know " there)
-    }
-    else if (place[there] > place[here]) violation(here " stands above " there " and does not know it")
-    else if (here == "Scheduling" && there ~ /^(Engine|Wording)$/)
-        violation("Scheduling and " there " do not know each other")
+    else if (there ~ /^(Tarnwick|TarnwickCommand|TarnwickBackground|TarnwickFinderSync|Model|Desktop|Views|Tests|Support)$/ ||
+             there in place && there != here && index(" " place[here] " ", " " there " ") == 0)
+        violation(here " may not include " there)
 }
 
 # The folder of Tarnwick that the file or header is in, or nothing.
-function room(path,   parts) {
+function applicationFolder(path,   parts) {
     return split(path, parts, "/") > 2 && parts[1] == "Tarnwick" ? parts[2] : ""
 }
 
 function check_application(header) {
-    if (header ~ /^TarnwickCommand\//) violation("Tarnwick does not know TarnwickCommand")
-    if (header ~ /^TarnwickBackground\//) violation("Tarnwick does not know TarnwickBackground")
-    if (storey[room(header)] > storey[room(FILENAME)] && room(FILENAME) != "")
-        violation(room(FILENAME) " stands above " room(header) " and does not know it")
+    if (header ~ /^TarnwickCommand\//) violation("Tarnwick may not include TarnwickCommand")
+    if (header ~ /^TarnwickBackground\//) violation("Tarnwick may not include TarnwickBackground")
+    if (rank[applicationFolder(header)] > rank[applicationFolder(FILENAME)] && applicationFolder(FILENAME) != "")
+        violation(applicationFolder(FILENAME) " may not include " applicationFolder(header))
     if (FILENAME ~ /^Tarnwick\/Model\// && header ~ /^(QQml|QQuick|QJS|QtQml|QtQuick|QWidget|QtWidgets)/)
         violation("Model knows no window: " header)
     if (FILENAME ~ /^Tarnwick\/(QtSupport|Desktop|Maintenance|Views)\// && header ~ /^TarnwickFinderSync\//)
@@ -70,7 +71,7 @@ function check_library(header, here) {
 
 FNR == 1 {
     comment = 0
-    if (home() != "" && !(home() in place)) violation(home() " has no place among the folders of CompressionKit")
+    if (libraryFolder() != "" && !(libraryFolder() in place)) violation(libraryFolder() " has no place among the folders of CompressionKit")
 }
 FILENAME ~ /CMakeLists\.txt$/ {
     sub(/#.*/, "")
@@ -88,9 +89,9 @@ FILENAME ~ /CMakeLists\.txt$/ {
     header = $0
     sub(/^[^"<]*["<]/, "", header)
     sub(/[">].*/, "", header)
-    if (home() in place) {
-        check_folder(header, home())
-        if ($0 ~ /"/ && header !~ /\//) violation("an include names the folder: \"" home() "/" header "\"")
+    if (libraryFolder() in place) {
+        check_folder(header, libraryFolder())
+        if ($0 ~ /"/ && header !~ /\//) violation("an include names the folder: \"" libraryFolder() "/" header "\"")
     }
     if (FILENAME ~ /^TarnwickCommand\// && header ~ /^(Tarnwick|Model|Desktop|Views|\.\.\/Tarnwick)\// &&
         header !~ /^Tarnwick\/Desktop\//)
@@ -99,12 +100,12 @@ FILENAME ~ /CMakeLists\.txt$/ {
         header !~ /^Tarnwick\/(QtSupport|Desktop|Maintenance)\//)
         violation("of Tarnwick, TarnwickBackground knows QtSupport, Desktop and Maintenance only")
     if (FILENAME ~ /^TarnwickCommand\// && header ~ /^TarnwickBackground\//)
-        violation("TarnwickCommand does not know TarnwickBackground")
+        violation("TarnwickCommand may not include TarnwickBackground")
     if (FILENAME ~ /^Tarnwick\//) check_application(header)
     if (FILENAME ~ /^TarnwickFinderSync\//) check_finder_sync(header)
-    check_library(header, home())
+    check_library(header, libraryFolder())
     next
 }
 /(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
-    if (home() != "Process") violation("processes are started in Process only")
+    if (libraryFolder() != "Process") violation("processes are started in Process only")
 }
