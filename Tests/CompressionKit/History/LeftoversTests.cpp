@@ -77,6 +77,7 @@ TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole)
         if (state == State::committed) {
             store.restore(*record);
             EXPECT_EQ(hash(photo), record->originalHash);
+            EXPECT_FALSE(itemExists(folder / "converted.png"));
         }
         store.deleteRecord(*record);
         for (const char* name : {"photo.png", "moved.png", "converted.png", "winner.png"}) {

@@ -96,18 +96,6 @@ TEST_F(RestoringTest, TrustsOnlyABackupThatIsTheOriginal) {
     EXPECT_EQ(contents(original), compressed);
 }
 
-TEST_F(RestoringTest, TakesAConversionBackAlsoWithoutItsOriginal) {
-    for (const bool isOriginalGone : {false, true}) {
-        const UndoRecord record = converted();
-        if (isOriginalGone) {
-            removeFile(original);
-        }
-        store.restore(record);
-        EXPECT_EQ(contents(original), bytes);
-        EXPECT_EQ(folder.listing(), original.lastPathComponent() + " store");
-    }
-}
-
 TEST_F(RestoringTest, KeepsAnEditedConversionAndAnEditedOriginal) {
     const UndoRecord record = converted();
     folder.file("converted.png", "edited");
