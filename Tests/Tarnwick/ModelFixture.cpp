@@ -11,6 +11,14 @@ bool runUntil(const std::function<bool()>& condition) {
     return waitUntil(condition, [] { QTest::qWait(1); });
 }
 
+std::string names(const ImageTaskListModel& tasks) {
+    std::string all;
+    for (int row = 0; row < tasks.count(); ++row) {
+        all += tasks.at(row).displayName() + " ";
+    }
+    return all;
+}
+
 Log::Log(bool withDebugOutput) {
     lines.clear();
     QLoggingCategory::setFilterRules(withDebugOutput ? "tarnwick.debug=true" : "");
@@ -22,22 +30,6 @@ Log::Log(bool withDebugOutput) {
 Log::~Log() {
     qInstallMessageHandler(nullptr);
     QLoggingCategory::setFilterRules("");
-}
-
-Registration FakeDesktop::observe(NotificationName name, std::function<void()> handler) {
-    EXPECT_EQ(name, NotificationName::historyDidChange);
-    historyDidChange = std::move(handler);
-    return Registration([this] { historyDidChange = nullptr; });
-}
-
-Registration FakeDesktop::observeWake(std::function<void()> handler) {
-    didWake = std::move(handler);
-    return Registration([this] { didWake = nullptr; });
-}
-
-void FakeDesktop::open(const QStringList& nameFilters, Callback callback) {
-    filters = nameFilters;
-    chosen = std::move(callback);
 }
 
 Registration FakeDesktop::startTimer(double seconds, std::function<void()> handler) {

@@ -8,6 +8,8 @@
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
 
+#include <gmock/gmock.h>
+
 #include <QAbstractItemModelTester>
 #include <functional>
 #include <optional>
@@ -17,8 +19,13 @@
 
 namespace tarnwick::test {
 
+using Role = ImageTaskListModel;
+
 /// Runs the event loop until the condition holds; false when patience runs out.
 bool runUntil(const std::function<bool()>& condition);
+
+/// The names of the rows in order, each with a space after it.
+std::string names(const ImageTaskListModel& tasks);
 
 /// Collects what Qt logs. One at a time.
 class Log {
@@ -38,10 +45,18 @@ class FakeDesktop final : public DistributedNotifications,
                           public Clock {
 public:
     void post(NotificationName name) override { posted.emplace_back(rawValue(name)); }
-    Registration observe(NotificationName name, std::function<void()> handler) override;
-    Registration observeWake(std::function<void()> handler) override;
+    Registration observe(NotificationName name, std::function<void()> handler) override {
+        EXPECT_EQ(name, NotificationName::historyDidChange);
+        return observation(historyDidChange, std::move(handler));
+    }
+    Registration observeWake(std::function<void()> handler) override {
+        return observation(didWake, std::move(handler));
+    }
     void launch() override { ++launches; }
-    void open(const QStringList& nameFilters, Callback callback) override;
+    void open(const QStringList& nameFilters, Callback callback) override {
+        filters = nameFilters;
+        chosen = std::move(callback);
+    }
     void reveal(const URL& file) override { revealed.push_back(file); }
     Date now() const override { return time; }
     Registration startTimer(double seconds, std::function<void()> handler) override;
@@ -63,6 +78,11 @@ public:
     std::optional<double> wait;
 
 private:
+    static Registration observation(std::function<void()>& observer, std::function<void()> handler) {
+        observer = std::move(handler);
+        return Registration([&observer] { observer = nullptr; });
+    }
+
     int timers_ = 0;
     std::function<void()> timeout_;
 };
@@ -104,9 +124,10 @@ protected:
 
     const ImageTask& row(int number) { return model->tasks()->at(number); }
     QVariant data(int number, int role) { return model->tasks()->index(number).data(role); }
-    QString idOf(int number) { return text(number, ImageTaskListModel::TaskId); }
     QString text(int number, int role) { return data(number, role).toString(); }
+    QString idOf(int number) { return text(number, Role::TaskId); }
     bool can(int number, int role) { return data(number, role).toBool(); }
+    std::string names() { return test::names(*model->tasks()); }
     /// Each row's name and status text.
     std::vector<std::string> rows();
 
