@@ -29,6 +29,13 @@ std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(cons
     return lines;
 }
 
+EngineFixture::EngineFixture() {
+    tools.script("ssimulacra2", {{"print", "90"}});
+    for (const char* tool : {"pngquant", "oxipng"}) {
+        tools.script(tool, {{"output", picture("photo-small.png").path()}});
+    }
+}
+
 CompressionEngine EngineFixture::engine(const Cancellation& cancellation) const {
     const QualityThresholds thresholds;
     return {tools.folder(), store, thresholds.jpeg, thresholds.png, thresholds.gif, cancellation};

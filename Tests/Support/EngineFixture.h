@@ -48,9 +48,11 @@ struct Workshop {
     RecipeContext context{runner, thresholds, original, original.url, work, validation};
 };
 
-/// A folder of the user's pictures, a store and fake tools.
+/// A folder of the user's pictures, a store and fake tools, of which those for PNG make photo-small.png.
 class EngineFixture : public testing::Test {
 protected:
+    EngineFixture();
+
     /// A copy of the fixture among the user's pictures.
     URL original(const std::string& fixture) const { return copyPicture(fixture, pictures / fixture); }
     CompressionEngine engine(const Cancellation& cancellation = {}) const;

@@ -1,8 +1,7 @@
 // Replaces every external tool in tests. Its name says which one. Its script is the file "<name>.script" in
-// its folder,
-// "<name>.script.<N>" for its N-th run, or "<name>.scriptfor.<word>" for runs with an argument that contains
-// the word. Each line is a command with its words, percent-encoded. Every run is appended to "runs.log" in
-// the same form.
+// its folder, "<name>.script.<N>" for its N-th run, or "<name>.scriptfor.<word>" for runs with an argument
+// that contains the word. Each line is a command with its words, percent-encoded. Every run is appended to
+// "runs.log" in the same form.
 
 #include "Support/EscapedWords.h"
 
@@ -101,16 +100,15 @@ private:
     }
 
     bool isGiven(const std::string& word) const {
-        return std::any_of(arguments_.begin(), arguments_.end(), [&](const std::string& argument) {
-            return argument.find(word) != std::string::npos;
-        });
+        return std::ranges::any_of(
+            arguments_, [&](const auto& argument) { return argument.find(word) != std::string::npos; });
     }
 
     std::string scriptOfRun(int number) const {
         const std::string prefix = name_ + ".scriptfor.";
         for (const fs::directory_entry& entry : fs::directory_iterator(folder_)) {
             const std::string file = entry.path().filename();
-            if (file.rfind(prefix, 0) == 0 && isGiven(unescaped(file.substr(prefix.size())))) {
+            if (file.starts_with(prefix) && isGiven(unescaped(file.substr(prefix.size())))) {
                 return contents(entry.path());
             }
         }
@@ -122,13 +120,6 @@ private:
     std::string argumentAfter(const std::string& option) const {
         const auto found = std::find(arguments_.begin(), arguments_.end(), option);
         return found == arguments_.end() ? "" : *std::next(found);
-    }
-
-    std::string inputPath() const {
-        if (name_ == "cjpegli") {
-            return arguments_.at(0);
-        }
-        return name_ == "gifsicle" ? arguments_.at(arguments_.size() - 3) : arguments_.back();
     }
 
     std::string outputPath() const {
@@ -155,8 +146,8 @@ private:
         } else if (command == "append") {
             write(words.at(1), words.at(2), std::ios::app);
         } else if (command == "trace") {
-            // The event, the parent process and the canonical path of the input.
-            const std::string input = fs::canonical(inputPath()).native();
+            // The event, the parent process and the canonical path of the input of pngquant or oxipng.
+            const std::string input = fs::canonical(arguments_.back()).native();
             appendLine(words.at(1), words.at(2) + " " + std::to_string(::getppid()) + " " + escaped(input));
         } else if (command == "remove") {
             fs::remove_all(words.at(1));

@@ -20,13 +20,6 @@ using testing::IsEmpty;
 
 class CompressionEngineTest : public EngineFixture {
 protected:
-    CompressionEngineTest() {
-        tools.scores({"90"});
-        for (const char* tool : {"pngquant", "oxipng"}) {
-            tools.script(tool, {{"output", output.path()}});
-        }
-    }
-
     const std::string large = pictureText("photo.png");
     const URL output = picture("photo-small.png");
 };

@@ -42,16 +42,13 @@ TEST_F(HEICConversionTest, WritesAnExactPNGBesideTheFile) {
     EXPECT_THAT(tools.runs(), IsEmpty());
 }
 
-TEST_F(HEICConversionTest, AppliesTheOrientation) {
+TEST_F(HEICConversionTest, KeepsColoursAndAlphaAppliesTheOrientationAndReportsLostDepth) {
     const URL turned = original("orientation-6.heic");
     const ImageFacts stored = ImageFacts::inspect(turned);
     const ImageFacts facts = ImageFacts::inspect(compress(turned).url);
     EXPECT_NE(stored.width, stored.height);
     EXPECT_EQ(std::pair(facts.width, facts.height), std::pair(stored.height, stored.width));
     EXPECT_EQ(facts.orientation, 1);
-}
-
-TEST_F(HEICConversionTest, KeepsColoursAndAlphaAndReportsLostDepth) {
     const auto deep = compress(original("nclx-p3-10.heic"));
     EXPECT_EQ(deep.encoder, "HEIC → PNG · 8 位 PNG");
     EXPECT_EQ(ImageFacts::inspect(deep.url).profileName, "Display P3");
@@ -63,7 +60,6 @@ TEST_F(HEICConversionTest, UsesTheFirstFreeName) {
     EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克1）.png");
     EXPECT_EQ(compress(photo).url, pictures / "photo（塔维克2）.png");
     EXPECT_EQ(contents(other), "another picture");
-    EXPECT_EQ(store.readRecords().size(), 2U);
 }
 
 TEST_F(HEICConversionTest, NeverOverwritesANameThatWasTakenMeanwhile) {

@@ -21,60 +21,52 @@ using Words = std::vector<std::string>;
 
 class PNGRecipeTest : public EngineFixture {
 protected:
-    PNGRecipeTest() { tools.scores({"80"}); }
-
     const std::string small = pictureText("photo-small.png");
     const URL photo = original("photo.png");
 };
 
 TEST_F(PNGRecipeTest, QuantizesOptimizesTheSmallestAndTriesLossless) {
     struct Row {
-        /// Each output and its padding; runs with other outputs fail.
+        /// Each output and its size; runs with other outputs fail.
         std::map<std::string, std::size_t> outputs;
-        /// Each label and the padding of the candidate.
-        std::vector<std::pair<std::string, std::size_t>> candidates;
+        Words candidates;
         std::string winner;
         bool usesLastResort = false;
     };
     const std::vector<Row> rows = {
-        {{{"quant-0", 50}, {"quant-1", 40}, {"palette-opt", 30}, {"lossless", 60}},
-         {{"pngquant q90 floyd1.0 s4 + OxiPNG", 30}, {"OxiPNG", 60}},
+        {{{"quant-0", 150}, {"quant-1", 140}, {"palette-opt", 130}, {"lossless", 160}},
+         {"pngquant q90 floyd1.0 s4 + OxiPNG 130", "OxiPNG 160"},
          "quant-1"},
         // The first of equal size, and what OxiPNG cannot make smaller.
-        {{{"quant-0", 50}, {"quant-1", 50}, {"palette-opt", 50}, {"lossless", 50}},
-         {{"pngquant q90 floyd0.25 s1", 50}, {"OxiPNG", 50}},
+        {{{"quant-0", 150}, {"quant-1", 150}, {"palette-opt", 150}, {"lossless", 150}},
+         {"pngquant q90 floyd0.25 s1 150", "OxiPNG 150"},
          "quant-0"},
-        {{{"quant-1", 50}, {"palette-opt", 40}, {"lossless", 60}},
-         {{"pngquant q90 floyd1.0 s4 + OxiPNG", 40}, {"OxiPNG", 60}},
+        {{{"quant-1", 150}, {"palette-opt", 140}, {"lossless", 160}},
+         {"pngquant q90 floyd1.0 s4 + OxiPNG 140", "OxiPNG 160"},
          "quant-1"},
-        {{{"quant-2", 50}, {"quant-3", 40}, {"palette-opt", 30}, {"lossless", 60}},
-         {{"pngquant q100 floyd0.0 s1 + OxiPNG", 30}, {"OxiPNG", 60}},
+        {{{"quant-2", 150}, {"quant-3", 140}, {"palette-opt", 130}, {"lossless", 160}},
+         {"pngquant q100 floyd0.0 s1 + OxiPNG 130", "OxiPNG 160"},
          "quant-3",
          true},
-        {{{"lossless", 9}}, {{"OxiPNG", 9}}, "", true},
+        {{{"lossless", 120}}, {"OxiPNG 120"}, "", true},
     };
     for (const Row& row : rows) {
         const FakeTools rowTools;
         rowTools.scores({"80"});
-        for (const auto& [output, padding] : row.outputs) {
-            const URL made = home.file(output, small + std::string(padding, ' '));
+        for (const auto& [output, size] : row.outputs) {
+            const URL made = home.file(output, small + std::string(size - small.size(), ' '));
             const bool isQuantized = output.starts_with("quant");
             rowTools.scriptFor(output + ".png", isQuantized ? "pngquant" : "oxipng",
                                {{"output", made.path()}});
         }
         const Workshop workshop(photo, rowTools);
-        Words expected;
-        for (const auto& [label, padding] : row.candidates) {
-            expected.push_back(label + " " + std::to_string(small.size() + padding));
-        }
-        EXPECT_THAT(workshop.outcome(pngCandidates), ElementsAreArray(expected));
+        EXPECT_EQ(workshop.outcome(pngCandidates), row.candidates);
         const auto work = [&](const std::string& name) { return workshop.folder / (name + ".png"); };
         std::vector<Words> quantized = {ToolArguments::pngquant({90, "0.25", 1}, photo, work("quant-0")),
-                                        ToolArguments::pngquant({90, "1.0", 4}, photo, work("quant-1"))};
-        if (row.usesLastResort) {
-            quantized.push_back(ToolArguments::pngquant({100, "1.0", 1}, photo, work("quant-2")));
-            quantized.push_back(ToolArguments::pngquant({100, "0.0", 1}, photo, work("quant-3")));
-        }
+                                        ToolArguments::pngquant({90, "1.0", 4}, photo, work("quant-1")),
+                                        ToolArguments::pngquant({100, "1.0", 1}, photo, work("quant-2")),
+                                        ToolArguments::pngquant({100, "0.0", 1}, photo, work("quant-3"))};
+        quantized.resize(row.usesLastResort ? 4 : 2);
         EXPECT_THAT(rowTools.runs("pngquant"), UnorderedElementsAreArray(quantized));
         std::vector<Words> optimized = {ToolArguments::oxipng(2, photo, work("lossless"))};
         if (!row.winner.empty()) {
@@ -89,7 +81,6 @@ TEST_F(PNGRecipeTest, ASettingThatFailsLosesOnlyItsCandidate) {
     tools.scriptFor("quant-1.png", "pngquant", {{"output", picture("upright.png").path()}});
     tools.scriptFor("quant-2.png", "pngquant", {{"output-text", "no picture"}});
     tools.scriptFor("quant-3.png", "pngquant", {});
-    tools.script("oxipng", {{"output", picture("photo-small.png").path()}});
     const Workshop workshop(photo, tools);
     const auto onlyLossless = ElementsAre("OxiPNG " + std::to_string(small.size()));
     EXPECT_THAT(workshop.outcome(pngCandidates), onlyLossless);

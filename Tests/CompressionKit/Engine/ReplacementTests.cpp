@@ -15,13 +15,6 @@ using testing::IsEmpty;
 
 class ReplacementTest : public EngineFixture {
 protected:
-    ReplacementTest() {
-        tools.scores({"90"});
-        for (const char* tool : {"pngquant", "oxipng"}) {
-            tools.script(tool, {{"output", picture("photo-small.png").path()}});
-        }
-    }
-
     bool isReplaced() const { return contents(photo) != large; }
     static bool flushesWinner(const SystemCall& call) {
         return call.name == "fsync" && call.path.find("/.tarnwick-") != std::string::npos &&
