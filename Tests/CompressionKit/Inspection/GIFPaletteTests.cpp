@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tarnwick::test {
@@ -26,19 +28,16 @@ std::string oneChunk(const std::string& type, const std::string& data) {
 }
 
 TEST(ContactSheetLayoutTest, SpreadsTheSamplesOverTheAnimation) {
-    struct Row {
-        std::int64_t count, width, height, tileWidth, tileHeight, columns, rows;
-        std::vector<std::int64_t> frames;
-    };
-    for (const Row& row : {Row{1, 1'000, 500, 640, 320, 1, 1, {0}}, Row{3, 100, 80, 100, 80, 3, 1, {0, 1, 2}},
-                           Row{5, 640, 480, 640, 480, 4, 2, {0, 1, 2, 3, 4}},
-                           Row{20, 1, 2'000, 1, 640, 4, 2, {0, 2, 5, 8, 10, 13, 16, 19}}}) {
-        const auto layout = ContactSheetLayout::make(row.count, row.width, row.height);
-        EXPECT_EQ(layout.tileWidth, row.tileWidth);
-        EXPECT_EQ(layout.tileHeight, row.tileHeight);
-        EXPECT_EQ(layout.columns, row.columns);
-        EXPECT_EQ(layout.rows, row.rows);
-        EXPECT_EQ(layout.frames, row.frames);
+    using Numbers = std::vector<std::int64_t>;
+    for (const auto& [count, width, height, tiles, frames] :
+         std::initializer_list<std::tuple<int, int, int, Numbers, Numbers>>{
+             {1, 1'000, 500, {640, 320, 1, 1}, {0}},
+             {3, 100, 80, {100, 80, 3, 1}, {0, 1, 2}},
+             {5, 640, 480, {640, 480, 4, 2}, {0, 1, 2, 3, 4}},
+             {20, 1, 2'000, {1, 640, 4, 2}, {0, 2, 5, 8, 10, 13, 16, 19}}}) {
+        const auto layout = ContactSheetLayout::make(count, width, height);
+        EXPECT_EQ((Numbers{layout.tileWidth, layout.tileHeight, layout.columns, layout.rows}), tiles);
+        EXPECT_EQ(layout.frames, frames);
     }
 }
 
@@ -52,22 +51,21 @@ protected:
 TEST_F(GIFPaletteTest, LaysTheFirstRowAtTheBottom) {
     const auto frames = exportGIFFrames(picture("animation-5.gif"), folder / "frames");
     GIFPalette::writeContactSheet(frames, sheet);
-    const Bytes pixels = decoded(sheet);
     constexpr std::size_t rowBytes = 64;
-    constexpr std::size_t tileBytes = 12 * rowBytes;
-    ASSERT_EQ(pixels.size(), 8 * tileBytes);
-    const auto tile = [&](std::size_t column, std::size_t row) {
-        Bytes cut;
-        for (std::size_t y = row * 12; y < (row + 1) * 12; ++y) {
-            const auto* start = pixels.data() + (y * 4 + column) * rowBytes;
-            cut.insert(cut.end(), start, start + rowBytes);
-        }
-        return cut;
-    };
-    for (std::size_t column = 0; column < 4; ++column) {
-        EXPECT_EQ(tile(column, 1), decoded(frames[column])) << column;
-        EXPECT_EQ(tile(column, 0), column == 0 ? decoded(frames[4]) : Bytes(tileBytes)) << column;
+    std::vector<Bytes> tiles;
+    for (const URL& frame : frames) {
+        tiles.push_back(decoded(frame));
     }
+    tiles.resize(8, Bytes(12 * rowBytes));
+    Bytes expected;
+    for (std::size_t y = 0; y < 24; ++y) {
+        for (std::size_t column = 0; column < 4; ++column) {
+            const Bytes& tile = tiles[(y < 12 ? 4 : 0) + column];
+            const auto row = std::span(tile).subspan(y % 12 * rowBytes, rowBytes);
+            expected.insert(expected.end(), row.begin(), row.end());
+        }
+    }
+    EXPECT_TRUE(decoded(sheet) == expected);
 }
 
 TEST_F(GIFPaletteTest, LeavesNoSheetAfterAFailure) {

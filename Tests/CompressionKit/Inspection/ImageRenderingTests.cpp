@@ -1,7 +1,7 @@
-#include "Foundation/CompressionError.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Inspection/ImageRendering.h"
+#include "Support/Failure.h"
 #include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/Waiting.h"
@@ -29,45 +29,20 @@ namespace {
 
 using asio::use_future;
 
-constexpr const char* notLocal = "请选择本地图片文件";
 constexpr const char* undecodable = "图片无法解码";
 constexpr const char* changedBefore = "图片文件已被修改，无法对比";
-constexpr const char* changedMeanwhile = "图片文件在载入过程中被修改，请重新打开对比";
 
-template <typename Work>
-std::string failureOf(Work work) {
-    try {
-        work();
-        return "no failure";
-    } catch (const std::system_error& error) {
-        return error.code() == std::errc::operation_canceled ? "canceled" : error.what();
-    } catch (const CompressionError& error) {
-        return error.errorDescription();
-    }
+/// Blocks every open() of the file until the descriptor is closed.
+FileDescriptor leaseOf(const URL& url) {
+    FileDescriptor lease = openForReading(url);
+    EXPECT_EQ(::fcntl(lease.get(), F_SETLEASE, F_WRLCK), 0);
+    return lease;
 }
 
-/// Blocks everyone who opens the file, until it is released.
-class Lease {
-public:
-    explicit Lease(const URL& url) : previous_(std::signal(SIGIO, SIG_IGN)), file_(openForReading(url)) {
-        if (::fcntl(file_.get(), F_SETLEASE, F_WRLCK) != 0) {
-            throw std::system_error(errno, std::generic_category(), "no lease");
-        }
-    }
-    ~Lease() { static_cast<void>(std::signal(SIGIO, previous_)); }
-    Lease(const Lease&) = delete;
-    Lease& operator=(const Lease&) = delete;
-
-    /// Waits until the file is being opened.
-    bool isWanted() const {
-        return waitUntil([this] { return ::fcntl(file_.get(), F_GETLEASE) != F_WRLCK; });
-    }
-    void release() { file_.reset(); }
-
-private:
-    void (*previous_)(int);
-    FileDescriptor file_;
-};
+/// Waits for an open() of the file.
+bool isWanted(const FileDescriptor& lease) {
+    return waitUntil([&] { return ::fcntl(lease.get(), F_GETLEASE) != F_WRLCK; });
+}
 
 class ImageRenderingTest : public testing::Test {
 protected:
@@ -83,18 +58,15 @@ protected:
 };
 
 TEST_F(ImageRenderingTest, RefusesWhatItCannotShow) {
-    for (const std::int64_t size : {0, -5}) {
-        EXPECT_EQ(failureOf([&] { ImageRendering::thumbnail(original, size); }), undecodable);
-    }
-    const auto refuse = [](const URL& url, const char* comparison) {
-        EXPECT_EQ(failureOf([&] { ImageRendering::comparisonImage(url); }), comparison);
+    EXPECT_EQ(failureOf([&] { ImageRendering::thumbnail(original, 0); }), undecodable);
+    EXPECT_EQ(failureOf([&] { ImageRendering::thumbnail(original, -5); }), undecodable);
+    for (const URL& url :
+         {*URL::parse("https://example.org/picture.png"), *URL::parse("trash:" + original.path()),
+          folder.file("text.png", "no picture"), folder / "absent.png", folder.url()}) {
+        EXPECT_EQ(failureOf([&] { ImageRendering::comparisonImage(url); }),
+                  url.isFileURL() ? undecodable : "请选择本地图片文件");
         EXPECT_EQ(failureOf([&] { ImageRendering::thumbnail(url, 10); }), undecodable);
-    };
-    refuse(*URL::parse("https://example.org/picture.png"), notLocal);
-    refuse(*URL::parse("trash:" + original.path()), notLocal);
-    refuse(folder.file("text.png", "no picture"), undecodable);
-    refuse(folder / "absent.png", undecodable);
-    refuse(folder.url(), undecodable);
+    }
 }
 
 TEST_F(ImageRenderingTest, ComparesOnlyTheFilesThatWereRecorded) {
@@ -117,45 +89,46 @@ TEST_F(ImageRenderingTest, ComparesOnlyTheFilesThatWereRecorded) {
 }
 
 TEST_F(ImageRenderingTest, NoticesAReplacementWhileItReads) {
+    static_cast<void>(std::signal(SIGIO, SIG_IGN)); // the kernel's message that a lease is wanted
     for (const URL& replaced : {compressed, original}) {
         copyPicture("photo.png", original);
         copyPicture("photo-turned.jpg", compressed);
-        Lease hashingCompressed(compressed);
+        FileDescriptor hashingCompressed = leaseOf(compressed);
         auto pending = compare(hash(original), std::nullopt);
-        ASSERT_TRUE(hashingCompressed.isWanted());
+        ASSERT_TRUE(isWanted(hashingCompressed));
         // The original's hash is known by now, and that of the compressed file when the original is decoded.
-        Lease decodingOriginal(original);
-        hashingCompressed.release();
-        ASSERT_TRUE(decodingOriginal.isWanted());
+        FileDescriptor decodingOriginal = leaseOf(original);
+        hashingCompressed.reset();
+        ASSERT_TRUE(isWanted(decodingOriginal));
         atomicRename(copyPicture("tiny.png", folder / "other.png"), replaced);
-        decodingOriginal.release();
-        EXPECT_EQ(failureOf([&] { pending.get(); }), changedMeanwhile);
+        decodingOriginal.reset();
+        EXPECT_EQ(failureOf([&] { pending.get(); }), "图片文件在载入过程中被修改，请重新打开对比");
     }
 }
 
 class ReadingQueueTest : public testing::Test {
 protected:
-    HeldJob held(ReadingPriority priority = ReadingPriority::normal) {
-        return HeldJob([&](HeldJob::Body body) { return queue->run(priority, std::move(body), use_future); });
+    void SetUp() override {
+        ASSERT_TRUE(first.hasBegun());
+        ASSERT_TRUE(second.hasBegun());
+    }
+    std::future<void> run(HeldJob::Body body, ReadingPriority priority = ReadingPriority::veryLow) {
+        return queue->run(priority, std::move(body), use_future);
     }
 
     std::optional<ReadingQueue> queue{std::in_place};
+    HeldJob first{[this](HeldJob::Body body) { return run(std::move(body)); }};
+    HeldJob second{[this](HeldJob::Body body) { return run(std::move(body)); }};
 };
 
 TEST_F(ReadingQueueTest, RunsTwoAtATimeTheMostUrgentFirst) {
-    HeldJob first = held(ReadingPriority::veryLow);
-    HeldJob second = held(ReadingPriority::veryLow);
-    ASSERT_TRUE(first.hasBegun());
-    ASSERT_TRUE(second.hasBegun());
-
     std::string order;
     std::vector<std::future<void>> waiting;
     using enum ReadingPriority;
     for (const auto& [priority, name] :
          {std::pair(veryLow, 'g'), std::pair(normal, 'd'), std::pair(high, 'b'), std::pair(normal, 'e'),
           std::pair(low, 'f'), std::pair(high, 'c'), std::pair(veryHigh, 'a')}) {
-        waiting.push_back(queue->run(
-            priority, [&order, name = name] { order += name; }, use_future));
+        waiting.push_back(run([&order, name = name] { order += name; }, priority));
     }
     EXPECT_EQ(waiting.back().wait_for(aMoment), std::future_status::timeout) << "two are running";
     // Only one thread runs the others, so they cannot overtake each other.
@@ -167,32 +140,23 @@ TEST_F(ReadingQueueTest, RunsTwoAtATimeTheMostUrgentFirst) {
     second.finish();
 }
 
-TEST_F(ReadingQueueTest, CompletesOnTheHandlersExecutor) {
+TEST(ImageRenderingReadTest, CompletesOnTheHandlersExecutor) {
     asio::io_context loop;
     std::thread::id thread;
-    auto token = std::make_shared<int>();
-    const auto handler = [&](const std::exception_ptr& error, const std::string& text) {
-        EXPECT_EQ(error, nullptr);
-        EXPECT_EQ(text, "moved");
-        EXPECT_EQ(token.use_count(), 1) << "the body was not destroyed";
+    const auto handler = [&](const std::exception_ptr& /*error*/, int result) {
+        EXPECT_EQ(result, 7);
         thread = std::this_thread::get_id();
     };
-    auto body = [token, text = std::string("moved")]() mutable { return std::move(text); };
-    queue->run(ReadingPriority::normal, std::move(body), asio::bind_executor(loop, handler));
+    const auto body = [] { return 7; };
+    ImageRendering::read(ReadingPriority::normal, body, asio::bind_executor(loop, handler));
     loop.run();
     EXPECT_EQ(thread, std::this_thread::get_id());
 
     const auto throws = []() -> int { throw 42; };
     EXPECT_THROW(ImageRendering::read(ReadingPriority::low, throws, use_future).get(), int);
-    const auto returns = [] { return 7; };
-    EXPECT_EQ(ImageRendering::read(ReadingPriority::low, returns, use_future).get(), 7);
 }
 
 TEST_F(ReadingQueueTest, CancelsWaitingBodiesAtItsEnd) {
-    HeldJob first = held();
-    HeldJob second = held();
-    ASSERT_TRUE(first.hasBegun());
-    ASSERT_TRUE(second.hasBegun());
     std::array<std::string, 2> outcomes;
     // Each thread has to complete one of the two.
     std::latch isCompleting(2);
