@@ -41,7 +41,7 @@ TEST_F(JPEGMetadataTest, FindsAnIndexOfSeveralPictures) {
              {"no byte order", false, with(4, "XX")},
              {"another magic number", false, with(6, "\0+"s)},
              {"an offset beyond the end", false, with(8, "\xFF\xFF\xFF\xFF")},
-             {"an offset at the end", false, with(8, "\0\0\0\x18"s)},
+             {"an offset at the end", false, with(8, "\0\0\0\x15"s)},
              {"more entries than fit", false, with(12, "\0\2"s)},
              {"another tag", false, with(14, "\xB0\0"s)},
              {"another type", false, with(16, "\0\3"s)},
@@ -77,7 +77,7 @@ TEST_F(JPEGMetadataTest, WritesTheOrientationWhereItIsMissingOrWrong) {
 
 TEST_F(JPEGMetadataTest, ReplacesEveryExifSegmentAndKeepsAllOthers) {
     const std::string kept = segment('\xE1', "http://ns.adobe.com/xap/1.0/\0<x/>"s) +
-                             segment('\xFE', "comment") + "\xFF" + pictureText("photo.jpg").substr(2);
+                             segment('\xFE', "Exif\0\0"s) + "\xFF" + pictureText("photo.jpg").substr(2);
     const std::string exif = segment('\xE1', "Exif\0\0"s);
     const URL file = folder.file("x.jpg", "\xFF\xD8" + exif + exif + kept);
     JPEGMetadata::preserveOrientation(8, file);
@@ -130,10 +130,10 @@ TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
              {"a table that ends early", false, table('\0', ones.substr(1))},
              {"another segment before", true, segment('\xE0', "JFIF") + fine},
              {"standalone markers before", true, "\xFF\x01\xFF\xD0\xFF\xD8" + fine},
-             {"the image's end before", false, "\xFF\xD9" + fine},
+             {"the image's end before", false, "\xFF\xD9\0\2"s + fine},
              {"a scan before", false, segment('\xDA', "scan") + fine},
              {"no marker before", false, "x" + fine},
-             {"a segment of length 1 before", false, "\xFF\xDB\0\1"s + fine},
+             {"a segment of length 1 before", false, "\xFF\xDB\0\1\0"s + ones},
              {"a segment that ends early", false, fine.substr(0, fine.size() - 1)},
              {"a mebibyte of fill bytes before", false, std::string(1'048'576, '\xFF') + fine},
              {"almost a mebibyte before", true, std::string(1'048'000, '\xFF') + fine}}) {
