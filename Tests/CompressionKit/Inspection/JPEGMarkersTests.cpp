@@ -41,7 +41,7 @@ TEST_F(JPEGMetadataTest, FindsAnIndexOfSeveralPictures) {
              {"no byte order", false, with(4, "XX")},
              {"another magic number", false, with(6, "\0+"s)},
              {"an offset beyond the end", false, with(8, "\xFF\xFF\xFF\xFF")},
-             {"an offset at the end", false, with(8, "\0\0\0\x15"s)},
+             {"an offset at the end", false, with(8, "\0\0\0\x19"s)},
              {"more entries than fit", false, with(12, "\0\2"s)},
              {"another tag", false, with(14, "\xB0\0"s)},
              {"another type", false, with(16, "\0\3"s)},
