@@ -1,6 +1,5 @@
 // Carries out one operation and kills itself at its N-th changing call.
-//   crash-driver TRACE N before|after compress FILE STORE TOOLS
-//   crash-driver TRACE N before|after restore STORE
+//   crash-driver TRACE N before|after compress|restore FILE STORE TOOLS
 // With N = 0 it is not killed. Each call is a line of TRACE: its name, path, destination and result,
 // separated by tabs; the result is missing when the program was killed before it.
 
@@ -54,17 +53,15 @@ private:
 };
 
 void operate(const std::vector<std::string>& words) {
-    if (words.at(0) == "compress") {
-        const CompressionEngine engine(URL::file(words.at(3)), UndoStore(URL::file(words.at(2))), 60, 70, 70);
-        const auto result = engine.compress(URL::file(words.at(1)), UUID::random());
-        if (result.outcome == CompressionOutcome::skipped) {
-            throw std::runtime_error("nothing was compressed");
-        }
-    } else if (words.at(0) == "restore") {
-        const UndoStore store(URL::file(words.at(1)));
+    const UndoStore store(URL::file(words.at(2)));
+    if (words.at(0) == "restore") {
         store.restore(store.readRecords().at(0));
-    } else {
-        throw std::runtime_error("unknown operation");
+        return;
+    }
+    const CompressionEngine engine(URL::file(words.at(3)), store, 60, 70, 70);
+    const auto result = engine.compress(URL::file(words.at(1)), UUID::random());
+    if (result.outcome == CompressionOutcome::skipped) {
+        throw std::runtime_error("nothing was compressed");
     }
 }
 
