@@ -69,9 +69,16 @@ TEST(UndoRecordTest, RefusesNamesThatLeadOutOfTheStore) {
         record["backupName"] = name;
         EXPECT_THROW(decoded(record), CompressionError) << name;
     }
-    json relative = minimalRecord();
-    relative["originalPath"] = "photo.jpg";
-    EXPECT_THROW(decoded(relative), CompressionError);
+}
+
+TEST(UndoRecordTest, RefusesOtherValues) {
+    const std::pair<const char*, json> values[] = {
+        {"originalPath", "photo.jpg"}, {"originalBytes", 1.5}, {"state", "restored"}, {"id", "8C2F7F5E"}};
+    for (const auto& [key, value] : values) {
+        json record = minimalRecord();
+        record[key] = value;
+        EXPECT_THROW(decoded(record), CompressionError) << key;
+    }
 }
 
 } // namespace
