@@ -26,7 +26,7 @@ protected:
 
     URL write(const std::string& path, std::string_view contents, int mode = 0644) const {
         createDirectories((machine / path).deletingLastPathComponent());
-        const URL url = machine.file(path, contents);
+        URL url = machine.file(path, contents);
         fs::permissions(url.path(), static_cast<fs::perms>(mode));
         return url;
     }

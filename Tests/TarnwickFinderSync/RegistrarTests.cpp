@@ -17,7 +17,7 @@ protected:
     /// Copies the extension's bundle to its place beside the executable.
     URL bundle(const URL& executable) const {
         const URL contents = executable.deletingLastPathComponent().deletingLastPathComponent();
-        const URL bundle = contents.appending("PlugIns/TarnwickFinderSync.appex");
+        URL bundle = contents.appending("PlugIns/TarnwickFinderSync.appex");
         createDirectories(bundle);
         fs::copy(programs.deletingLastPathComponent().path(), bundle.appending("Contents").path(),
                  fs::copy_options::recursive);
