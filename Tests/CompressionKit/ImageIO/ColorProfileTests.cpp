@@ -82,7 +82,7 @@ TEST_F(ColorProfileTest, NamesAnICCProfileByItsDescriptionUnlessItIsAKnownSpace)
         const std::string file = row["file"];
         if (file.ends_with(".icc")) {
             const ColorProfile profile = profileOf(test::pictureBytes(file));
-            EXPECT_EQ(profile.name(), row["profile"]) << file;
+            EXPECT_EQ(row["profile"], profile.name()) << file;
             EXPECT_EQ(profile.isSRGB(), normalized(profile.name()).find("srgb") != std::string::npos);
             names.insert(profile.name());
         }
