@@ -68,8 +68,8 @@ void expectSamples(const Bytes& rows, std::int64_t width, const Row& samples, in
 void expectImage(const Bytes& rows, const Row& row, const Row& image) {
     expectSamples(rows, row["width"], image["pixels"], row["tolerance"]);
     if (image.contains("sha256")) {
-        EXPECT_EQ(SHA256::hexDigest({reinterpret_cast<const char*>(rows.data()), rows.size()}),
-                  image["sha256"]);
+        EXPECT_EQ(image["sha256"],
+                  SHA256::hexDigest({reinterpret_cast<const char*>(rows.data()), rows.size()}));
     }
 }
 
