@@ -10,8 +10,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/acl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
@@ -147,15 +149,30 @@ TEST(FileOperationsTest, CreatesAndRemovesFolders) {
 }
 
 // The engine's tests cover the attributes and lists of rights.
-TEST(FileCopyTest, CopiesBytesAndTimes) {
+/// Empty where the file system has none.
+std::string extendedAttribute(const URL& url, const char* name) {
+    std::array<char, 256> value{};
+    const ssize_t length = ::getxattr(url.c_str(), name, value.data(), value.size());
+    return {value.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
+TEST(FileCopyTest, CopiesBytesTimesAccessListsAndExtendedAttributes) {
     const TemporaryFolder folder;
     const std::string bytes(3'000'001, 'z');
     const URL source = folder.file("source", bytes);
     const std::array<timespec, 2> times = {timespec{1'000'000'000, 123}, timespec{1'100'000'000, 456'789}};
+    const bool hasTag = ::setxattr(source.c_str(), "user.tag", "holiday", 7, 0) == 0;
+    acl_t list = ::acl_from_text("user::rw-,user:1234:r--,group::r--,mask::r--,other::---");
+    const bool hasList = ::acl_set_file(source.c_str(), ACL_TYPE_ACCESS, list) == 0;
+    ::acl_free(list);
     ASSERT_EQ(::utimensat(AT_FDCWD, source.c_str(), times.data(), 0), 0);
     const URL copy = folder / "copy";
     copyFile(source, copy);
     EXPECT_EQ(contents(copy), bytes);
+    EXPECT_EQ(extendedAttribute(copy, "user.tag"), hasTag ? "holiday" : "");
+    EXPECT_EQ(extendedAttribute(copy, "system.posix_acl_access").empty(), !hasList);
+    EXPECT_EQ(extendedAttribute(copy, "system.posix_acl_access"),
+              extendedAttribute(source, "system.posix_acl_access"));
     EXPECT_EQ(statusOf(copy).st_mtim.tv_sec, 1'100'000'000);
     EXPECT_EQ(statusOf(copy).st_mtim.tv_nsec, 456'789);
 }
