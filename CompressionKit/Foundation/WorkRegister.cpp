@@ -129,13 +129,25 @@ void sweepItem(const FileDescriptor& file, const URL& note, const UUID& id,
     removeFile(note);
 }
 
+/// None when the note is gone.
+FileDescriptor openNote(const URL& note) {
+    FileDescriptor file(::open(note.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    if (!file && errno != ENOENT) {
+        throw FileSystemError("无法打开文件", note, errno);
+    }
+    return file;
+}
+
+UUID idOf(const URL& note) {
+    return *UUID::parse(note.lastPathComponent());
+}
+
 void sweepNote(const URL& note, const UUID& id, WorkRegister::SweepResult& result) {
-    const FileDescriptor file(::open(note.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    const FileDescriptor file = openNote(note);
     if (!file) {
-        if (errno != ENOENT) {
-            throw FileSystemError("无法打开文件", note, errno);
-        }
-    } else if (!tryLock(file, note)) {
+        return;
+    }
+    if (!tryLock(file, note)) {
         result.held.push_back(itemOf(note).value_or(URL()));
     } else if (isStillLinked(file, note)) { // Its owner may have removed it after it was opened here.
         try {
@@ -153,23 +165,39 @@ WorkRegister::WorkRegister(std::optional<URL> folder)
 
 WorkRegister::SweepResult WorkRegister::sweep() const {
     SweepResult result;
-    if (!itemExists(folder_)) {
-        return result;
-    }
-    for (const URL& note : entries(folder_)) {
-        const std::string name = note.lastPathComponent();
-        const auto id = UUID::parse(name);
-        if (!id || id->text() != name) {
-            continue;
-        }
+    for (const URL& note : notes()) {
         try {
-            sweepNote(note, *id, result);
+            sweepNote(note, idOf(note), result);
         } catch (const FileSystemError& error) {
             result.isCertain = false;
             result.problems.push_back(errorDescription(error));
         }
     }
     return result;
+}
+
+std::vector<URL> WorkRegister::heldItems() const {
+    std::vector<URL> held;
+    for (const URL& note : notes()) {
+        if (const FileDescriptor file = openNote(note); file && !tryLock(file, note)) {
+            held.push_back(itemOf(note).value_or(URL()));
+        }
+    }
+    return held;
+}
+
+std::vector<URL> WorkRegister::notes() const {
+    std::vector<URL> found = itemExists(folder_) ? entries(folder_) : std::vector<URL>();
+    std::erase_if(found, [](const URL& file) {
+        const auto id = UUID::parse(file.lastPathComponent());
+        return !id || id->text() != file.lastPathComponent();
+    });
+    return found;
+}
+
+bool hasItemIn(const URL& folder, const std::vector<URL>& items) {
+    return std::any_of(items.begin(), items.end(),
+                       [&](const URL& item) { return item.deletingLastPathComponent() == folder; });
 }
 
 WorkNote::WorkNote(const URL& folder, WorkItem kind) {

@@ -46,10 +46,18 @@ public:
     /// days, because its disk may be missing too. Only one sweep may run at a time. Throws FileSystemError
     /// when the folder cannot be read.
     SweepResult sweep() const;
+    /// The items of live processes. Throws FileSystemError when it is unknown for some note whether it is
+    /// held.
+    std::vector<URL> heldItems() const;
 
 private:
+    std::vector<URL> notes() const;
+
     URL folder_;
 };
+
+/// Whether one of the items is directly in `folder`.
+bool hasItemIn(const URL& folder, const std::vector<URL>& items);
 
 /// The note of one work item, in the user's own register.
 class WorkNote {

@@ -74,12 +74,6 @@ bool trySettle(const UndoStore& store, const UndoRecord& record) {
     return true;
 }
 
-bool isWorkingBeside(const std::vector<URL>& held, const URL& original) {
-    const URL folder = original.deletingLastPathComponent();
-    return std::any_of(held.begin(), held.end(),
-                       [&](const URL& item) { return item.deletingLastPathComponent() == folder; });
-}
-
 void settle(const UndoStore& store, const UndoRecord& record, LeftoversReport& report) {
     const std::string name = displayText(record.originalPath);
     try {
@@ -121,7 +115,8 @@ LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& work
         report.removed += static_cast<int>(unfinished.size());
     }
     for (const UndoRecord& record : preparedRecords(store)) {
-        if (prepared.contains(record.id) && !isWorkingBeside(sweep.held, record.originalURL())) {
+        if (prepared.contains(record.id) &&
+            !hasItemIn(record.originalURL().deletingLastPathComponent(), sweep.held)) {
             settle(store, record, report);
         }
     }

@@ -7,6 +7,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
+#include "Foundation/WorkRegister.h"
 
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ namespace {
 constexpr std::size_t maximumRecordBytes = std::size_t{1} << 20U;
 /// Pictures may come from private folders.
 constexpr unsigned privateFolder = 0700;
+constexpr int maximumCopyAttempts = 100;
 
 std::string backupNameFor(const UUID& id, const URL& source) {
     return id.text() + "." + decodeUTF8(lowercasedASCII(source.pathExtension()));
@@ -72,7 +74,6 @@ UndoRecord RecordStore::prepare(const URL& source, const URL& candidate, const U
                          .convertedPath =
                              convertedPath ? std::optional(convertedPath->path()) : std::nullopt};
     createDurably(root_);
-    createDirectories(sessionDirectory(record), privateFolder);
     try {
         fillAndWrite(record, source, candidate);
     } catch (...) {
@@ -87,8 +88,23 @@ UndoRecord RecordStore::prepare(const URL& source, const URL& candidate, const U
     return record;
 }
 
+/// Until the backup is in the session's folder, another job of the session may remove the empty folder.
+void RecordStore::copyToSession(const UndoRecord& record, const URL& source) const {
+    for (int attempt = 1;; ++attempt) {
+        createDirectories(sessionDirectory(record), privateFolder);
+        try {
+            copyFile(source, backupURL(record));
+            return;
+        } catch (const FileSystemError& error) {
+            if (error.code() != ENOENT || !itemExists(source) || attempt == maximumCopyAttempts) {
+                throw;
+            }
+        }
+    }
+}
+
 void RecordStore::fillAndWrite(UndoRecord& record, const URL& source, const URL& candidate) const {
-    copyFile(source, backupURL(record));
+    copyToSession(record, source);
     record.originalBytes = fileSize(source);
     record.replacementBytes = fileSize(candidate);
     record.replacementHash = hash(candidate);
@@ -177,6 +193,13 @@ void RecordStore::removeBackup(const UndoRecord& record) const {
 
 std::vector<UndoRecord> RecordStore::removeAll() const {
     std::vector<UndoRecord> all = scanRecords(true);
+    // The notes are read after the records: a compression holds its note from before it prepares a record
+    // until it commits or deletes the record.
+    const std::vector<URL> held = WorkRegister().heldItems();
+    std::erase_if(all, [&](const UndoRecord& record) {
+        return record.state == UndoRecord::State::prepared &&
+               hasItemIn(record.originalURL().deletingLastPathComponent(), held);
+    });
     for (const UndoRecord& record : all) {
         deleteRecord(record);
     }

@@ -45,13 +45,15 @@ public:
     void deleteRecord(const UndoRecord& record) const;
     /// Deletes only the backup. Throws FileSystemError.
     void removeBackup(const UndoRecord& record) const;
-    /// Deletes all records with their backups and returns them. Throws at the first failure.
+    /// Deletes all records with their backups and returns them. A prepared record stays while a process works
+    /// beside its picture: the backup may be all that is left of the original. Throws at the first failure.
     std::vector<UndoRecord> removeAll() const;
 
 private:
     URL sessionDirectory(const UndoRecord& record) const;
     URL recordURL(const UndoRecord& record) const;
     void write(const UndoRecord& record) const;
+    void copyToSession(const UndoRecord& record, const URL& source) const;
     void fillAndWrite(UndoRecord& record, const URL& source, const URL& candidate) const;
     std::vector<UndoRecord> scanRecords(bool checked) const;
 

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <set>
 
 namespace tarnwick::test {
 namespace {
@@ -105,6 +107,32 @@ TEST_F(ReplacementTest, LeavesTheRightFileAfterAFault) {
         EXPECT_EQ(pictures.listing(), "photo.png") << error;
         EXPECT_THAT(store.readRecords(), IsEmpty()) << error;
     }
+}
+
+TEST_F(ReplacementTest, KeepsItsBackupWhileOthersClearTheHistoryAndEndTheSession) {
+    std::set<std::string> attempted;
+    CompressionResult result;
+    {
+        const Fault fault([&](const SystemCall& call) {
+            const auto records = store.readRecords();
+            if (!records.empty() && records.front().state == UndoRecord::State::prepared) {
+                EXPECT_THAT(store.removeAll(), IsEmpty()) << call.name << " " << call.path;
+            }
+            const URL session = URL::file(call.path).deletingLastPathComponent();
+            if (session.deletingLastPathComponent() == store.root() && attempted.insert(call.name).second) {
+                std::error_code isInUse;
+                std::filesystem::remove(session.path(), isInUse);
+            }
+            return 0;
+        });
+        result = compress(photo);
+    }
+    EXPECT_TRUE(isReplaced());
+    EXPECT_TRUE(attempted.contains("open"))
+        << "the session's folder was not removed before the backup's copy";
+    ASSERT_TRUE(result.undoRecord);
+    store.restore(*result.undoRecord);
+    EXPECT_FALSE(isReplaced());
 }
 
 TEST_F(ReplacementTest, KeepsTheBackupWhenTheOriginalCannotBePutBack) {
