@@ -18,6 +18,7 @@ namespace {
 
 struct Release {
     void operator()(heif_context* context) const { heif_context_free(context); }
+    void operator()(heif_decoding_options* options) const { heif_decoding_options_free(options); }
     void operator()(heif_image_handle* handle) const { heif_image_handle_release(handle); }
     void operator()(heif_image* image) const { heif_image_release(image); }
     void operator()(heif_color_profile_nclx* profile) const { heif_nclx_color_profile_free(profile); }
@@ -71,8 +72,12 @@ public:
 private:
     static Owned<heif_image> decode(const heif_image_handle* handle, heif_colorspace space,
                                     heif_chroma chroma) {
+        const Owned<heif_decoding_options> options(heif_decoding_options_alloc());
+        requireImage(options != nullptr);
+        // Otherwise the library of Debian 13 leaves out a tile that it cannot decode.
+        options->strict_decoding = 1;
         heif_image* image = nullptr;
-        check(heif_decode_image(handle, &image, space, chroma, nullptr));
+        check(heif_decode_image(handle, &image, space, chroma, options.get()));
         return Owned<heif_image>(image);
     }
 
