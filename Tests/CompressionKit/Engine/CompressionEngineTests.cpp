@@ -147,7 +147,7 @@ TEST_F(CompressionEngineTest, ReportsAFolderThatCannotBeWrittenAndAFileThatCanno
     ::chmod(everyones.c_str(), 0777);
     const EnvironmentVariable data("XDG_DATA_HOME", everyones.path());
     for (const auto& [url, named] : {std::pair(photo, pictures.url()), {secret, secret}}) {
-        EXPECT_THAT(unprivileged([&] { return failure(url); }),
+        EXPECT_THAT(unprivileged([this, &file = url] { return failure(file); }),
                     testing::AllOf(HasSubstr(named.path()), HasSubstr("Permission denied")));
     }
     EXPECT_EQ(contents(photo), large);

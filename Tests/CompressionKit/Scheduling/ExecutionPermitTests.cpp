@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <pthread.h>
+#include <sys/stat.h>
 
 #include <cstdio>
 #include <memory>
@@ -74,8 +75,10 @@ TEST_F(ExecutionPermitTest, KeepsItsLocksPrivate) {
 }
 
 TEST_F(ExecutionPermitTest, FailsWithoutKeepingALock) {
+    ::chmod(folder_.url().c_str(), 0555);
     EXPECT_THAT(unprivileged([&] { return failure(locks_); }), testing::HasSubstr("Permission denied"));
     EXPECT_EQ(unprivileged([&] { return failure(folder_.url()); }), "无法创建压缩任务锁");
+    ::chmod(folder_.url().c_str(), 0755);
     EXPECT_THROW(ExecutionPermit(folder_.file("file", ""), "key", 1), FileSystemError);
     createDirectories(locks_.appending("slot-1.lock"));
     const std::size_t before = openDescriptors();
