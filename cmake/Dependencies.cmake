@@ -18,7 +18,8 @@ pkg_check_modules(acl REQUIRED IMPORTED_TARGET libacl)
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(asio::asio INTERFACE IMPORTED)
 target_include_directories(asio::asio INTERFACE "${ASIO_INCLUDE_DIR}")
-target_compile_definitions(asio::asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+# Whether Asio frees what aligned_alloc or what operator new gave would depend on the headers before it in each file.
+target_compile_definitions(asio::asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC)
 # GCC warns that its thread sanitizer does not see fences. Asio uses them only where a lock protects the data too.
 if(TARNWICK_SANITIZERS STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(asio::asio INTERFACE -Wno-tsan)

@@ -52,8 +52,9 @@ TEST_F(ImageTaskListModelTest, RemovesNeighboursTogether) {
     }
     const std::tuple<std::string, std::string, int> steps[] = {{"0135", "2 4 6 ", 3}, {"246", "", 4}};
     for (const auto& [removed, kept, count] : steps) {
-        model.removeAll(
-            [&](const ImageTask& task) { return removed.find(task.displayName()) != std::string::npos; });
+        model.removeAll([&names = removed](const ImageTask& task) {
+            return names.find(task.displayName()) != std::string::npos;
+        });
         EXPECT_EQ(names(model), kept);
         EXPECT_EQ(removals.size(), count);
         EXPECT_EQ(model.activeCount(), model.count());

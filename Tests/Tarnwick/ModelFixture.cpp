@@ -78,8 +78,10 @@ HeldJob ModelFixture::hold(const URL& file) {
 }
 
 std::vector<std::string> ModelFixture::rows() {
+    const int count = model->tasks()->count();
     std::vector<std::string> lines;
-    for (int number = 0; number < model->tasks()->count(); ++number) {
+    lines.reserve(static_cast<std::size_t>(count));
+    for (int number = 0; number < count; ++number) {
         lines.push_back(row(number).displayName() + ": " + row(number).statusText());
     }
     return lines;
