@@ -53,6 +53,7 @@ TEST_F(GIFPaletteTest, LaysTheFirstRowAtTheBottom) {
     GIFPalette::writeContactSheet(frames, sheet);
     constexpr std::size_t rowBytes = 64;
     std::vector<Bytes> tiles;
+    tiles.reserve(frames.size());
     for (const URL& frame : frames) {
         tiles.push_back(decoded(frame));
     }
