@@ -113,6 +113,7 @@ TEST(Cancellation, ReachesLinkedChildrenButNotTheParent) {
     EXPECT_TRUE(orphan.isRequested());
     Cancellation().request();
     EXPECT_FALSE(Cancellation().isRequested()) << "nobody can cancel it";
+    EXPECT_NO_THROW(sleepUnlessCancelled(0.001, Cancellation::make()));
 }
 
 /// Reads the limits of a copy of the files in /proc and /sys.
