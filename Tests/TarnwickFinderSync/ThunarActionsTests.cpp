@@ -17,16 +17,15 @@ const std::string ours = "<action>\n\t<unique-id>app.tarnwick.Tarnwick.finder</u
 const std::vector<std::string> files = {
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<actions>\n|</actions>\n",
     "<actions>|</actions>",
-    "\xEF\xBB\xBF<actions>\r\n<action>\r\n<name>中文 𝄞</name>\r\n</action>\r\n|</actions>\r\n<!-- </actions> "
-    "-->",
+    "\xEF\xBB\xBF<actions>\r\n<action>\r\n<name>中 𝄞</name>\r\n</action>\r\n|</actions>\r\n<!--</actions>-->",
     "<actions\n  >\n   <action ><name>a &amp; b &lt;/actions&gt;</name></action >\t  |</actions  >",
     R"(<actions><action><command><![CDATA[ echo '</actions>' app.tarnwick.Tarnwick.finder ]]></command></action>
 <!-- <action><unique-id>app.tarnwick.Tarnwick.finder</unique-id></action> -->|</actions>)",
     R"(<!DOCTYPE actions [ <!ELEMENT actions (action)+> <!ENTITY who "ich &#169;"> ]>
 <actions><action><name>&who;</name><unique-id>1-1</unique-id><description>runs app.tarnwick.Tarnwick.finder
 </description><range/></action>|</actions>)",
-    "<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>|</"
-    "actions>"};
+    R"(<actions><action><submenu><unique-id>app.tarnwick.Tarnwick.finder</unique-id></submenu></action>
+|</actions>)"};
 
 TEST(ThunarActions, InsertsAndRemovesOurActionAndKeepsEveryOtherByte) {
     for (const std::string& file : files) {

@@ -124,7 +124,7 @@ TEST(JPEGQuantizationTest, JudgesTheMeanOfTheFirstLuminanceTable) {
              {"all zeros", false, table('\0', std::string(64, '\0'))},
              {"16-bit ones", true, table('\x10', wide)},
              {"a 16-bit entry of 257", false, table('\x10', '\1' + wide.substr(1))},
-             {"the first of two", true, table('\1', std::string(64, '\20') + '\0' + ones) + coarse},
+             {"the first of two", true, table('\1', std::string(64, '\20').append(1, '\0').append(ones)) + coarse},
              {"a coarse one after a chrominance table", false, table('\1', ones) + coarse},
              {"a table of precision 2", false, table(' ', ones)},
              {"a table that ends early", false, table('\0', ones.substr(1))},

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace tarnwick::test {
 namespace {
@@ -23,7 +24,7 @@ int waitForAll(pid_t child) {
 
 } // namespace
 
-CrashWorld::CrashWorld(const std::string& original, const std::string& output) : name_(original) {
+CrashWorld::CrashWorld(std::string original, const std::string& output) : name_(std::move(original)) {
     copyPicture(name_, file());
     createDirectories(home_ / "tmp");
     for (const char* tool : {"pngquant", "oxipng", "cjpegli", "gifsicle"}) {

@@ -20,7 +20,7 @@ struct Outcome {
 class CrashWorld {
 public:
     /// Both name fixtures: the picture, and what each tool writes.
-    CrashWorld(const std::string& original, const std::string& output);
+    CrashWorld(std::string original, const std::string& output);
 
     /// Runs the driver and kills it at the call of this number (0: never). Waits for everything that it
     /// started.
@@ -31,7 +31,7 @@ public:
     /// The location of the result.
     URL resultFile() const { return isConversion() ? pictures_ / "photo.png" : file(); }
     const URL& folder() const { return pictures_.url(); }
-    UndoStore store() const { return UndoStore(home_ / "data/Undo"); }
+    UndoStore store() const { return {home_ / "data/Undo"}; }
     WorkRegister workRegister() const { return WorkRegister(home_ / "data/Tarnwick/Work"); }
 
 private:
