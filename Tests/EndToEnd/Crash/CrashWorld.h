@@ -31,12 +31,13 @@ public:
     /// The location of the result.
     URL resultFile() const { return isConversion() ? pictures_ / "photo.png" : file(); }
     const URL& folder() const { return pictures_.url(); }
-    UndoStore store() const { return {home_ / "data/Undo"}; }
+    const UndoStore& store() const { return store_; }
     WorkRegister workRegister() const { return WorkRegister(home_ / "data/Tarnwick/Work"); }
 
 private:
     TemporaryFolder home_;
     TemporaryFolder pictures_;
+    UndoStore store_{home_ / "data/Undo"};
     FakeTools tools_;
     std::string name_;
 };
