@@ -1,11 +1,16 @@
 #include "Foundation/Environment.h"
 #include "Support/EnvironmentVariable.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tarnwick::test {
 namespace {
@@ -40,6 +45,22 @@ TEST(EnvironmentTest, ThreadsOfToolsWaitWithoutSpinningUnlessTheUserChose) {
     const EnvironmentVariable chosen("OMP_WAIT_POLICY", "active");
     prepareEnvironment();
     EXPECT_STREQ(std::getenv("OMP_WAIT_POLICY"), "active");
+}
+
+TEST(EnvironmentTest, NoFileTakesTheDescriptorOfAClosedStandardStream) {
+    for (const auto& closed : std::initializer_list<std::vector<int>>{{0}, {1}, {2}, {0, 2}, {0, 1, 2}}) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            std::for_each(closed.begin(), closed.end(), ::close);
+            prepareEnvironment();
+            const bool canPrint = ::write(closed.back(), "x", 1) == 1;
+            ::_exit(::open("/dev/null", O_RDONLY) > STDERR_FILENO && canPrint == (closed.back() == 0) ? 0
+                                                                                                      : 1);
+        }
+        int status = -1;
+        EXPECT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0) << closed.size() << " streams from " << closed.front();
+    }
 }
 
 } // namespace
