@@ -1,15 +1,16 @@
 #include "Tarnwick/Desktop/SettingsFile.h"
 
+#include "Foundation/Directory.h"
 #include "Tarnwick/QtSupport/DebugLog.h"
 
-#include <QStandardPaths>
+#include <QFile>
 
 namespace tarnwick {
 
 SettingsFile::SettingsFile(const QString& path) : settings_(path, QSettings::IniFormat) {}
 
 QString SettingsFile::userPath() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/Tarnwick/Settings.ini";
+    return QFile::decodeName(configurationDirectory().appending("Tarnwick/Settings.ini").c_str());
 }
 
 bool SettingsFile::boolean(const QString& key) const {

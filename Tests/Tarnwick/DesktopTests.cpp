@@ -161,6 +161,9 @@ TEST(DesktopOutputTest, KeepsSettingsAndLogsFailuresOnlyOnDemand) {
     EXPECT_FALSE(settings("new/Settings.ini").boolean("Done"));
     settings("new/Settings.ini").setBoolean("Done", true);
     EXPECT_TRUE(settings("new/Settings.ini").boolean("Done"));
+    const EnvironmentVariable relative("XDG_CONFIG_HOME", "relative");
+    const EnvironmentVariable home("HOME", folder.url().path());
+    EXPECT_EQ(SettingsFile::userPath().toStdString(), (folder / ".config/Tarnwick/Settings.ini").path());
     folder.file("blocked", "");
     EXPECT_EQ(linesOfFailures(false), "");
     EXPECT_THAT(linesOfFailures(true),
