@@ -44,7 +44,8 @@ int dispatch(const std::vector<std::string>& arguments, const Registrar& registr
     if (arguments.size() == 2 && arguments[0] == "-a") {
         registrar.add(URL::file(arguments[1]));
     } else if (isElection(arguments)) {
-        registrar.elect(arguments[3], arguments[1] == "use" ? Election::use : Election::ignore);
+        const Election election = arguments[1] == "use" ? Election::use : Election::ignore;
+        writeText(stdout, registrar.elect(arguments[3], election));
     } else if (isListing(arguments)) {
         writeText(stdout, registrar.list(arguments[4]));
     } else {
@@ -52,6 +53,23 @@ int dispatch(const std::vector<std::string>& arguments, const Registrar& registr
         return EX_USAGE;
     }
     return EXIT_SUCCESS;
+}
+
+bool hasEntry(const std::vector<FileManagerMenus::State>& states) {
+    return std::any_of(states.begin(), states.end(), [](const auto& state) { return state.isEnabled; });
+}
+
+/// Returns a line for each menu without its entry. Throws CompressionError when no menu has one.
+std::string enableInstalled(const FileManagerMenus& menus) {
+    try {
+        menus.enableInstalled();
+        return {};
+    } catch (const CompressionError& error) {
+        if (!hasEntry(menus.states())) {
+            throw;
+        }
+        return error.errorDescription() + "\n";
+    }
 }
 
 } // namespace
@@ -74,13 +92,14 @@ void Registrar::add(const URL& location) const {
     FileManagerMenus(applicationOfExtension(location), directories_).refresh();
 }
 
-void Registrar::elect(const std::string& identifier, Election election) const {
+std::string Registrar::elect(const std::string& identifier, Election election) const {
+    std::string failures;
     const URL application = applicationOfExtension(registrations(identifier).back().bundle.location);
     const FileManagerMenus menus(application, directories_);
     if (election == Election::ignore) {
         menus.disableAll();
     } else if (hasProgram(application.lastPathComponent(), {application.deletingLastPathComponent()})) {
-        menus.enableInstalled();
+        failures = enableInstalled(menus);
     } else {
         throw CompressionError::fileOperation("找不到应用程序：" + application.path());
     }
@@ -88,6 +107,7 @@ void Registrar::elect(const std::string& identifier, Election election) const {
     ExtensionRegistry registry(file());
     registry.elect(identifier, election);
     registry.save();
+    return failures;
 }
 
 std::string Registrar::list(const std::string& identifier) const {
@@ -119,11 +139,9 @@ std::vector<ExtensionRegistry::Registration> Registrar::registrations(const std:
 
 char Registrar::mark(const URL& bundle, std::optional<Election> election) const {
     const auto states = FileManagerMenus(applicationOfExtension(bundle), directories_).states();
-    const auto isEnabled = [](const auto& state) { return state.isEnabled; };
     const auto isInstalled = [](const auto& state) { return state.isInstalled; };
-    const bool hasEntry = std::any_of(states.begin(), states.end(), isEnabled);
     const bool canHaveOne = std::any_of(states.begin(), states.end(), isInstalled);
-    if (hasEntry || (election == Election::use && !canHaveOne)) {
+    if (hasEntry(states) || (election == Election::use && !canHaveOne)) {
         return '+';
     }
     return election == Election::ignore ? '-' : ' ';

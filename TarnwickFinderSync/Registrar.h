@@ -20,8 +20,9 @@ public:
     /// Registers the bundle at `location` and updates the entries that exist.
     void add(const URL& location) const;
     /// Writes or removes the entries, then saves the election: the user's choice to use or ignore the
-    /// extension.
-    void elect(const std::string& identifier, ExtensionRegistry::Election election) const;
+    /// extension. One menu that cannot have its entry does not prevent the use of the others: then this
+    /// returns a line for each such menu.
+    std::string elect(const std::string& identifier, ExtensionRegistry::Election election) const;
     /// A line for each registered bundle. It begins with "+" when the extension is enabled, with "-" when the
     /// user elected to ignore it, else with a space.
     std::string list(const std::string& identifier) const;
@@ -35,8 +36,9 @@ private:
     UserDirectories directories_;
 };
 
-/// Executes one command line, without the program's name. Writes the list to standard output, errors and the
-/// usage to standard error. Returns the exit status.
+/// Executes one command line, without the program's name. Writes the list, and the menus that could not be
+/// enabled beside others, to standard output; errors and the usage to standard error. Returns the exit
+/// status.
 int runRegistrar(const std::vector<std::string>& arguments, const UserDirectories& directories);
 
 } // namespace tarnwick

@@ -6,7 +6,6 @@
 
 #include <QDebug>
 #include <utility>
-#include <variant>
 
 namespace tarnwick {
 
@@ -26,12 +25,9 @@ void FinderIntegration::registerExtension(bool enable, bool reportFailure) {
         return;
     }
     worker_.run(
-        [&registration = registration_, enable] {
-            registration.run(enable);
-            return std::monostate();
-        },
-        [this, enable, reportFailure](const std::exception_ptr& error, std::monostate) {
-            finish(enable, reportFailure, error);
+        [&registration = registration_, enable] { return registration.run(enable); },
+        [this, enable, reportFailure](const std::exception_ptr& error, const std::string& failedMenus) {
+            finish(enable, reportFailure, error, failedMenus);
         });
 }
 
@@ -43,25 +39,27 @@ void FinderIntegration::enableFromMenu() {
     registerExtension(true, true);
 }
 
-void FinderIntegration::finish(bool enable, bool reportFailure, const std::exception_ptr& error) {
-    if (error) {
-        const QString failure = errorText(error);
-        qWarning().noquote() << "Tarnwick Finder 注册失败：" + failure;
-        if (reportFailure) {
-            report(failure);
-            return;
-        }
-    } else if (enable) {
+void FinderIntegration::finish(bool enable, bool reportFailure, const std::exception_ptr& error,
+                               const std::string& failedMenus) {
+    if (!error && enable) {
         services_.defaults.setBoolean(completedKey, true);
     }
-    isInProgress_ = false;
+    const QString failure = error ? errorText(error) : toQString(failedMenus);
+    if (!failure.isEmpty()) {
+        qWarning().noquote() << "Tarnwick Finder 注册失败：" + failure;
+    }
+    if (failure.isEmpty() || !reportFailure) {
+        isInProgress_ = false;
+    } else if (error) {
+        report("Finder 右键菜单暂未启用", "自动启用未通过系统校验。可打开系统设置检查扩展。\n" + failure);
+    } else {
+        report("部分文件管理器的右键菜单未启用", failure);
+    }
 }
 
-void FinderIntegration::report(const QString& failure) {
-    const Alert alert = {.message = "Finder 右键菜单暂未启用",
-                         .informativeText = "自动启用未通过系统校验。可打开系统设置检查扩展。\n" + failure,
-                         .firstButton = "打开系统设置",
-                         .secondButton = "稍后"};
+void FinderIntegration::report(const QString& message, const QString& text) {
+    const Alert alert = {
+        .message = message, .informativeText = text, .firstButton = "打开系统设置", .secondButton = "稍后"};
     services_.alerts.show(alert, [this](bool isFirstButton) {
         isInProgress_ = false;
         if (isFirstButton) {

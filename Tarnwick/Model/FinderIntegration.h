@@ -8,6 +8,7 @@
 
 #include <QString>
 #include <exception>
+#include <string>
 
 namespace tarnwick {
 
@@ -30,7 +31,8 @@ public:
         double pluginKitTimeout = 10.0;
     };
 
-    /// The setting that records that enabling has succeeded once.
+    /// The setting that records that enabling has succeeded once, for at least one file manager: what the
+    /// user switches off later stays off.
     static constexpr auto completedKey = "FinderIntegrationAutoEnableCompleted";
 
     /// `pluginKitDirectory` contains the tool `pluginkit`.
@@ -41,8 +43,8 @@ public:
     FinderIntegration(const FinderIntegration&) = delete;
     FinderIntegration& operator=(const FinderIntegration&) = delete;
 
-    /// Starts a run unless one is in progress, which includes its alert. A failure is logged, and shown in an
-    /// alert when `reportFailure` is set.
+    /// Starts a run unless one is in progress, which includes its alert. A failure, also of a single menu, is
+    /// logged, and shown in an alert when `reportFailure` is set.
     void registerExtension(bool enable, bool reportFailure);
     /// Run at every start of the application: enables only until that has succeeded once.
     void registerAtStartUp();
@@ -52,8 +54,9 @@ public:
     bool isInProgress() const noexcept { return isInProgress_; }
 
 private:
-    void finish(bool enable, bool reportFailure, const std::exception_ptr& error);
-    void report(const QString& failure);
+    void finish(bool enable, bool reportFailure, const std::exception_ptr& error,
+                const std::string& failedMenus);
+    void report(const QString& message, const QString& text);
 
     Services services_;
     Cancellation cancellation_ = Cancellation::make();

@@ -52,14 +52,12 @@ FinderRegistration::FinderRegistration(ApplicationBundle bundle, LaunchServices&
     : bundle_(std::move(bundle)), launchServices_(launchServices), pluginKit_(std::move(pluginKit)),
       pluginKitTimeout_(pluginKitTimeout), sleep_(std::move(sleep)) {}
 
-void FinderRegistration::run(bool enable) const {
+std::string FinderRegistration::run(bool enable) const {
     checkParts();
     launchServices_.registerBundle(bundle_.url());
     launchServices_.registerBundle(bundle_.helper());
     runPluginKit({"-a", bundle_.extension().path()});
-    if (enable) {
-        enableExtension();
-    }
+    return enable ? enableExtension() : std::string();
 }
 
 void FinderRegistration::checkParts() const {
@@ -68,14 +66,15 @@ void FinderRegistration::checkParts() const {
     }
 }
 
-void FinderRegistration::enableExtension() const {
+std::string FinderRegistration::enableExtension() const {
     for (int attempt = 0; attempt < attempts; ++attempt) {
         if (attempt > 0) {
             sleep_(attempt * pauseStep, pluginKit_.cancellation());
         }
-        runPluginKit({"-e", "use", "-i", ApplicationBundle::extensionIdentifier});
+        const std::string failures =
+            runPluginKit({"-e", "use", "-i", ApplicationBundle::extensionIdentifier});
         if (isEnabled()) {
-            return;
+            return std::string(trimmed(failures));
         }
     }
     throw CompressionError::fileOperation("macOS 尚未确认此安装位置的 Finder 扩展已启用。");

@@ -6,7 +6,9 @@
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarnwick {
 
@@ -28,13 +30,14 @@ public:
                        double pluginKitTimeout, Sleep sleep);
 
     /// Registers the bundle, its helper and the extension. With `enable` it also enables the extension and
-    /// returns once the system confirms that. Throws CompressionError and the errors of ToolRunner::run(),
-    /// with the text for the user.
-    void run(bool enable) const;
+    /// returns once the system confirms that. Returns what `pluginkit` says of single menus that it could not
+    /// enable; empty in most cases. Throws CompressionError and the errors of ToolRunner::run(), with the
+    /// text for the user.
+    std::string run(bool enable) const;
 
 private:
     void checkParts() const;
-    void enableExtension() const;
+    std::string enableExtension() const;
     bool isEnabled() const;
     std::string runPluginKit(const std::vector<std::string>& arguments) const;
 

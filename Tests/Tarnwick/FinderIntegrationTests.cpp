@@ -124,6 +124,22 @@ TEST_F(FinderIntegrationTest, ReportsAFailureOfTheMenuEntryInOneAlert) {
     EXPECT_THAT(Log::lines, HasSubstr("Tarnwick Finder 注册失败："));
 }
 
+TEST_F(FinderIntegrationTest, EnablesOnceAndReportsTheMenusThatFailed) {
+    tools.script("pluginkit", {{"print", line("+", extension.path())}});
+    for (const int enablingRun : {2, 5}) {
+        tools.scriptRun(enablingRun, "pluginkit", {{"print", "Thunar：damaged\n"}});
+    }
+    integration->registerAtStartUp();
+    finish();
+    EXPECT_EQ(system.stored, completed) << "what the user switches off later stays off";
+    EXPECT_EQ(Log::lines, "Tarnwick Finder 注册失败：Thunar：damaged\n");
+    integration->enableFromMenu();
+    finish();
+    EXPECT_THAT(alerts.shown, ElementsAre(FieldsAre("部分文件管理器的右键菜单未启用", "Thunar：damaged",
+                                                    "打开系统设置", "稍后")));
+    alerts.answer(false);
+}
+
 TEST_F(FinderIntegrationTest, IgnoresRequestsDuringARun) {
     tools.script("pluginkit", {{"wait-for", (folder / "go").path()}});
     integration->registerExtension(false, true);

@@ -66,6 +66,18 @@ TEST_F(RegistrarTest, ListsAnExtensionAsTheMenusShowIt) {
     EXPECT_FALSE(itemExists(machine / "home/.local/share/kio"));
 }
 
+TEST_F(RegistrarTest, OneMenuThatFailsPreventsNoOther) {
+    install("thunar");
+    write("home/.config/Thunar/uca.xml", "<actions><action></actions>");
+    add(bundle(application));
+    EXPECT_THAT(elect("use"), AllOf(HasSubstr("退出码 1）"), HasSubstr("Thunar"))) << "there is no other";
+    EXPECT_THAT(list(), StartsWith(" "));
+    install("dolphin");
+    EXPECT_THAT(elect("use"), MatchesRegex("Thunar：Thunar 的自定义动作文件有误，未作更改：[^\n]*\n"));
+    EXPECT_EQ(enabled(menus), "Dolphin ");
+    EXPECT_THAT(list(), StartsWith("+"));
+}
+
 TEST_F(RegistrarTest, UpdatesTheRegistrationOfAMovedApplication) {
     install("nemo");
     const URL extension = bundle(application);
