@@ -129,6 +129,9 @@ private:
         if (command.hasJSON) {
             addFlag(*app, "--json", invocation_.json, "每行输出一个 JSON 对象");
         }
+        if (command.command == Command::compress) {
+            addFlag(*app, "--again", invocation_.isAgain, "也压缩已是压缩结果的图片");
+        }
         if (command.command == Command::clear) {
             addFlag(*app, "--yes", invocation_.isConfirmed, "不询问，直接清除");
         }

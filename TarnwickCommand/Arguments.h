@@ -21,6 +21,8 @@ struct Invocation {
     /// Paths and record identifiers, as they were given.
     std::vector<std::string> operands;
     bool json = false;
+    /// --again: compress earlier results too.
+    bool isAgain = false;
     /// --yes: clear without asking.
     bool isConfirmed = false;
     std::optional<std::string> toolDirectory;

@@ -1,28 +1,17 @@
 #include "TarnwickCommand/Collecting.h"
 
 #include "Foundation/Directory.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Inspection/ImageKind.h"
 #include "TarnwickCommand/GivenPath.h"
 #include "Wording/Messages.h"
 
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <set>
 #include <utility>
 
 namespace tarnwick {
 namespace {
-
-/// The file type bits of the mode; links are not followed. Throws FileSystemError.
-mode_t itemType(const URL& url) {
-    struct stat status {};
-    if (::lstat(url.c_str(), &status) != 0) {
-        throw FileSystemError("无法读取文件信息", url, errno);
-    }
-    return status.st_mode & S_IFMT;
-}
 
 bool isHidden(const URL& url) {
     return url.lastPathComponent().starts_with('.');
@@ -39,13 +28,13 @@ public:
     void addGiven(const std::string& path) {
         reportingFailure(path, [&] {
             const URL url = GivenPath::url(path);
-            const mode_t type = itemType(url);
-            if (type == S_IFDIR) {
+            const struct stat status = statusOf(url);
+            if (S_ISDIR(status.st_mode)) {
                 walk(path, GivenPath::resolved(url));
-            } else if (type != S_IFLNK && !ImageKind::from(url)) {
+            } else if (!S_ISLNK(status.st_mode) && !ImageKind::from(url)) {
                 files_.push_back({path, {}, std::string(Messages::unsupportedKind)});
             } else {
-                add(path, GivenPath::resolvingFolder(url));
+                add(path, GivenPath::resolvingFolder(url), status);
             }
         });
     }
@@ -75,17 +64,18 @@ private:
     }
 
     void addFound(const std::string& path, const URL& url) {
-        const mode_t type = itemType(url);
-        if (type == S_IFDIR) {
+        const struct stat status = statusOf(url);
+        if (S_ISDIR(status.st_mode)) {
             walk(path, url);
-        } else if (type == S_IFREG && ImageKind::from(url)) {
-            add(path, url);
+        } else if (S_ISREG(status.st_mode) && ImageKind::from(url)) {
+            add(path, url, status);
         }
     }
 
-    void add(const std::string& path, const URL& url) {
+    void add(const std::string& path, const URL& url, const struct stat& status) {
         if (seen_.insert(url).second) {
-            files_.push_back({path, url});
+            const std::int64_t bytes = S_ISREG(status.st_mode) ? status.st_size : 0;
+            files_.push_back({.path = path, .url = url, .bytes = bytes});
         }
     }
 

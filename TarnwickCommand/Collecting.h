@@ -3,6 +3,7 @@
 #include "Foundation/URL.h"
 #include "Process/Cancellation.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ struct CollectedFile {
     URL url;
     /// Why the file cannot be compressed.
     std::optional<std::string> error = std::nullopt;
+    /// The size; 0 for anything but a regular file.
+    std::int64_t bytes = 0;
 };
 
 /// The files that the paths name, each once and in the given order. Folders are walked recursively in the

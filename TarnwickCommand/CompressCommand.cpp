@@ -2,14 +2,23 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
+#include "Foundation/FileOperations.h"
+#include "History/BackupCleanup.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
 #include "TarnwickCommand/Arguments.h"
 #include "TarnwickCommand/Collecting.h"
 #include "TarnwickCommand/CompressReporter.h"
+#include "TarnwickCommand/JSONLine.h"
+#include "TarnwickCommand/OwnResults.h"
 #include "TarnwickCommand/QueuedWork.h"
+#include "Wording/Messages.h"
 
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
 #include <exception>
 #include <optional>
+#include <utility>
 
 namespace tarnwick {
 namespace {
@@ -20,10 +29,36 @@ CompressionEngine engineFor(const CommandContext& context, const Cancellation& c
             thresholds.png,        thresholds.gif, cancellation};
 }
 
+/// The sizes of the originals that will be backed up if all files become smaller. A file that is as large as
+/// an earlier result most probably is that result, and it is not worth the time to read it now.
+std::vector<std::int64_t> sizesOfOriginals(const std::vector<CollectedFile>& files, OwnResults* ownResults) {
+    std::vector<std::int64_t> sizes;
+    for (const CollectedFile& file : files) {
+        if (ownResults == nullptr || !ownResults->hasOneOf(file.bytes)) {
+            sizes.push_back(file.bytes);
+        }
+    }
+    return sizes;
+}
+
+void tellOfBudget(const CommandContext& context, const std::vector<std::int64_t>& originals) {
+    const std::int64_t excess =
+        bytesOverBudget(context.undo.backupBytes(Date::now()), originals, UndoStore::backupBudget);
+    if (excess == 0) {
+        return;
+    }
+    if (context.json) {
+        context.output.writeLine(jsonLine({{"warning", "backupBudget"}, {"bytesOverBudget", excess}}));
+    } else {
+        printError(Messages::overBudget(excess));
+    }
+}
+
 class Batch {
 public:
-    Batch(const CommandContext& context, std::vector<CollectedFile> files)
-        : files_(std::move(files)), work_(context.cancellation),
+    /// `ownResults`, which may be null, are left alone.
+    Batch(const CommandContext& context, std::vector<CollectedFile> files, OwnResults* ownResults)
+        : files_(std::move(files)), ownResults_(ownResults), work_(context.cancellation),
           engine_(engineFor(context, work_.cancellation())),
           reporter_(makeCompressReporter(context.output, context.json, files_)),
           backupKeeper_(context.backupKeeper) {
@@ -45,15 +80,24 @@ public:
 private:
     void add(const CollectedFile& file) {
         auto begins = [this, &file] { work_.post([this, &file] { reporter_->begin(file, progress_); }); };
-        auto compress = [this, &file] { return std::optional(engine_.compress(file.url, session_)); };
-        work_.add(file.url, begins, compress,
-                  [this, &file](const std::exception_ptr& error, std::optional<CompressionResult> result) {
-                      if (!error) {
-                          finish(file, {.result = std::move(result)});
-                      } else if (!isStopped(error)) {
-                          finish(file, {.error = errorDescription(error)});
-                      }
-                  });
+        work_.add(
+            file.url, begins, [this, url = file.url] { return outcomeOf(url); },
+            [this, &file](const std::exception_ptr& error, const FileOutcome& outcome) {
+                if (!error) {
+                    finish(file, outcome);
+                } else if (!isStopped(error)) {
+                    finish(file, {.error = errorDescription(error)});
+                }
+            });
+    }
+
+    FileOutcome outcomeOf(const URL& url) const {
+        if (ownResults_ == nullptr || !ownResults_->contains(url)) {
+            return {.result = engine_.compress(url, session_)};
+        }
+        const std::int64_t bytes = fileSize(url);
+        return {.result = CompressionResult{.url = url, .originalBytes = bytes, .finalBytes = bytes},
+                .isOwnResult = true};
     }
 
     void finish(const CollectedFile& file, const FileOutcome& outcome) {
@@ -68,6 +112,7 @@ private:
     }
 
     const std::vector<CollectedFile> files_;
+    OwnResults* const ownResults_;
     QueuedWork work_;
     const CompressionEngine engine_;
     const std::unique_ptr<CompressReporter> reporter_;
@@ -78,9 +123,16 @@ private:
 
 } // namespace
 
-int runCompress(const CommandContext& context, const std::vector<std::string>& paths) {
+int runCompress(const CommandContext& context, const std::vector<std::string>& paths, bool isAgain) {
     // Collects all files first: the walk must not find a PNG that was converted from a HEIC file.
-    return Batch(context, collectFiles(paths, context.cancellation)).run();
+    std::vector<CollectedFile> files = collectFiles(paths, context.cancellation);
+    std::optional<OwnResults> ownResults;
+    if (!isAgain) {
+        ownResults.emplace(context.undo);
+    }
+    OwnResults* const leftAlone = ownResults ? &*ownResults : nullptr;
+    tellOfBudget(context, sizesOfOriginals(files, leftAlone));
+    return Batch(context, std::move(files), leftAlone).run();
 }
 
 } // namespace tarnwick

@@ -39,6 +39,9 @@ public:
         JSON object = {{"path", GivenPath::portableText(file.path)}};
         object.update(outcome.result ? jsonOf(*outcome.result)
                                      : JSON{{"outcome", "failed"}, {"error", outcome.error}});
+        if (outcome.isOwnResult) {
+            object["reason"] = "ownResult";
+        }
         output_.writeLine(jsonLine(object));
     }
     void finish(const BatchProgress& /*progress*/) override {}
@@ -87,6 +90,9 @@ void BatchProgress::count(const FileOutcome& outcome) {
 std::string outcomeText(const FileOutcome& outcome) {
     if (!outcome.result) {
         return RowText::failed(displayText(outcome.error));
+    }
+    if (outcome.isOwnResult) {
+        return "已是压缩过的结果，未再次压缩（加上 --again 可再次压缩）";
     }
     const auto badge = RowText::badge(*outcome.result);
     return RowText::finished(*outcome.result) + (badge ? "  " + *badge : "");

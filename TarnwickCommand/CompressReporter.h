@@ -17,6 +17,8 @@ namespace tarnwick {
 struct FileOutcome {
     std::optional<CompressionResult> result = std::nullopt;
     std::string error = {};
+    /// The file was left alone since it is the result of an earlier compression.
+    bool isOwnResult = false;
 };
 
 /// The counts of a batch so far.

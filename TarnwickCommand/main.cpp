@@ -32,7 +32,7 @@ void useSystemLanguage() {
 int dispatch(const Invocation& invocation, const CommandContext& context) {
     switch (invocation.command) {
     case Invocation::Command::compress:
-        return runCompress(context, invocation.operands);
+        return runCompress(context, invocation.operands, invocation.isAgain);
     case Invocation::Command::inspect:
         return runInspect(context, invocation.operands);
     case Invocation::Command::history:

@@ -3,7 +3,9 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
+#include <algorithm>
 #include <exception>
+#include <limits>
 #include <numeric>
 #include <vector>
 
@@ -21,15 +23,6 @@ std::vector<UndoRecord> committedRecords(const RecordStore& store) {
     std::erase_if(committed,
                   [](const UndoRecord& record) { return record.state != UndoRecord::State::committed; });
     return committed;
-}
-
-/// 0 when the backup cannot be measured.
-std::int64_t backupBytes(const RecordStore& store, const UndoRecord& record) noexcept {
-    try {
-        return fileSize(store.backupURL(record));
-    } catch (const std::exception&) {
-        return 0;
-    }
 }
 
 /// Returns how many backups were removed: 1 or 0.
@@ -81,6 +74,32 @@ std::optional<Date> nextExpiration(const RecordStore& store, double retention) {
         }
     }
     return next;
+}
+
+std::int64_t backupBytes(const RecordStore& store, const UndoRecord& record) noexcept {
+    try {
+        return fileSize(store.backupURL(record));
+    } catch (const std::exception&) {
+        return 0;
+    }
+}
+
+std::int64_t backupBytes(const RecordStore& store, double maxAge, Date now) {
+    std::int64_t total = 0;
+    for (const UndoRecord& record : committedRecords(store)) {
+        total += now.timeIntervalSince(record.createdAt) < maxAge ? backupBytes(store, record) : 0;
+    }
+    return total;
+}
+
+std::int64_t bytesOverBudget(std::int64_t keptBytes, const std::vector<std::int64_t>& originals,
+                             std::int64_t maxBytes) {
+    std::int64_t total = keptBytes;
+    for (const std::int64_t bytes : originals) {
+        // A file without content may have any size.
+        total += std::min(bytes, std::numeric_limits<std::int64_t>::max() - total);
+    }
+    return std::max<std::int64_t>(total - maxBytes, 0);
 }
 
 std::size_t removeBackups(const RecordStore& store, double maxAge, std::int64_t maxBytes, Date now) {

@@ -17,6 +17,10 @@ std::optional<Date> UndoStore::nextBackupExpiration() const {
     return nextExpiration(*this, backupRetention);
 }
 
+std::int64_t UndoStore::backupBytes(Date now) const {
+    return tarnwick::backupBytes(*this, backupRetention, now);
+}
+
 std::size_t UndoStore::cleanup(double maxAge, std::int64_t maxBytes, Date now) const {
     return removeBackups(*this, maxAge, maxBytes, now);
 }

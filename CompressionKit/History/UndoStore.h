@@ -26,6 +26,7 @@ public:
     void restore(const UndoRecord& record) const;
     /// See BackupCleanup.h.
     std::optional<Date> nextBackupExpiration() const;
+    std::int64_t backupBytes(Date now) const;
     std::size_t cleanup(double maxAge, std::int64_t maxBytes, Date now) const;
 };
 

@@ -36,7 +36,8 @@ _tarnwick() {
     fi
     case $command in
     '') options+=' --version' ;;
-    compress | inspect | history | restore) options+=' --json' ;;
+    compress) options+=' --again --json' ;;
+    inspect | history | restore) options+=' --json' ;;
     clear) options+=' --yes' ;;
     esac
     if [[ $current == -* ]]; then

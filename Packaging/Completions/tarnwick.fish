@@ -32,6 +32,7 @@ complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -a clear -d 
 complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -a maintain -d 清理过期和超出容量的原图备份
 
 complete -c tarnwick -n '__fish_seen_subcommand_from compress inspect history restore' -l json -d '每行输出一个 JSON 对象'
+complete -c tarnwick -n '__fish_seen_subcommand_from compress' -l again -d 也压缩已是压缩结果的图片
 complete -c tarnwick -n '__fish_seen_subcommand_from clear' -l yes -d 不询问，直接清除
 complete -c tarnwick -n '__fish_seen_subcommand_from compress inspect restore' -a '(__tarnwick_pictures)'
 complete -c tarnwick -n '__fish_seen_subcommand_from restore delete' -a '(__tarnwick_records)'

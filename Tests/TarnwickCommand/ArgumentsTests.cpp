@@ -33,6 +33,7 @@ TEST(Arguments, AllowOptionsBeforeAndAfterTheSubcommand) {
     EXPECT_EQ(after.toolDirectory, "U");
     EXPECT_THAT(after.operands, ElementsAre("x", "y"));
     EXPECT_TRUE(invocation({"clear", "--yes"}).isConfirmed);
+    EXPECT_TRUE(invocation({"compress", "x", "--again"}).isAgain);
 }
 
 TEST(Arguments, TakeFileNamesLiterally) {

@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <filesystem>
+#include <map>
 
 namespace tarnwick::test {
 namespace {
@@ -102,6 +105,37 @@ TEST_F(CompressCommandTest, DoesNotCompressThePNGThatItMadeFromHEIC) {
     ASSERT_EQ(result.json().size(), 1U);
     EXPECT_EQ(result.json()[0]["outcome"], "converted");
     EXPECT_EQ(result.json()[0]["url"], (pictures / "a.png").absoluteString());
+}
+
+TEST_F(CompressCommandTest, LeavesItsOwnResultsAloneUnlessToldOtherwise) {
+    large("a.png");
+    ASSERT_EQ(run({"compress", folder}).status, 0);
+    copyPicture("photo-small.png", pictures / "copy.png");
+    pictures.file("as large.png", std::string(contents(small).size(), 'x'));
+    const auto runs = tools.runs().size();
+    const CommandResult second = run({"compress", "--json", folder});
+    std::map<std::string, std::string> reasons;
+    for (const JSON& line : second.json()) {
+        reasons[line["path"]] = std::string(line["outcome"]) + " " + line.value("reason", "");
+    }
+    EXPECT_THAT(reasons, testing::ElementsAre(testing::Pair(folder + "/a.png", "skipped ownResult"),
+                                              testing::Pair(folder + "/as large.png", "failed "),
+                                              testing::Pair(folder + "/copy.png", "skipped ownResult")));
+    EXPECT_THAT(run({"compress", folder}).output, HasSubstr("copy.png  已是压缩过的结果，未再次压缩"));
+    EXPECT_EQ(tools.runs().size(), runs);
+    EXPECT_THAT(run({"compress", "--again", "--json", folder}).output, testing::Not(HasSubstr("ownResult")));
+    EXPECT_GT(tools.runs().size(), runs);
+}
+
+TEST_F(CompressCommandTest, TellsBeforehandWhatExceedsTheBackups) {
+    large("a.png");
+    ASSERT_EQ(run({"compress", folder}).status, 0);
+    std::filesystem::resize_file(pictures.file("huge.png", "").path(), std::uintmax_t{6} << 30U);
+    const auto lines = run({"compress", "--json", folder}).json();
+    ASSERT_EQ(lines.size(), 3U);
+    const auto excess = (std::size_t{1} << 30U) + pictureText("photo.png").size();
+    EXPECT_EQ(lines[0], (JSON{{"warning", "backupBudget"}, {"bytesOverBudget", excess}}));
+    EXPECT_THAT(run({"compress", folder}).errors, HasSubstr("会超出 1.07 GB；"));
 }
 
 TEST_F(CompressCommandTest, StopsWhenStandardOutputFails) {

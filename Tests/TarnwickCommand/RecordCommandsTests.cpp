@@ -1,5 +1,6 @@
 #include "Support/HistoryFixture.h"
 #include "Support/RunCommand.h"
+#include "TarnwickCommand/OwnResults.h"
 #include "TarnwickCommand/RecordLookup.h"
 
 #include <gmock/gmock.h>
@@ -96,6 +97,14 @@ TEST_F(RecordCommandsTest, LookupFindsTheNewestRecordAndConvertedFiles) {
     EXPECT_EQ(RecordLookup::newestOf(store, folder / "made.png"), record);
     EXPECT_EQ(RecordLookup::newestOf(store, folder / "./a.png"), record);
     EXPECT_EQ(RecordLookup::newestOf(store, folder / "b.png"), std::nullopt);
+}
+
+TEST_F(RecordCommandsTest, OwnResultsIncludeThoseThatAreMadeLater) {
+    OwnResults results(store);
+    replaced(picture("a.png", 1));
+    EXPECT_TRUE(results.contains(folder / "a.png"));
+    store.prepare(picture("other.png", 2), picture("prepared.png", 3), UUID::random());
+    EXPECT_FALSE(results.contains(folder / "prepared.png")) << "it never replaced anything";
 }
 
 TEST_F(RecordCommandsTest, DeleteAndClearRemoveRecordsWithTheirBackups) {

@@ -1,5 +1,6 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileSystemError.h"
+#include "History/BackupCleanup.h"
 #include "Support/EnvironmentVariable.h"
 #include "Support/HistoryFixture.h"
 
@@ -118,6 +119,11 @@ TEST_F(UndoStoreTest, CleanupRemovesTheNewestBackupsOverTheBudget) {
         records.push_back(aged(replaced(picture(std::to_string(age) + ".png", 1)), age));
     }
     const std::int64_t total = 3 * records[0].originalBytes;
+    EXPECT_EQ(store.backupBytes(Date::now()), total);
+    EXPECT_EQ(store.backupBytes(Date::now().adding(UndoStore::backupRetention - 15)), total / 3);
+    EXPECT_EQ(bytesOverBudget(total, {7}, total + 7), 0);
+    EXPECT_EQ(bytesOverBudget(total, {7, unlimited, unlimited}, 1), unlimited - 1);
+    EXPECT_EQ(bytesOverBudget(total, {3, 4}, total), 7);
     const auto backups = [&](std::int64_t budget) {
         store.cleanup(1'000, budget, Date::now());
         std::string kept;
