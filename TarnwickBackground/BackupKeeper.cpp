@@ -11,42 +11,42 @@
 namespace tarnwick {
 namespace {
 
-/// The tools of a killed process keep running for a while and hold their work.
-constexpr double secondsUntilNextSweep = 60;
-
-/// Uses a connection of its own, since the bus must have the messages before this program exits. Windows
-/// observe the first notification, observers of backups the second. This process receives its own
-/// signals too. There is no loop: the next pass finds nothing to remove.
-void announceChange() {
-    postNotification(NotificationName::historyDidChange);
-    postNotification(NotificationName::undoDidChange);
-}
+/// Nothing tells of a crash, so the register of work is looked at this often. The tools of a killed process
+/// keep running for a while and hold their work.
+constexpr double secondsBetweenSweeps = 30;
 
 } // namespace
 
-BackupKeeper::BackupKeeper(UndoStore store, URL lockFile, FileLock lock, std::function<void(int)> end)
-    : store_(std::move(store)), lockFile_(std::move(lockFile)), lock_(std::move(lock)), end_(std::move(end)),
+BackupKeeper::BackupKeeper(UndoStore store, URL lockFile, FileLock lock, Clock& clock,
+                           std::function<void(int)> end)
+    : store_(std::move(store)), lockFile_(std::move(lockFile)), lock_(std::move(lock)), clock_(clock),
+      end_(std::move(end)),
       maintenance_(
           worker_, clock_, store_,
           [this](const BackupMaintenance::Findings& findings) { handleFindings(findings); },
           [this] { end_(EXIT_FAILURE); }) {
-    const auto schedule = [this] { maintenance_.schedule(); };
-    historyObservation_ = notifications_.observe(NotificationName::historyDidChange, schedule);
-    undoObservation_ = notifications_.observe(NotificationName::undoDidChange, schedule);
-    wakeObservation_ = wake_.observeWake(schedule);
-    removeLeftovers();
+    const auto look = [this] { sweep(); };
+    historyObservation_ = notifications_.observe(NotificationName::historyDidChange, look);
+    undoObservation_ = notifications_.observe(NotificationName::undoDidChange, look);
+    wakeObservation_ = wake_.observeWake(look);
+    sweep();
 }
 
-void BackupKeeper::removeLeftovers() {
-    isSweepPending_ = true;
-    worker_.run([store = store_] { return tarnwick::removeLeftovers(store); },
+void BackupKeeper::sweep() {
+    nextSweep_ = {};
+    isSweepStale_ = isSweeping_;
+    if (std::exchange(isSweeping_, true)) {
+        return;
+    }
+    worker_.run([store = store_] { return removeLeftovers(store); },
                 [this](const std::exception_ptr& error, const LeftoversReport& leftovers) {
                     handleLeftovers(error, leftovers);
                 });
 }
 
 void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const LeftoversReport& leftovers) {
-    isSweepPending_ = leftovers.isIncomplete;
+    isSweeping_ = false;
+    isWorkHeld_ = leftovers.isIncomplete;
     if (error) {
         qCDebug(debugLog).noquote() << "无法清理意外中断的任务：" + errorText(error);
     }
@@ -54,33 +54,51 @@ void BackupKeeper::handleLeftovers(const std::exception_ptr& error, const Leftov
         qCDebug(debugLog).noquote() << QString::fromStdString(problem);
     }
     if (leftovers.settledRecords > 0) {
-        announceChange();
+        postBothNotifications();
     }
-    if (isSweepPending_) {
-        nextSweep_ = clock_.startTimer(secondsUntilNextSweep, [this] { removeLeftovers(); });
+    if (isSweepStale_) {
+        sweep();
+        return;
     }
+    nextSweep_ = clock_.startTimer(secondsBetweenSweeps, [this] { sweepIfNeeded(); });
     maintenance_.schedule();
 }
 
+/// Does not read the store where no process left a note.
+void BackupKeeper::sweepIfNeeded() {
+    worker_.run([] { return WorkRegister().isEmpty(); },
+                [this](const std::exception_ptr& error, bool isEmpty) {
+                    if (error || !isEmpty || isWorkHeld_ || hasPrepared_) {
+                        sweep();
+                    } else if (!isSweeping_) {
+                        nextSweep_ = clock_.startTimer(secondsBetweenSweeps, [this] { sweepIfNeeded(); });
+                    }
+                });
+}
+
 void BackupKeeper::handleFindings(const BackupMaintenance::Findings& findings) {
+    hasPrepared_ = findings.hasPrepared;
+    // This process receives its own signals too. There is no loop: the next pass finds nothing to remove.
     if (findings.hasRemoved) {
-        announceChange();
+        postBothNotifications();
     }
-    if (findings.records.empty() && !isSweepPending_) {
-        endUnlessNeeded();
+    if (isSweeping_) {
+        return;
+    }
+    if (isNeeded(findings) ? !lock_ && !takeLock() : !lock_) {
+        end_(EXIT_SUCCESS);
+    } else if (!isNeeded(findings)) {
+        // Another process may be making a record now; the helper that it starts exits at once while this one
+        // holds the lock. So this one releases the lock and then looks at the store again: it sees every
+        // record made before the release, and for a later record the new helper gets the lock.
+        lock_.reset();
+        maintenance_.schedule();
     }
 }
 
-void BackupKeeper::endUnlessNeeded() {
-    // Another process may be making a record now; the helper that it starts exits at once while this one
-    // holds the lock. So this one releases the lock and then checks the store again: it sees every record
-    // made before the release, and for a later record the new helper gets the lock.
-    lock_.reset();
-    if (store_.nextBackupExpiration() && takeLock()) {
-        maintenance_.schedule();
-    } else {
-        end_(EXIT_SUCCESS);
-    }
+bool BackupKeeper::isNeeded(const BackupMaintenance::Findings& findings) const {
+    return isWorkHeld_ || findings.hasPrepared || findings.nextExpiration ||
+           (findings.hasOverdue && !findings.isOverdueForLong);
 }
 
 bool BackupKeeper::takeLock() {

@@ -1,6 +1,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Environment.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
+#include "Tarnwick/Desktop/SystemClock.h"
 #include "TarnwickBackground/BackupKeeper.h"
 #include "TarnwickBackground/TerminationSignals.h"
 
@@ -37,7 +38,8 @@ int maintainBackups(int argc, char** argv) {
     }
     const QCoreApplication application(argc, argv);
     termination.observe([] { QCoreApplication::exit(EXIT_SUCCESS); });
-    const BackupKeeper keeper(UndoStore(), lockFile, std::move(*lock),
+    SystemClock clock;
+    const BackupKeeper keeper(UndoStore(), lockFile, std::move(*lock), clock,
                               [](int status) { QCoreApplication::exit(status); });
     return QCoreApplication::exec();
 }

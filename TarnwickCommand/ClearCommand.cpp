@@ -46,7 +46,7 @@ int runClear(const CommandContext& context, bool isConfirmed) {
         return ExitStatus::success;
     }
     const std::size_t count = context.undo.removeAll().size();
-    postNotification(NotificationName::undoDidChange);
+    postBothNotifications();
     context.output.writeLine(fmt::format("已清除 {} 条记录。", count));
     return ExitStatus::success;
 }

@@ -21,7 +21,7 @@ std::string deleteRecord(const CommandContext& context, const std::string& ident
     const TransientLine line(context.output, true,
                              displayText(record->originalPath) + "  " + std::string(RowText::deleting));
     runQueued(context.cancellation, record->replacementURL(), [&] { context.undo.deleteRecord(*record); });
-    postNotification(NotificationName::undoDidChange);
+    postBothNotifications();
     return record->originalPath;
 }
 

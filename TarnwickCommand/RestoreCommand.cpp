@@ -55,7 +55,7 @@ Outcome restore(const CommandContext& context, const std::string& argument) {
         const TransientLine line(context.output, !context.json,
                                  displayText(record.originalPath) + "  " + std::string(RowText::restoring));
         runQueued(context.cancellation, record.replacementURL(), [&] { context.undo.restore(record); });
-        postNotification(NotificationName::undoDidChange);
+        postBothNotifications();
     } catch (const OutputFailed&) {
         throw;
     } catch (const Cancelled&) {

@@ -46,6 +46,8 @@ public:
     /// days, because its disk may be missing too. Only one sweep may run at a time. Throws FileSystemError
     /// when the folder cannot be read.
     SweepResult sweep() const;
+    /// Whether there is no note at all. Throws FileSystemError.
+    bool isEmpty() const { return notes().empty(); }
     /// The items of live processes. Throws FileSystemError when it is unknown for some note whether it is
     /// held.
     std::vector<URL> heldItems() const;

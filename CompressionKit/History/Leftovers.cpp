@@ -93,6 +93,7 @@ LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& work
     LeftoversReport report;
     const auto turn = FileLock::tryAcquire(workRegister.folder().appending("sweep.lock"));
     if (!turn) {
+        report.isIncomplete = true;
         return report;
     }
     // A live process holds a note beside the picture from before it prepares a record until it commits or

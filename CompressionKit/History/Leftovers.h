@@ -14,7 +14,7 @@ struct LeftoversReport {
     int removed = 0;
     /// The number of prepared records that were committed, or deleted with their backups.
     int settledRecords = 0;
-    /// Whether live processes still hold items, so that a later call may find more.
+    /// Whether a later call may find more: live processes hold items, or another one does the same now.
     bool isIncomplete = false;
     /// Texts about items and records that should not be there but stay.
     std::vector<std::string> problems;

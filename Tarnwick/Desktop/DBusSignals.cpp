@@ -4,6 +4,8 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QUuid>
+#include <algorithm>
+#include <initializer_list>
 #include <utility>
 
 namespace tarnwick {
@@ -61,6 +63,20 @@ void flush(const QDBusConnection& bus) {
     bus.call(question, QDBus::Block, flushTimeoutInMilliseconds);
 }
 
+void postAll(std::initializer_list<NotificationName> names) {
+    // A connection of its own: the shared one needs an application object and may belong to another thread.
+    const QString connection = QUuid::createUuid().toString();
+    {
+        const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection);
+        const bool isSent = std::all_of(names.begin(), names.end(),
+                                        [&](NotificationName name) { return bus.send(signalFor(name)); });
+        if (isSent) {
+            flush(bus);
+        }
+    }
+    QDBusConnection::disconnectFromBus(connection);
+}
+
 } // namespace
 
 void DBusNotifications::post(NotificationName name) {
@@ -74,15 +90,11 @@ Registration DBusNotifications::observe(NotificationName name, std::function<voi
 }
 
 void postNotification(NotificationName name) {
-    // A connection of its own: the shared one needs an application object and may belong to another thread.
-    const QString connection = QUuid::createUuid().toString();
-    {
-        const QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection);
-        if (bus.send(signalFor(name))) {
-            flush(bus);
-        }
-    }
-    QDBusConnection::disconnectFromBus(connection);
+    postAll({name});
+}
+
+void postBothNotifications() {
+    postAll({NotificationName::historyDidChange, NotificationName::undoDidChange});
 }
 
 Registration LogindWakeMonitor::observeWake(std::function<void()> handler) {

@@ -16,6 +16,8 @@ public:
 /// the bus has the notification when this returns. Without a session bus it does nothing; it waits at most
 /// two seconds for a bus that does not answer.
 void postNotification(NotificationName name);
+/// The same for both notifications, after records or backups were removed.
+void postBothNotifications();
 
 /// Listens to logind on the system bus; without a system bus it reports no wake.
 class LogindWakeMonitor final : public WakeMonitor {

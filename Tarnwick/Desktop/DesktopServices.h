@@ -11,9 +11,10 @@ namespace tarnwick {
 /// The notifications between the processes of this program; the full names are "app.tarnwick.Tarnwick."
 /// followed by these.
 enum class NotificationName {
-    /// The command line added history records, or the helper removed or settled some. Windows observe it.
+    /// Another process than a window changed the history: it added or settled records, restored an original,
+    /// or removed records or backups. Windows observe it.
     historyDidChange,
-    /// An original was restored or records were deleted. The helper observes it.
+    /// An original was restored, or records or backups were removed. The helper observes both.
     undoDidChange,
 };
 

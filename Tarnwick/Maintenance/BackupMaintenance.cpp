@@ -1,21 +1,17 @@
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
 
+#include "History/BackupCleanup.h"
 #include "Tarnwick/QtSupport/DebugLog.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace tarnwick {
 namespace {
 
-std::vector<UndoRecord> backedUpRecords(const UndoStore& store) {
-    std::vector<UndoRecord> records = store.records();
-    std::erase_if(records, [&](const UndoRecord& record) {
-        return record.state != UndoRecord::State::committed || !store.hasBackup(record);
-    });
-    return records;
-}
+constexpr double longestRetryPause = 60;
 
 } // namespace
 
@@ -34,13 +30,27 @@ void BackupMaintenance::schedule() {
     }
 }
 
+void BackupMaintenance::Findings::add(const UndoRecord& record, std::int64_t bytes, bool isOverdue) {
+    records.insert(record.id);
+    backupBytes += bytes;
+    if (isOverdue) {
+        hasOverdue = true;
+        return;
+    }
+    const Date expiration = record.createdAt.adding(UndoStore::backupRetention);
+    nextExpiration = std::min(nextExpiration.value_or(expiration), expiration);
+}
+
 BackupMaintenance::Findings BackupMaintenance::tidy(const UndoStore& store, Date now) {
     Findings findings;
     findings.hasRemoved = store.cleanup(UndoStore::backupRetention, UndoStore::backupBudget, now) > 0;
-    for (const UndoRecord& record : backedUpRecords(store)) {
-        const Date expiration = record.createdAt.adding(UndoStore::backupRetention);
-        findings.records.insert(record.id);
-        findings.nextExpiration = std::min(findings.nextExpiration.value_or(expiration), expiration);
+    for (const UndoRecord& record : store.records()) {
+        const bool isOld = now.timeIntervalSince(record.createdAt) >= UndoStore::backupRetention;
+        if (record.state == UndoRecord::State::prepared) {
+            findings.hasPrepared = findings.hasPrepared || !isOld;
+        } else if (store.hasBackup(record)) {
+            findings.add(record, backupBytes(store, record), isOld);
+        }
     }
     return findings;
 }
@@ -63,20 +73,28 @@ void BackupMaintenance::finishPass(const std::exception_ptr& error, const Findin
         qCDebug(debugLog).noquote() << "无法清理原图备份：" + errorText(error);
         onFailure_();
     } else {
-        if (findings.nextExpiration) {
-            waitUntil(*findings.nextExpiration);
-        }
         Findings all = findings;
         all.hasRemoved = std::exchange(hasRemoved_, false);
+        all.isOverdueForLong = findings.hasOverdue && retryPause_ == longestRetryPause;
+        wait(findings);
         onBackups_(all);
     }
 }
 
-void BackupMaintenance::waitUntil(Date expiration) {
-    // A backup that cannot be removed stays expired; its retries must not keep the disk busy.
-    constexpr double shortestWait = 1;
-    const double seconds = std::max(expiration.timeIntervalSince(clock_.now()), shortestWait);
-    wait_ = clock_.startTimer(seconds, [this] { pass(); });
+void BackupMaintenance::wait(const Findings& findings) {
+    constexpr double never = std::numeric_limits<double>::infinity();
+    retryPause_ = findings.hasOverdue ? retryPause_ : shortestPause;
+    const double untilNext =
+        findings.nextExpiration
+            ? std::max(findings.nextExpiration->timeIntervalSince(clock_.now()), shortestPause)
+            : never;
+    const double seconds = findings.hasOverdue ? std::min(untilNext, retryPause_) : untilNext;
+    if (seconds < never) {
+        wait_ = clock_.startTimer(seconds, [this, isRetry = findings.hasOverdue] {
+            retryPause_ = isRetry ? std::min(2 * retryPause_, longestRetryPause) : retryPause_;
+            pass();
+        });
+    }
 }
 
 } // namespace tarnwick

@@ -5,21 +5,36 @@
 #include "Tarnwick/Desktop/DesktopServices.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <set>
 
 namespace tarnwick {
 
-/// Removes backups when they expire, until none is left. Belongs to the main thread.
+/// Removes backups when they expire, until none is left. Tries again while one cannot be removed, after a
+/// second at first, then after twice the last pause, at most a minute. Belongs to the main thread.
 class BackupMaintenance {
 public:
     struct Findings {
         /// The committed records that still have a backup.
         std::set<UUID> records;
+        /// The size of these backups together.
+        std::int64_t backupBytes = 0;
         /// Whether a backup was removed since the previous findings.
         bool hasRemoved = false;
+        /// When the next backup expires.
         std::optional<Date> nextExpiration;
+        /// Whether a backup stays although it has expired: it cannot be removed.
+        bool hasOverdue = false;
+        /// Whether removing the overdue ones has failed for a minute.
+        bool isOverdueForLong = false;
+        /// Whether there is a prepared record that is no older than a backup gets. An older one is of no use:
+        /// its backup would expire as soon as the record was settled.
+        bool hasPrepared = false;
+
+        /// Adds a committed record that has a backup of so many bytes.
+        void add(const UndoRecord& record, std::int64_t bytes, bool isOverdue);
     };
 
     /// `onBackups` receives the findings of every pass. After a failed pass, `onFailure` is called and the
@@ -32,10 +47,12 @@ public:
     void schedule();
 
 private:
+    static constexpr double shortestPause = 1;
+
     static Findings tidy(const UndoStore& store, Date now);
     void pass();
     void finishPass(const std::exception_ptr& error, const Findings& findings);
-    void waitUntil(Date expiration);
+    void wait(const Findings& findings);
 
     BackgroundWorker& worker_;
     Clock& clock_;
@@ -45,6 +62,8 @@ private:
     bool isRunning_ = false;
     bool isStale_ = false;
     bool hasRemoved_ = false;
+    /// The seconds until the next attempt to remove overdue backups.
+    double retryPause_ = shortestPause;
     Registration wait_;
 };
 

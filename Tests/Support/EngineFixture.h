@@ -10,23 +10,11 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace tarnwick::test {
-
-/// Calls a function before each changing system call; a result other than 0 is the error of the call.
-class Fault : public SystemCallObserver {
-public:
-    explicit Fault(std::function<int(const SystemCall&)> decide) : decide_(std::move(decide)) {}
-    int before(const SystemCall& call) override { return decide_(call); }
-
-private:
-    std::function<int(const SystemCall&)> decide_;
-    Observation observation_{*this};
-};
 
 /// The inputs of a recipe or a validation for one original.
 struct Workshop {

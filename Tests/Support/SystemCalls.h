@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace tarnwick::test {
 
@@ -30,6 +32,17 @@ public:
     ~Observation();
     Observation(const Observation&) = delete;
     Observation& operator=(const Observation&) = delete;
+};
+
+/// Calls a function before each such call; a result other than 0 is the error of the call.
+class Fault : public SystemCallObserver {
+public:
+    explicit Fault(std::function<int(const SystemCall&)> decide) : decide_(std::move(decide)) {}
+    int before(const SystemCall& call) override { return decide_(call); }
+
+private:
+    std::function<int(const SystemCall&)> decide_;
+    Observation observation_{*this};
 };
 
 } // namespace tarnwick::test

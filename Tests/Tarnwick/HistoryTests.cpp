@@ -132,5 +132,16 @@ TEST_F(BackupMaintenanceTest, WaitsAtLeastASecond) {
     EXPECT_TRUE(runUntil([this] { return desktop.wait == 1; }));
 }
 
+TEST_F(BackupMaintenanceTest, TriesAgainLessAndLessOftenWhileABackupCannotBeRemoved) {
+    replaced("stuck.png", UndoStore::backupRetention + 1);
+    const Fault fault([](const SystemCall& call) { return call.name == "unlink" ? EACCES : 0; });
+    start();
+    for (const int pause : {1, 2, 4, 8, 16, 32, 60, 60}) {
+        ASSERT_TRUE(runUntil([this] { return desktop.wait.has_value(); }));
+        EXPECT_EQ(desktop.wait, pause);
+        desktop.fireTimer();
+    }
+}
+
 } // namespace
 } // namespace tarnwick::test

@@ -1,4 +1,5 @@
-// The real helper and the real command line, on a session bus of their own that is also their system bus.
+// The real helper and the real command line, on a session bus of their own that is also their system bus; for
+// long waits the helper's part that waits, with a fast clock.
 
 #include "Foundation/FileLock.h"
 #include "Support/EnvironmentVariable.h"
@@ -6,8 +7,11 @@
 #include "Support/HistoryFixture.h"
 #include "Support/Pictures.h"
 #include "Support/RunCommand.h"
+#include "Support/SystemCalls.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
+#include "Tarnwick/Desktop/SystemClock.h"
+#include "TarnwickBackground/BackupKeeper.h"
 
 #include <gmock/gmock.h>
 #include <sys/prctl.h>
@@ -36,6 +40,18 @@ constexpr int limit = 60'000;
 bool eventually(const std::function<bool()>& condition) {
     return QTest::qWaitFor(condition, limit);
 }
+
+/// Its timers take a hundredth of their time.
+class FastClock final : public Clock {
+public:
+    Date now() const override { return clock_.now(); }
+    Registration startTimer(double seconds, std::function<void()> handler) override {
+        return clock_.startTimer(seconds / 100, std::move(handler));
+    }
+
+private:
+    SystemClock clock_;
+};
 
 class BackgroundTest : public HistoryFixture {
 protected:
@@ -69,8 +85,23 @@ protected:
     }
 
     UndoRecord replacedBefore(double seconds) {
+        UndoRecord record = replacedElsewhere(seconds);
+        enter(record);
+        return record;
+    }
+    /// The record is not in the store yet.
+    UndoRecord replacedElsewhere(double seconds) {
+        const UndoStore usual = std::exchange(store, elsewhere_);
         const std::string name = "photo" + std::to_string(++count_) + ".png";
-        return aged(replaced(picture(name, static_cast<std::uint8_t>(count_))), seconds);
+        UndoRecord record = aged(replaced(picture(name, static_cast<std::uint8_t>(count_))), seconds);
+        store = usual;
+        return record;
+    }
+    /// In one step: a helper would take an unfinished record for that of a killed process.
+    void enter(const UndoRecord& record) const {
+        createDirectories(store.root());
+        atomicRename(elsewhere_.backupURL(record).deletingLastPathComponent(),
+                     store.backupURL(record).deletingLastPathComponent());
     }
     Words compressing() const {
         return {"compress", "--tools", tools.folder().path(),
@@ -86,6 +117,7 @@ protected:
     DBusNotifications notifications;
 
 private:
+    const UndoStore elsewhere_{folder / "elsewhere"};
     int count_ = 0;
 };
 
@@ -158,19 +190,14 @@ TEST_F(BackgroundTest, ChecksAgainAfterEventsAndPostsOnlyChanges) {
 TEST_F(BackgroundTest, ARecordMadeWhileAHelperExitsFindsAHelper) {
     BundleHelperLauncher launcher(URL::file(TARNWICK_BACKGROUND));
     for (int round = 0; round < 9; ++round) {
-        // The record gets into the store in one step.
-        const UndoStore usual = std::exchange(store, UndoStore(folder / "elsewhere"));
-        const UndoRecord made = replacedBefore(UndoStore::backupRetention - 1);
-        const UndoStore elsewhere = std::exchange(store, usual);
+        const UndoRecord made = replacedElsewhere(UndoStore::backupRetention - 1);
         const auto exiting = startHelper();
         const auto isOver = [&] { return exiting->state() == QProcess::NotRunning; };
         // At its start, with the lock, and at its end.
         EXPECT_TRUE(round % 3 < 1 ||
                     eventually([&] { return FileLock::isHeld(helperLockFile()) || isOver(); }));
         EXPECT_TRUE(round % 3 < 2 || eventually([&] { return !FileLock::isHeld(helperLockFile()); }));
-        createDirectories(store.root());
-        const std::string session = made.sessionID.text();
-        atomicRename(elsewhere.root().appending(session), store.root().appending(session));
+        enter(made);
         launcher.launch();
         EXPECT_TRUE(eventually([&] { return !store.hasBackup(made); })) << "round " << round;
         EXPECT_EQ(statusOf(*exiting), 0);
@@ -241,19 +268,70 @@ TEST_F(BackgroundTest, RemovesAKilledProcesssWorkOnceItsToolsAreGone) {
     EXPECT_EQ(entries(folder / "data/Tarnwick/Work"), std::vector{folder / "data/Tarnwick/Work/sweep.lock"});
 }
 
+TEST_F(BackgroundTest, SettlesACrashThatNothingToldOfAndEndsBesideABackupThatCannotBeRemoved) {
+    const UndoRecord young = replacedBefore(60);
+    const UndoRecord old = replacedBefore(expired);
+    const UndoRecord stuck = replacedBefore(expired);
+    const Fault fault([&](const SystemCall& call) {
+        return call.name == "unlink" && call.path == store.backupURL(stuck).path() ? EACCES : 0;
+    });
+    FastClock clock;
+    std::optional<int> status;
+    const BackupKeeper keeper(store, helperLockFile(), FileLock::tryAcquire(helperLockFile()).value(), clock,
+                              [&](int exitStatus) { status = exitStatus; });
+    ASSERT_TRUE(eventually([&] { return !store.hasBackup(old); }));
+    const URL photo = picture("crashed.png", 1);
+    {
+        const WorkNote note(folder.url(), WorkItem::directory);
+        createDirectories(note.item());
+        store.prepare(photo, picture("winner.png", 200), UUID::random());
+        atomicRename(folder / "winner.png", photo);
+    }
+    EXPECT_TRUE(eventually([&] { return store.records().at(0).state == UndoRecord::State::committed; }));
+    EXPECT_FALSE(folder.listing().starts_with(".tarnwick-"));
+    store.deleteRecord(store.records().at(0));
+    store.deleteRecord(young);
+    EXPECT_EQ(status, std::nullopt);
+    notifications.post(NotificationName::undoDidChange);
+    EXPECT_TRUE(eventually([&] { return status.has_value(); }));
+}
+
+TEST_F(BackgroundTest, TheCommandLineTellsWindowsAndHelpersOfRemovals) {
+    std::string heard;
+    const Registration history =
+        notifications.observe(NotificationName::historyDidChange, [&] { heard += "window "; });
+    const Registration undo =
+        notifications.observe(NotificationName::undoDidChange, [&] { heard += "helper "; });
+    const std::string restored = replacedBefore(60).id.text();
+    const std::string deleted = replacedBefore(60).id.text();
+    for (const Words& command : {Words{"restore", restored}, {"delete", deleted}, {"clear", "--yes"}}) {
+        heard.clear();
+        EXPECT_EQ(runCommand(command).status, 0);
+        EXPECT_TRUE(eventually([&] { return heard == "window helper "; })) << command[0] << ": " << heard;
+    }
+}
+
 TEST_F(BackgroundTest, SettlesPreparedRecordsAndReportsTheOthers) {
     const URL photo = picture("prepared.png", 1);
     const UndoRecord prepared = store.prepare(photo, picture("winner.png", 200), UUID::random());
     atomicRename(folder / "winner.png", photo);
-    const UndoRecord lost = store.prepare(picture("lost.png", 2), picture("winner.png", 200), UUID::random());
-    removeFile(folder / "lost.png");
+    UndoRecord lost = store.prepare(picture("lost.png", 2), picture("winner.png", 200), UUID::random());
+    folder.file("lost.png", "another program's");
     EXPECT_THAT(runCommand({"maintain"}).output,
                 HasSubstr("已清理 0 个意外中断留下的文件，处理 1 条未完成的记录。\n"));
     store.restore(store.readRecords().at(store.readRecords()[0].id == prepared.id ? 0 : 1));
 
     const EnvironmentVariable rules("QT_LOGGING_RULES", "tarnwick.debug=true");
-    const auto helper = startHelper();
-    EXPECT_EQ(statusOf(*helper), 0) << "no committed record has a backup";
+    const auto helper = startKeeping();
+    const UndoRecord old = replacedBefore(expired);
+    notifications.post(NotificationName::undoDidChange);
+    EXPECT_TRUE(eventually([&] { return !store.hasBackup(old); })) << "it waits for the record";
+    lost.createdAt = Date::now().adding(-expired);
+    writeFile(folder / "lost.json", lost.encoded());
+    atomicRename(folder / "lost.json",
+                 store.backupURL(lost).deletingLastPathComponent().appending(lost.id.text() + ".json"));
+    notifications.post(NotificationName::historyDidChange);
+    EXPECT_EQ(statusOf(*helper), 0) << "nothing can be restored any more";
     EXPECT_THAT(helper->readAllStandardError().toStdString(), HasSubstr((folder / "lost.png").path()));
     EXPECT_TRUE(store.hasBackup(lost));
 }
