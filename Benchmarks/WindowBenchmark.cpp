@@ -5,7 +5,6 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Measuring.h"
-#include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
 #include "Support/Pictures.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
@@ -105,11 +104,9 @@ int measure(const QElapsedTimer& sinceStart, const URL& folder) {
     QuickFileChooser chooser;
     DesktopFileRevealer revealer;
     SystemClock clock;
-    const Cancellation cancellation;
     CompressionQueue queue(1, folder.appending("Locks"));
     AppModel model({queue, notifications, wake, helper, chooser, revealer, clock},
-                   CompressionEngine(folder, UndoStore(folder.appending("Undo")), 60, 70, 70, cancellation),
-                   cancellation);
+                   CompressionEngine(folder, UndoStore(folder.appending("Undo")), 60, 70, 70));
     ExtensionSettings extensionSettings({folder.appending("absent"), UserDirectories::fromEnvironment()});
     QuickAlertPresenter alerts;
     const MainWindow window({model, chooser, alerts, extensionSettings});

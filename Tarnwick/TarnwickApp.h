@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Process/Cancellation.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/DBusSignals.h"
@@ -37,7 +36,6 @@ private:
     QuickFileChooser chooser_;
     DesktopFileRevealer revealer_;
     SystemClock clock_;
-    Cancellation cancellation_;
     AppModel model_;
     ExtensionSettings extensionSettings_;
     QuickAlertPresenter alerts_;

@@ -23,10 +23,9 @@
 namespace tarnwick {
 namespace {
 
-CompressionEngine engineFor(const CommandContext& context, const Cancellation& cancellation) {
+CompressionEngine engineFor(const CommandContext& context) {
     constexpr QualityThresholds thresholds;
-    return {context.toolDirectory, context.undo,   thresholds.jpeg,
-            thresholds.png,        thresholds.gif, cancellation};
+    return {context.toolDirectory, context.undo, thresholds.jpeg, thresholds.png, thresholds.gif};
 }
 
 /// The sizes of the originals that will be backed up if all files become smaller. A file that is as large as
@@ -59,7 +58,7 @@ public:
     /// `ownResults`, which may be null, are left alone.
     Batch(const CommandContext& context, std::vector<CollectedFile> files, OwnResults* ownResults)
         : files_(std::move(files)), ownResults_(ownResults), work_(context.cancellation),
-          engine_(engineFor(context, work_.cancellation())),
+          engine_(engineFor(context).cancelledBy(work_.cancellation())),
           reporter_(makeCompressReporter(context.output, context.json, files_)),
           backupKeeper_(context.backupKeeper) {
         progress_.total = files_.size();

@@ -57,11 +57,16 @@ std::vector<Candidate> candidates(const RecipeContext& context) {
 } // namespace
 
 CompressionEngine::CompressionEngine(const URL& toolDirectory, UndoStore undo, double qualityThreshold,
-                                     double pngQualityThreshold, double gifQualityThreshold,
-                                     const Cancellation& cancellation)
-    : tools_(toolDirectory, cancellation), undo_(std::move(undo)), thresholds_{.jpeg = qualityThreshold,
-                                                                               .gif = gifQualityThreshold,
-                                                                               .png = pngQualityThreshold} {}
+                                     double pngQualityThreshold, double gifQualityThreshold)
+    : tools_(toolDirectory), undo_(std::move(undo)), thresholds_{.jpeg = qualityThreshold,
+                                                                 .gif = gifQualityThreshold,
+                                                                 .png = pngQualityThreshold} {}
+
+CompressionEngine CompressionEngine::cancelledBy(const Cancellation& cancellation) const {
+    CompressionEngine engine = *this;
+    engine.tools_ = tools_.cancelledBy(cancellation);
+    return engine;
+}
 
 CompressionResult CompressionEngine::compress(const URL& url, const UUID& sessionID) const {
     const Original original = examine(url);

@@ -15,11 +15,13 @@ namespace tarnwick {
 /// for one file.
 class CompressionEngine {
 public:
-    /// `toolDirectory` holds the external encoders and the scorer. When `cancellation` is requested, a
-    /// running compress() throws Cancelled; the user's file is then untouched.
+    /// `toolDirectory` holds the external encoders and the scorer.
     CompressionEngine(const URL& toolDirectory, UndoStore undo, double qualityThreshold,
-                      double pngQualityThreshold, double gifQualityThreshold,
-                      const Cancellation& cancellation = {});
+                      double pngQualityThreshold, double gifQualityThreshold);
+
+    /// The same with another cancellation, at first never(): when it is requested, a running compress()
+    /// throws Cancelled, and the user's file is untouched.
+    CompressionEngine cancelledBy(const Cancellation& cancellation) const;
 
     /// Compresses the file and blocks until it is done. `sessionID` identifies the user's batch in the
     /// history. The file is touched by one rename only, after its backup and record are on the disk. On

@@ -30,7 +30,7 @@ FileDescriptor either(int first, int second) {
 
 struct Cancellation::State {
     Event own;
-    Cancellation parent = {};
+    Cancellation parent = never();
     FileDescriptor ownOrParent = {};
 
     int descriptor() const noexcept { return ownOrParent ? ownOrParent.get() : own.descriptor(); }

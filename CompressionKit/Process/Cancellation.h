@@ -5,10 +5,11 @@
 
 namespace tarnwick {
 
-/// A request to stop, shared by all copies. A default-constructed one can never be requested; see make().
+/// A request to stop, shared by all copies.
 class Cancellation {
 public:
-    Cancellation() = default;
+    /// One that can never be requested.
+    static Cancellation never() noexcept { return {}; }
     /// Throws std::system_error when the process has no descriptor left.
     static Cancellation make();
     /// A child: it can be requested on its own, and is requested with this one. Throws as make().
@@ -22,6 +23,8 @@ public:
 
 private:
     struct State;
+    Cancellation() = default;
+
     std::shared_ptr<const State> state_;
 };
 

@@ -28,7 +28,8 @@ public:
 
     enum class Wake { exited, timedOut, cancelled };
     /// Blocks until the child has exited, the timeout is over or cancellation is requested.
-    Wake wait(std::chrono::duration<double> timeout, const Cancellation& cancellation = {}) const;
+    Wake wait(std::chrono::duration<double> timeout,
+              const Cancellation& cancellation = Cancellation::never()) const;
     /// Sends SIGTERM to the group, and SIGKILL after `grace`. Returns when the child has exited.
     void stop(std::chrono::duration<double> grace);
     /// Waits for the exit, kills the rest of the group, and reaps the child. Returns the exit status, or the

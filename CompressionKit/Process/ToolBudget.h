@@ -49,7 +49,7 @@ public:
 
     /// Blocks until there is room for a run that needs `memory` bytes. A run that needs more than the whole
     /// budget runs alone. Throws Cancelled; std::system_error when the process has no descriptor left.
-    Share take(std::int64_t memory, const Cancellation& cancellation = {});
+    Share take(std::int64_t memory, const Cancellation& cancellation = Cancellation::never());
 
 private:
     struct Request;

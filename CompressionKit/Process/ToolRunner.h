@@ -17,7 +17,7 @@ class ToolRunner {
 public:
     /// A request of `cancellation` ends running tools and prevents further ones. `budget` must outlive all
     /// copies.
-    explicit ToolRunner(URL directory, Cancellation cancellation = {},
+    explicit ToolRunner(URL directory, Cancellation cancellation = Cancellation::never(),
                         ToolBudget& budget = ToolBudget::shared());
 
     /// The same tools and budget with another cancellation.

@@ -79,6 +79,8 @@ public:
     /// std::errc::operation_canceled. Running operations continue; if they occupy all threads, the other jobs
     /// complete when one of them ends. Returns at once.
     void stop();
+    /// Requested by stop(), and so also when the process exits.
+    std::stop_token stopToken() const noexcept { return stop_.get_token(); }
 
 private:
     using Executor = asio::thread_pool::executor_type;

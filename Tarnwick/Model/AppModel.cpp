@@ -21,20 +21,23 @@
 
 #include <QPointer>
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <set>
+#include <stop_token>
 #include <utility>
 
 namespace tarnwick {
 
-CompressionEngine makeApplicationEngine(const URL& toolDirectory, const Cancellation& cancellation) {
+CompressionEngine makeApplicationEngine(const URL& toolDirectory) {
     constexpr QualityThresholds thresholds;
-    return {toolDirectory, UndoStore(), thresholds.jpeg, thresholds.png, thresholds.gif, cancellation};
+    return {toolDirectory, UndoStore(), thresholds.jpeg, thresholds.png, thresholds.gif};
 }
 
 struct AppModel::Work {
-    Work(AppModel& model, CompressionEngine theEngine, Cancellation theCancellation)
-        : engine(std::move(theEngine)), cancellation(std::move(theCancellation)),
+    Work(AppModel& model, const CompressionEngine& theEngine)
+        : engine(theEngine.cancelledBy(cancellation)),
+          cancelling(model.services_.queue.stopToken(), [this] { cancellation.request(); }),
           historyLoading(background, engine.undo(),
                          [&model](bool isStartup, const std::vector<HistoryEntry>& entries) {
                              model.insertHistory(isStartup, entries);
@@ -49,8 +52,10 @@ struct AppModel::Work {
                          .onDeleteFailure = [&model](const QString& text) { model.setAlertMessage(text); }}) {
     }
 
+    const Cancellation cancellation = Cancellation::make();
     const CompressionEngine engine;
-    const Cancellation cancellation;
+    /// Qt exits when the display is gone, and destroys no model. The queue is stopped even then.
+    const std::stop_callback<std::function<void()>> cancelling;
     MainThreadContext mainThread;
     BackgroundWorker background{mainThread.executor()};
     HistoryLoading historyLoading;
@@ -58,9 +63,8 @@ struct AppModel::Work {
     RecordActions recordActions;
 };
 
-AppModel::AppModel(const AppServices& services, const CompressionEngine& engine,
-                   const Cancellation& cancellation, QObject* parent)
-    : QObject(parent), services_(services), work_(std::make_unique<Work>(*this, engine, cancellation)),
+AppModel::AppModel(const AppServices& services, const CompressionEngine& engine, QObject* parent)
+    : QObject(parent), services_(services), work_(std::make_unique<Work>(*this, engine)),
       backgroundHistoryObserver_(services_.notifications.observe(NotificationName::historyDidChange,
                                                                  [this] { loadHistory(false); })),
       workspaceWakeObserver_(services_.wake.observeWake([this] { scheduleBackupMaintenance(); })) {
@@ -73,7 +77,10 @@ AppModel::AppModel(const AppServices& services, const CompressionEngine& engine,
 }
 
 AppModel::~AppModel() {
-    work_->cancellation.request();
+    stop();
+}
+
+void AppModel::stop() {
     services_.queue.stop();
 }
 

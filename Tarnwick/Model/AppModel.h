@@ -17,7 +17,6 @@
 
 namespace tarnwick {
 
-class Cancellation;
 class Clock;
 class CompressionEngine;
 class CompressionQueue;
@@ -40,7 +39,7 @@ struct AppServices {
 };
 
 /// The application's engine: the default store and thresholds, the bundle's tools.
-CompressionEngine makeApplicationEngine(const URL& toolDirectory, const Cancellation& cancellation);
+CompressionEngine makeApplicationEngine(const URL& toolDirectory);
 
 /// The model behind the main window. Belongs to the main thread and needs its event loop; other threads do
 /// the work on files, so that no function blocks for long. A task is named by the text of its `taskId` role;
@@ -66,12 +65,14 @@ public:
     /// The pair to compare, or the text of the failure.
     using ComparisonOutcome = std::variant<ComparisonItem, QString>;
 
-    /// Starts to load the history. `cancellation` is the engine's.
-    AppModel(const AppServices& services, const CompressionEngine& engine, const Cancellation& cancellation,
-             QObject* parent = nullptr);
-    /// Cancels running compressions and stops the queue; does not wait for running jobs. No handler of the
-    /// model is called after this.
+    /// Starts to load the history. The model works with the engine under a cancellation of its own.
+    AppModel(const AppServices& services, const CompressionEngine& engine, QObject* parent = nullptr);
+    /// Calls stop(). No handler of the model is called after this.
     ~AppModel() override;
+
+    /// Ends running tools and drops waiting jobs. Every file is then the original or a complete result. Does
+    /// not wait for running jobs; nothing can be started any more.
+    void stop();
 
     ImageTaskListModel* tasks() noexcept { return &tasks_; }
     /// Empty while there is no alert.

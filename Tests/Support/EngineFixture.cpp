@@ -12,10 +12,10 @@ Workshop::Workshop(const URL& picture, const FakeTools& tools, int processors)
           return ToolBudget::Capacity{.processors = processors,
                                       .memory = std::numeric_limits<std::int64_t>::max()};
       }),
-      runner(tools.folder(), {}, budget), original{.url = picture,
-                                                   .facts = ImageFacts::inspect(picture),
-                                                   .bytes = fileSize(picture),
-                                                   .hash = hash(picture)} {}
+      runner(tools.folder(), Cancellation::never(), budget), original{.url = picture,
+                                                                      .facts = ImageFacts::inspect(picture),
+                                                                      .bytes = fileSize(picture),
+                                                                      .hash = hash(picture)} {}
 
 std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(const RecipeContext&)) const {
     std::vector<std::string> lines;
@@ -36,9 +36,9 @@ EngineFixture::EngineFixture() {
     }
 }
 
-CompressionEngine EngineFixture::engine(const Cancellation& cancellation) const {
+CompressionEngine EngineFixture::engine() const {
     const QualityThresholds thresholds;
-    return {tools.folder(), store, thresholds.jpeg, thresholds.png, thresholds.gif, cancellation};
+    return {tools.folder(), store, thresholds.jpeg, thresholds.png, thresholds.gif};
 }
 
 std::string EngineFixture::failure(const URL& url) const {

@@ -43,7 +43,7 @@ protected:
 
     /// A copy of the fixture among the user's pictures.
     URL original(const std::string& fixture) const { return copyPicture(fixture, pictures / fixture); }
-    CompressionEngine engine(const Cancellation& cancellation = {}) const;
+    CompressionEngine engine() const;
     CompressionResult compress(const URL& url) const { return engine().compress(url, UUID::random()); }
     /// The error text; empty without an error.
     std::string failure(const URL& url) const;

@@ -50,8 +50,7 @@ ModelFixture::ModelFixture() {
 }
 
 void ModelFixture::makeModel() {
-    model.emplace(AppServices{*queue, desktop, desktop, desktop, desktop, desktop, desktop},
-                  engine(cancellation), cancellation);
+    model.emplace(AppServices{*queue, desktop, desktop, desktop, desktop, desktop, desktop}, engine());
     tester_.emplace(model->tasks(), QAbstractItemModelTester::FailureReportingMode::Fatal);
 }
 

@@ -134,7 +134,6 @@ protected:
     const std::string large = pictureText("photo.png");
     const std::string small = pictureText("photo-small.png");
     FakeDesktop desktop;
-    Cancellation cancellation = Cancellation::make();
     std::optional<CompressionQueue> queue{std::in_place, 2, home / "locks"};
     std::optional<AppModel> model;
 

@@ -24,7 +24,7 @@ protected:
             path.insert(0, folder.url().path() + "/");
         }
         std::string text;
-        for (const CollectedFile& found : collectFiles(paths, {})) {
+        for (const CollectedFile& found : collectFiles(paths, Cancellation::never())) {
             const std::string name = found.path.substr(folder.url().path().size() + 1);
             text += (text.empty() ? "" : " ") + (found.error ? "[" + name + ": " + *found.error + "]" : name);
         }
@@ -53,7 +53,7 @@ TEST_F(CollectingTest, TakesAFileOnceByWhateverPath) {
     file("a/y.png");
     std::filesystem::create_symlink("a", (folder / "l").path());
     EXPECT_EQ(collected({"a/y.png", "l/y.png", "a/../a/x.png", "a", "l/x.png"}), "a/y.png a/../a/x.png");
-    const auto found = collectFiles({(folder / "l/x.png").path()}, {});
+    const auto found = collectFiles({(folder / "l/x.png").path()}, Cancellation::never());
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].url, folder / "a/x.png") << "the engine and the history get the canonical folder";
 }
@@ -66,7 +66,7 @@ TEST_F(CollectingTest, ReportsWhatCannotBeCompressedAndContinues) {
     EXPECT_EQ(collected({"t.txt", "link.png", "dangling", "a.png"}),
               "[t.txt: 目前只支持 PNG、JPG、GIF 和 HEIC/HEIF 图片文件。] link.png dangling a.png")
         << "the engine refuses links";
-    const auto missing = collectFiles({(folder / "none.png").path(), ""}, {});
+    const auto missing = collectFiles({(folder / "none.png").path(), ""}, Cancellation::never());
     ASSERT_EQ(missing.size(), 2U);
     EXPECT_NE(missing[0].error->find("none.png"), std::string::npos);
     EXPECT_TRUE(missing[1].error);

@@ -128,7 +128,7 @@ TEST_F(CompressionEngineTest, KeepsTheFileWhenAToolFailsItIsCancelledOrNoNoteCan
     const std::size_t runs = tools.runs().size();
     const auto cancellation = Cancellation::make();
     cancellation.request();
-    EXPECT_THROW(engine(cancellation).compress(photo, UUID::random()), Cancelled);
+    EXPECT_THROW(engine().cancelledBy(cancellation).compress(photo, UUID::random()), Cancelled);
     const EnvironmentVariable data("XDG_DATA_HOME", home.file("data", "no folder").path());
     EXPECT_THAT(failure(photo), HasSubstr((home / "data").path()));
     EXPECT_THAT(tools.runs(), testing::SizeIs(runs)) << "no tool starts";

@@ -14,7 +14,8 @@ namespace {
 using Capacity = ToolBudget::Capacity;
 
 /// A run that holds its share until it is told to finish.
-HeldJob hold(ToolBudget& budget, std::int64_t memory, const Cancellation& cancellation = {}) {
+HeldJob hold(ToolBudget& budget, std::int64_t memory,
+             const Cancellation& cancellation = Cancellation::never()) {
     return HeldJob([&](const auto& body) {
         return std::async(std::launch::async, [=, &budget] {
             const auto share = budget.take(memory, cancellation);
@@ -85,7 +86,7 @@ TEST(ToolBudget, ARunWaitsForItsShareAndGivesItBack) {
     const FakeTools tools;
     tools.script("oxipng", {{"print", "ran"}});
     ToolBudget budget([] { return Capacity{.processors = 1, .memory = 0}; });
-    const ToolRunner runner(tools.folder(), {}, budget);
+    const ToolRunner runner(tools.folder(), Cancellation::never(), budget);
     HeldJob job = hold(budget, 0);
     ASSERT_TRUE(job.hasBegun());
     auto run = std::async(std::launch::async, [&] { return runner.run("oxipng", {}, 60, 1); });
@@ -107,12 +108,12 @@ TEST(Cancellation, ReachesLinkedChildrenButNotTheParent) {
     EXPECT_FALSE(parent.isRequested());
     parent.request();
     EXPECT_TRUE(sibling.isRequested());
-    const auto orphan = Cancellation().linked();
+    const auto orphan = Cancellation::never().linked();
     EXPECT_FALSE(orphan.isRequested());
     orphan.request();
     EXPECT_TRUE(orphan.isRequested());
-    Cancellation().request();
-    EXPECT_FALSE(Cancellation().isRequested()) << "nobody can cancel it";
+    Cancellation::never().request();
+    EXPECT_FALSE(Cancellation::never().isRequested()) << "nobody can cancel it";
     EXPECT_NO_THROW(sleepUnlessCancelled(0.001, Cancellation::make()));
 }
 

@@ -170,7 +170,7 @@ TEST_F(ToolRunnerTest, AToolHoldsTheNoteOfItsItem) {
     EXPECT_EQ(ToolRunner(tools_.folder()).holding(note).run("oxipng", {}, generous), "0 1 2 3 ");
     // Now the numbers of the logs are lower than that of the lock.
     below.reset();
-    const ToolRunner runner = ToolRunner(tools_.folder()).holding(note).cancelledBy(Cancellation());
+    const ToolRunner runner = ToolRunner(tools_.folder()).holding(note).cancelledBy(Cancellation::never());
     EXPECT_EQ(runner.run("oxipng", {}, generous), "0 1 2 3 ");
 }
 

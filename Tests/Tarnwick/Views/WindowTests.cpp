@@ -1,5 +1,4 @@
 #include "Engine/CompressionEngine.h"
-#include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
 #include "Support/FakeTools.h"
 #include "Support/Pictures.h"
@@ -145,11 +144,9 @@ private:
     ExtensionSettings extensionSettings_{menus_};
     MainWindowViewState viewState_;
     SystemClock clock_;
-    Cancellation cancellation_;
     CompressionQueue queue_{2, home_ / "Locks"};
     AppModel model_{{queue_, notifications_, wake_, helper_, chooser_, *this, clock_},
-                    CompressionEngine(tools_.folder(), UndoStore(home_ / "Undo"), 60, 70, 70, cancellation_),
-                    cancellation_};
+                    CompressionEngine(tools_.folder(), UndoStore(home_ / "Undo"), 60, 70, 70)};
     QString revealed_;
     QString answers_;
     quint64 clickTime_ = 1'000'000;
