@@ -8,7 +8,6 @@
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
-#include "Tarnwick/Model/HistoryLoading.h"
 #include "Tarnwick/Model/ImportSelection.h"
 #include "Tarnwick/Model/RecordActions.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
@@ -39,9 +38,7 @@ struct AppModel::Work {
         : engine(theEngine.cancelledBy(cancellation)),
           cancelling(model.services_.queue.stopToken(), [this] { cancellation.request(); }),
           historyLoading(background, engine.undo(),
-                         [&model](bool isStartup, const std::vector<HistoryEntry>& entries) {
-                             model.insertHistory(isStartup, entries);
-                         }),
+                         [&model](const HistoryLoading::Result& loaded) { model.insertHistory(loaded); }),
           backupMaintenanceTask(background, model.services_.clock, engine.undo(),
                                 [&model](const BackupMaintenance::Findings& findings) {
                                     model.tasks_.setAvailableBackups(findings.records);
@@ -319,10 +316,16 @@ void AppModel::loadHistory(bool isStartup) {
     }
 }
 
-void AppModel::insertHistory(bool isStartup, const std::vector<HistoryEntry>& entries) {
-    tasks_.insert(isStartup ? tasks_.count() : 0, missingRows(entries, tasks_));
-    scheduleBackupMaintenance();
-    if (std::any_of(entries.begin(), entries.end(), [](const auto& entry) { return entry.hasBackup; })) {
+void AppModel::insertHistory(const HistoryLoading::Result& loaded) {
+    tasks_.insert(loaded.isStartup ? tasks_.count() : 0, missingRows(loaded.entries, tasks_));
+    if (loaded.leftovers.settledRecords > 0) {
+        announceHistoryChange();
+    } else {
+        scheduleBackupMaintenance();
+    }
+    // The keeper also removes later what living processes still hold.
+    if (loaded.leftovers.isIncomplete ||
+        std::any_of(loaded.entries.begin(), loaded.entries.end(), std::mem_fn(&HistoryEntry::hasBackup))) {
         ensureBackupKeeper();
     }
 }

@@ -3,6 +3,7 @@
 #include "Tarnwick/Desktop/Registration.h"
 #include "Tarnwick/Model/BatchTotals.h"
 #include "Tarnwick/Model/ComparisonItem.h"
+#include "Tarnwick/Model/HistoryLoading.h"
 #include "Tarnwick/Model/ImageTaskListModel.h"
 
 #include <QList>
@@ -25,7 +26,6 @@ class FileChooser;
 class FileRevealer;
 class HelperLauncher;
 class WakeMonitor;
-struct HistoryEntry;
 
 /// The services that the model uses; all must outlive it.
 struct AppServices {
@@ -149,7 +149,7 @@ private:
     const ImageTask* task(const QString& taskID) const;
     const UndoRecord* record(const QString& taskID) const;
     void finishClearing(const std::exception_ptr& error, const std::vector<UndoRecord>& removed);
-    void insertHistory(bool isStartup, const std::vector<HistoryEntry>& entries);
+    void insertHistory(const HistoryLoading::Result& loaded);
     void announceHistoryChange();
     void setClearing(bool isClearing);
     void setChoosingFiles(bool isChoosing);

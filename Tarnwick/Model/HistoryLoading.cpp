@@ -56,8 +56,23 @@ void HistoryLoading::start(bool isStartup) {
     const bool isReading = std::exchange(historyLoadID_, UUID::random()).has_value();
     isStartup_ = isStartup;
     if (!isReading) {
-        read();
+        hasSwept_ ? read() : sweep();
     }
+}
+
+void HistoryLoading::sweep() {
+    hasSwept_ = true;
+    worker_.run([store = store_] { return removeLeftovers(store); },
+                [this](const std::exception_ptr& error, const LeftoversReport& leftovers) {
+                    if (error) {
+                        qCDebug(debugLog).noquote() << "无法清理意外中断的任务：" + errorText(error);
+                    }
+                    for (const std::string& problem : leftovers.problems) {
+                        qCDebug(debugLog).noquote() << QString::fromStdString(problem);
+                    }
+                    leftovers_ = leftovers;
+                    read();
+                });
 }
 
 void HistoryLoading::exclude(const URL& file) {
@@ -93,7 +108,8 @@ void HistoryLoading::finish(const UUID& loadID, const std::exception_ptr& error,
     historyLoadID_.reset();
     historyExcludedPaths_.clear();
     excludedRecords_.clear();
-    completion_(isStartup_, entries);
+    completion_(
+        {.isStartup = isStartup_, .entries = std::move(entries), .leftovers = std::exchange(leftovers_, {})});
 }
 
 bool HistoryLoading::isExcluded(const HistoryEntry& entry) const {

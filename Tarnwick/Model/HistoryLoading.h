@@ -2,6 +2,7 @@
 
 #include "Foundation/URL.h"
 #include "Foundation/UUID.h"
+#include "History/Leftovers.h"
 #include "History/UndoStore.h"
 #include "Tarnwick/Model/ImageTaskListModel.h"
 #include "Tarnwick/QtSupport/BackgroundWorker.h"
@@ -26,12 +27,20 @@ struct HistoryEntry {
 std::vector<ImageTask> missingRows(const std::vector<HistoryEntry>& entries, const ImageTaskListModel& tasks);
 
 /// Reads the history on a background thread for the main thread. Only the newest load delivers; a start while
-/// one runs makes it read once more, so that a hundred notifications at once cause two reads.
+/// one runs makes it read once more, so that a hundred notifications at once cause two reads. The first read
+/// follows a sweep of what dead processes left.
 class HistoryLoading {
 public:
-    using Completion = std::function<void(bool isStartup, const std::vector<HistoryEntry>&)>;
+    struct Result {
+        bool isStartup = false;
+        /// None when reading failed.
+        std::vector<HistoryEntry> entries;
+        /// Of the sweep before the first read.
+        LeftoversReport leftovers;
+    };
+    using Completion = std::function<void(const Result&)>;
 
-    /// `completion` receives the entries of the newest load; none when it failed.
+    /// `completion` receives the newest load.
     HistoryLoading(BackgroundWorker& worker, UndoStore store, Completion completion);
 
     void start(bool isStartup);
@@ -40,6 +49,7 @@ public:
     void exclude(const UndoRecord& record);
 
 private:
+    void sweep();
     void read();
     void finish(const UUID& loadID, const std::exception_ptr& error, std::vector<HistoryEntry> entries);
     bool isExcluded(const HistoryEntry& entry) const;
@@ -50,6 +60,8 @@ private:
     /// The newest load in flight.
     std::optional<UUID> historyLoadID_;
     bool isStartup_ = false;
+    bool hasSwept_ = false;
+    LeftoversReport leftovers_;
     std::set<std::string> historyExcludedPaths_;
     std::set<UUID> excludedRecords_;
 };

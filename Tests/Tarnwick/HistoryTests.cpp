@@ -34,6 +34,15 @@ TEST_F(HistoryTest, ShowsTheNewestRecordFirst) {
     EXPECT_FALSE(store.hasBackup(*row(2).record()));
 }
 
+TEST_F(HistoryTest, SettlesWhatAKilledProcessLeft) {
+    const URL photo = largePicture("photo.png");
+    store.prepare(photo, home.file("winner.png", small), UUID::random());
+    pictures.file("photo.png", small);
+    start();
+    EXPECT_TRUE(can(0, Role::CanRestore)) << rows().front();
+    EXPECT_THAT(desktop.posted, ElementsAre("undoDidChange"));
+}
+
 TEST_F(HistoryTest, InsertsNewRecordsOnceAtTheTop) {
     replaced("old.png");
     start();
@@ -68,9 +77,9 @@ TEST_F(HistoryTest, LeavesOutARecordThatWasDeletedDuringTheLoad) {
     const MainThreadContext mainThread;
     BackgroundWorker worker(mainThread.executor());
     std::vector<HistoryEntry> found;
-    HistoryLoading loading(worker, store, [&](bool isStartup, const std::vector<HistoryEntry>& entries) {
-        EXPECT_TRUE(isStartup);
-        found = entries;
+    HistoryLoading loading(worker, store, [&](const HistoryLoading::Result& loaded) {
+        EXPECT_TRUE(loaded.isStartup);
+        found = loaded.entries;
     });
     loading.start(true);
     loading.exclude(deleted);
@@ -95,7 +104,7 @@ TEST_F(HistoryTest, IsEmptyWhenTheStoreCannotBeRead) {
     const Log log(true);
     makeModel();
     EXPECT_TRUE(runUntil([] { return Log::lines.find("无法清理原图备份：") != std::string::npos; }));
-    EXPECT_THAT(Log::lines, StartsWith("无法读取历史记录："));
+    EXPECT_THAT(Log::lines, ContainsRegex("^无法清理意外中断的任务：.*\n无法读取历史记录："));
     EXPECT_THAT(rows(), IsEmpty());
     EXPECT_EQ(desktop.launches, 0);
 }

@@ -56,8 +56,10 @@ void ModelFixture::makeModel() {
 
 void ModelFixture::start() {
     makeModel();
-    ASSERT_TRUE(runUntil(
-        [this] { return model->tasks()->count() == std::ssize(store.records()) && isMaintained(); }));
+    ASSERT_TRUE(runUntil([this] {
+        return desktop.hasToldTime && model->tasks()->count() == std::ssize(store.records()) &&
+               isMaintained();
+    }));
 }
 
 void ModelFixture::settle() {

@@ -2,6 +2,7 @@
 
 #include "Scheduling/CompressionQueue.h"
 #include "Support/EngineFixture.h"
+#include "Support/EnvironmentVariable.h"
 #include "Support/Pictures.h"
 #include "Support/Waiting.h"
 #include "Tarnwick/Desktop/DesktopServices.h"
@@ -58,7 +59,10 @@ public:
         chosen = std::move(callback);
     }
     void reveal(const URL& file) override { revealed.push_back(file); }
-    Date now() const override { return time; }
+    Date now() const override {
+        hasToldTime = true;
+        return time;
+    }
     Registration startTimer(double seconds, std::function<void()> handler) override;
     /// Ends the running timer.
     void fireTimer() {
@@ -72,6 +76,8 @@ public:
     QStringList filters;
     Callback chosen;
     Date time = Date::now();
+    /// The model asks for the time when the history is loaded.
+    mutable bool hasToldTime = false;
     std::function<void()> historyDidChange;
     std::function<void()> didWake;
     /// The seconds of the running timer.
@@ -134,6 +140,7 @@ protected:
     const std::string large = pictureText("photo.png");
     const std::string small = pictureText("photo-small.png");
     FakeDesktop desktop;
+    const EnvironmentVariable applicationData{"XDG_DATA_HOME", (home / "data").path()};
     std::optional<CompressionQueue> queue{std::in_place, 2, home / "locks"};
     std::optional<AppModel> model;
 
