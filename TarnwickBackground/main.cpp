@@ -1,13 +1,14 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Environment.h"
+#include "Process/Signals.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "TarnwickBackground/BackupKeeper.h"
-#include "TarnwickBackground/TerminationSignals.h"
 
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <QSocketNotifier>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -30,14 +31,18 @@ constexpr auto help = "用法：TarnwickBackground --maintain-backups\n"
 int maintainBackups(int argc, char** argv) {
     // An inherited descriptor, such as a pipe, would stay open for hours.
     ::closefrom(STDERR_FILENO + 1);
-    TerminationSignals termination;
+    installSignalHandlers();
     const URL lockFile = helperLockFile();
     auto lock = FileLock::tryAcquire(lockFile);
     if (!lock) {
         return EXIT_SUCCESS;
     }
     const QCoreApplication application(argc, argv);
-    termination.observe([] { QCoreApplication::exit(EXIT_SUCCESS); });
+    QSocketNotifier termination(signalCancellation().descriptor(), QSocketNotifier::Read);
+    QObject::connect(&termination, &QSocketNotifier::activated, &application, [&termination] {
+        termination.setEnabled(false);
+        QCoreApplication::exit(EXIT_SUCCESS);
+    });
     SystemClock clock;
     const BackupKeeper keeper(UndoStore(), lockFile, std::move(*lock), clock,
                               [](int status) { QCoreApplication::exit(status); });

@@ -1,6 +1,7 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Environment.h"
 #include "Foundation/Text.h"
+#include "Process/Signals.h"
 #include "Tarnwick/Desktop/ApplicationBundle.h"
 #include "Tarnwick/Desktop/BundleHelperLauncher.h"
 #include "TarnwickCommand/Arguments.h"
@@ -11,7 +12,6 @@
 #include "TarnwickCommand/InspectCommand.h"
 #include "TarnwickCommand/MaintainCommand.h"
 #include "TarnwickCommand/RestoreCommand.h"
-#include "TarnwickCommand/Signals.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-#include "TarnwickCommand/Signals.h"
+#include "Process/Signals.h"
 
 #include <atomic>
 #include <csignal>
