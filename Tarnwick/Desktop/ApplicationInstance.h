@@ -6,6 +6,8 @@
 #include <QUrl>
 #include <QVariantMap>
 
+class QDBusMessage;
+
 namespace tarnwick {
 
 /// The one running application of a session: it owns the bus name app.tarnwick.Tarnwick and answers
@@ -26,8 +28,11 @@ public:
 
     /// Becomes the application, or passes `urls` to the running one; `isAskedFor` means that the user asked
     /// for their compression. Must be called once, before the window is made. When a running application does
-    /// not answer, this process becomes the first.
+    /// not answer within five seconds, this process becomes the first and keeps the files, and the running
+    /// one will never take them.
     Role start(const QList<QUrl>& urls, bool isAskedFor);
+    /// From now on refuses every request, so that the process that makes it becomes the first.
+    void end() noexcept { isEnding_ = true; }
 
 signals:
     /// The window should come to the front.
@@ -39,9 +44,11 @@ signals:
 
 private:
     friend class ApplicationAdaptor;
-    void receive(const QVariantMap& platformData);
+    /// Takes the call's request and comes to the front, or refuses the call.
+    bool receive(const QVariantMap& platformData, const QDBusMessage& call);
 
-    bool registered_ = false;
+    bool isRegistered_ = false;
+    bool isEnding_ = false;
 };
 
 } // namespace tarnwick
