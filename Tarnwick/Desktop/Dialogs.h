@@ -26,8 +26,8 @@ public:
     AlertPresenter& operator=(const AlertPresenter&) = delete;
     virtual ~AlertPresenter() = default;
 
-    /// Shows the alert and returns. `answer` is called once, on the main thread. Closing the alert in another
-    /// way counts as the second button; so does another alert that replaces it.
+    /// Shows the alert, after those shown before were answered, and returns. `answer` is called once, on the
+    /// main thread. Closing the alert in another way counts as the second button.
     virtual void show(const Alert& alert, Answer answer) = 0;
 };
 

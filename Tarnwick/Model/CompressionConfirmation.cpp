@@ -3,6 +3,8 @@
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
 
+#include <utility>
+
 namespace tarnwick {
 namespace {
 
@@ -20,28 +22,29 @@ void CompressionConfirmation::open(const QList<QUrl>& urls, bool isAskedFor) {
     if (isAskedFor) {
         model_.add(urls);
     } else {
-        asked_ += urls;
+        waiting_ += urls;
         ask();
     }
 }
 
 void CompressionConfirmation::ask() {
+    if (!asked_.isEmpty() || waiting_.isEmpty()) {
+        return;
+    }
+    asked_ = std::exchange(waiting_, {});
     const Alert alert = {.message = question(asked_),
                          .informativeText = "图片会原地压缩，原图保留 4 小时，可随时恢复。",
                          .firstButton = "压缩",
                          .secondButton = "取消"};
-    alerts_.show(alert, [this, asked = asked_](bool isFirstButton) { handleAnswer(asked, isFirstButton); });
+    alerts_.show(alert, [this](bool isFirstButton) { handleAnswer(isFirstButton); });
 }
 
-void CompressionConfirmation::handleAnswer(const QList<QUrl>& urls, bool isAgreed) {
-    // A question about more files replaced this one.
-    if (urls != asked_) {
-        return;
-    }
-    asked_.clear();
+void CompressionConfirmation::handleAnswer(bool isAgreed) {
+    const QList<QUrl> answered = std::exchange(asked_, {});
     if (isAgreed) {
-        model_.add(urls);
+        model_.add(answered);
     }
+    ask();
 }
 
 } // namespace tarnwick

@@ -16,16 +16,18 @@ public:
     CompressionConfirmation(AppModel& model, AlertPresenter& alerts) : model_(model), alerts_(alerts) {}
 
     /// With `isAskedFor` the user asked for the compression, which starts at once. Otherwise asks about the
-    /// files, together with those of a question that is still open.
+    /// files. What arrives while a question is open is the subject of the next one.
     void open(const QList<QUrl>& urls, bool isAskedFor);
 
 private:
     void ask();
-    void handleAnswer(const QList<QUrl>& urls, bool isAgreed);
+    void handleAnswer(bool isAgreed);
 
     AppModel& model_;
     AlertPresenter& alerts_;
+    /// The subject of the open question; empty when none is open.
     QList<QUrl> asked_;
+    QList<QUrl> waiting_;
 };
 
 } // namespace tarnwick

@@ -113,23 +113,35 @@ ApplicationWindow {
         onAboutRequested: window.viewState.showsAbout = true
         onQuitRequested: window.viewState.quitRequested()
     }
+    // Only one of these is on screen at a time. The user cannot open one while another is open, and those that open
+    // without the user wait.
     AlertSheet {
+        id: alertSheet
         text: window.model.alertMessage
+        held: questionSheet.visible || clearSheet.visible || aboutSheet.visible
         onDismissed: window.model.alertMessage = ""
     }
     ClearSheet {
+        id: clearSheet
         visible: window.model.showClearConfirmation
         onConfirmed: window.model.clearAllRecords()
         onClosed: window.model.showClearConfirmation = false
     }
     QuestionSheet {
+        id: questionSheet
         presenter: window.alerts
+    }
+    Binding {
+        target: window.alerts
+        property: "isHeld"
+        value: alertSheet.visible || clearSheet.visible || aboutSheet.visible
     }
     ExtensionSettingsWindow {
         objectName: "extensionSettings"
         settings: window.extensionSettings
     }
     AboutSheet {
+        id: aboutSheet
         visible: window.viewState.showsAbout
         onClosed: window.viewState.showsAbout = false
     }

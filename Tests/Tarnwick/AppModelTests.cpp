@@ -227,7 +227,7 @@ TEST_F(AppModelTest, RefusesToClearDuringWorkAndReportsAFailure) {
     EXPECT_FALSE(model->isClearing());
 }
 
-TEST_F(AppModelTest, AsksOnceAboutAllFilesThatWereOnlyOpened) {
+TEST_F(AppModelTest, AsksAboutFilesThatWereOnlyOpenedOneQuestionAfterTheOther) {
     start();
     FakeAlerts alerts;
     CompressionConfirmation confirmation(*model, alerts);
@@ -238,12 +238,14 @@ TEST_F(AppModelTest, AsksOnceAboutAllFilesThatWereOnlyOpened) {
     confirmation.open({}, false);
     EXPECT_EQ(questionAbout("requested.png", true), "");
     EXPECT_EQ(questionAbout("first.png", false), "要压缩“first.png”吗？");
-    EXPECT_EQ(questionAbout("second.png", false), "要压缩这 2 个文件吗？");
+    EXPECT_EQ(questionAbout("second.png", false), "要压缩“first.png”吗？");
+    EXPECT_EQ(questionAbout("third.png", false), "要压缩“first.png”吗？");
     EXPECT_EQ(names(), "requested.png ");
     alerts.answer(true);
-    EXPECT_EQ(questionAbout("third.png", false), "要压缩“third.png”吗？");
+    EXPECT_EQ(alerts.shown.back().message, "要压缩这 2 个文件吗？");
     alerts.answer(false);
-    EXPECT_EQ(names(), "requested.png first.png second.png ");
+    EXPECT_FALSE(alerts.isOpen());
+    EXPECT_EQ(names(), "requested.png first.png ");
     settle();
 }
 

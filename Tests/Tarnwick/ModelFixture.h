@@ -97,10 +97,9 @@ private:
 class FakeAlerts final : public AlertPresenter {
 public:
     void show(const Alert& alert, Answer answer) override {
+        EXPECT_FALSE(isOpen()) << "this test asks one question at a time";
         shown.push_back(alert);
-        if (const Answer earlier = std::exchange(answer_, std::move(answer))) {
-            earlier(false);
-        }
+        answer_ = std::move(answer);
     }
     bool isOpen() const { return answer_ != nullptr; }
     void answer(bool isFirstButton) { std::exchange(answer_, nullptr)(isFirstButton); }

@@ -6,12 +6,14 @@ Sheet {
     id: sheet
 
     required property string text
+    /// Whether it has to wait for another dialog.
+    required property bool held
 
     signal dismissed
 
     title: "请注意"
     message: text
-    visible: text !== ""
+    visible: text !== "" && !held
     onClosed: dismissed()
 
     PrimaryButton {

@@ -13,7 +13,7 @@ Sheet {
     visible: presenter.isOpen
     // Otherwise the button pressed last time would have the focus.
     onAboutToShow: first.focus = true
-    onClosed: presenter.finish(false)
+    onClosed: presenter.dialogClosed()
 
     SecondaryButton {
         objectName: "secondAnswer"

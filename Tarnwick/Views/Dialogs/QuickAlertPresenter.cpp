@@ -1,16 +1,18 @@
 #include "Tarnwick/Views/Dialogs/QuickAlertPresenter.h"
 
+#include <tuple>
 #include <utility>
 
 namespace tarnwick {
 
 void QuickAlertPresenter::show(const Alert& alert, Answer answer) {
-    alert_ = alert;
-    const Answer earlier = std::exchange(answer_, std::move(answer));
-    emit changed();
-    if (earlier) {
-        earlier(false);
-    }
+    waiting_.emplace_back(alert, std::move(answer));
+    showNext();
+}
+
+void QuickAlertPresenter::setHeld(bool isHeld) {
+    isHeld_ = isHeld;
+    showNext();
 }
 
 void QuickAlertPresenter::finish(bool isFirstButton) {
@@ -18,6 +20,22 @@ void QuickAlertPresenter::finish(bool isFirstButton) {
         emit changed();
         answer(isFirstButton);
     }
+}
+
+void QuickAlertPresenter::dialogClosed() {
+    finish(false);
+    isOnScreen_ = false;
+    showNext();
+}
+
+void QuickAlertPresenter::showNext() {
+    if (isOnScreen_ || isHeld_ || waiting_.empty()) {
+        return;
+    }
+    isOnScreen_ = true;
+    std::tie(alert_, answer_) = std::move(waiting_.front());
+    waiting_.pop_front();
+    emit changed();
 }
 
 } // namespace tarnwick

@@ -118,6 +118,21 @@ WindowTestCase {
         };
         answer(() => mouseClick(child("firstAnswer")), "1");
         answer(() => mouseClick(child("secondAnswer")), "2");
-        answer(() => keyClick(Qt.Key_Escape), "2");
+        // From here on Escape answers.
+        world.answers = "";
+        window.viewState.showsAbout = true;
+        world.alert();
+        verify(!sheet.visible);
+        window.viewState.showsAbout = false;
+        for (const answers of ["2", "22", "222"]) {
+            tryCompare(sheet, "opened", true);
+            keyClick(Qt.Key_Escape);
+            // It arrives while the one before it leaves the screen.
+            world.alert();
+            tryVerify(() => world.answers === answers);
+        }
+        window.model.alertMessage = "x";
+        verify(!child("alertButton").visible);
+        world.answers = "";
     }
 }
