@@ -14,10 +14,6 @@ ListView {
     /// One of RowActions' actions.
     signal actionRequested(int action, string taskId)
 
-    function openMenu(row: TaskRow, position: point) {
-        menu.row = row;
-        menu.popup(row, position);
-    }
     function moveTo(index: int) {
         viewState.currentRow = Math.max(0, Math.min(count - 1, index));
         positionViewAtIndex(currentIndex, ListView.Contain);
@@ -51,7 +47,7 @@ ListView {
             list.viewState.currentRow = index;
         }
         onActionRequested: action => list.actionRequested(action, taskId)
-        onMenuRequested: position => list.openMenu(row, position)
+        onMenuRequested: position => menu.openFor(row, position)
     }
 
     remove: Transition {
@@ -76,6 +72,7 @@ ListView {
     RowMenu {
         id: menu
         objectName: "rowMenu"
+        onActionRequested: (action, taskId) => list.actionRequested(action, taskId)
     }
     T.ScrollBar.vertical: ThinScrollBar {}
 
@@ -84,7 +81,7 @@ ListView {
     Keys.onSpacePressed: if (currentRow?.canCompare) actionRequested(RowActions.Compare, currentRow.taskId)
     Keys.onReturnPressed: if (currentRow?.canCompare) actionRequested(RowActions.Compare, currentRow.taskId)
     Keys.onDeletePressed: if (currentRow?.canDelete) actionRequested(RowActions.Delete, currentRow.taskId)
-    Keys.onMenuPressed: if (currentRow) openMenu(currentRow, Qt.point(currentRow.width / 2, currentRow.height / 2))
+    Keys.onMenuPressed: if (currentRow) menu.openFor(currentRow, Qt.point(currentRow.width / 2, currentRow.height / 2))
     Keys.onPressed: event => {
         const page = Math.max(1, Math.floor(height / (Theme.rowHeight + spacing)) - 1);
         const steps = new Map([[Qt.Key_Home, -count], [Qt.Key_End, count], [Qt.Key_PageUp, -page],
@@ -93,7 +90,7 @@ ListView {
             moveTo(currentIndex + steps.get(event.key));
             event.accepted = true;
         } else if (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier) && currentRow) {
-            openMenu(currentRow, Qt.point(currentRow.width / 2, currentRow.height / 2));
+            menu.openFor(currentRow, Qt.point(currentRow.width / 2, currentRow.height / 2));
             event.accepted = true;
         }
     }

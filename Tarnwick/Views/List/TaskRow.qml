@@ -40,6 +40,7 @@ Item {
     SwipeToDeleteRow {
         anchors.fill: parent
         allowed: row.canDelete
+        enabled: !row.pooled
         onTriggered: row.actionRequested(RowActions.Delete)
 
         Rectangle {
@@ -141,10 +142,14 @@ Item {
         enabled: !row.pooled
     }
     TapHandler {
+        property string pressedTask
+
         acceptedButtons: Qt.LeftButton
+        onPressedChanged: if (pressed) pressedTask = row.taskId
         onTapped: row.pressed()
         onDoubleTapped: if (row.canCompare) row.actionRequested(RowActions.Compare)
-        onLongPressed: row.menuRequested(point.position)
+        // The list may use this item for another task while it is pressed.
+        onLongPressed: if (row.taskId === pressedTask) row.menuRequested(point.position)
     }
     TapHandler {
         acceptedButtons: Qt.RightButton

@@ -117,12 +117,20 @@ WindowTestCase {
     }
 
     function test_OpensTheMenuOfARow() {
-        compress(["a.png"]);
-        mouseClick(row(0), 50, 30, Qt.RightButton);
-        tryCompare(findChild(list, "rowMenu"), "opened", true);
+        compress(["a.png", "b.png"]);
+        const menu = findChild(list, "rowMenu");
+        const open = () => {
+            tryCompare(menu, "visible", false);
+            mouseClick(row(0), 50, 30, Qt.RightButton);
+            tryCompare(menu, "opened", true);
+        };
+        open();
         for (const key of [Qt.Key_Down, Qt.Key_Down, Qt.Key_Return])
             keyClick(key);
         tryVerify(() => status(0) === "已恢复原图", 10000);
+        open();
+        window.model.deleteTask(row(0).taskId);
+        tryCompare(menu, "visible", false);
     }
 
     function test_PlaysTheAnimationForEveryImport() {
