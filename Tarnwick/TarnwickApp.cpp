@@ -16,7 +16,8 @@ TarnwickApp::TarnwickApp(const ApplicationBundle& bundle)
     const MainWindowViewState* viewState = &window_.viewState();
     QObject::connect(viewState, &MainWindowViewState::finderEnableRequested, &delegate_,
                      [this] { finder_.enableFromMenu(); });
-    QObject::connect(viewState, &MainWindowViewState::quitRequested, &delegate_, &TarnwickAppDelegate::end);
+    QObject::connect(viewState, &MainWindowViewState::closeRequested, &delegate_,
+                     &TarnwickAppDelegate::close);
 }
 
 } // namespace tarnwick

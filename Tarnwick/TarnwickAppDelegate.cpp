@@ -6,10 +6,18 @@
 #include "Tarnwick/Views/MainWindow.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 
 namespace tarnwick {
 
+TarnwickAppDelegate::TarnwickAppDelegate(const Parts& parts)
+    : parts_(parts), opened_(parts.model, parts.alerts),
+      closing_(parts.model, parts.alerts, [this] { end(); }) {
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
 void TarnwickAppDelegate::listenTo(ApplicationInstance& instance) {
+    instance_ = &instance;
     connect(&instance, &ApplicationInstance::filesOpened, this, &TarnwickAppDelegate::open);
     connect(&instance, &ApplicationInstance::activated, this, &TarnwickAppDelegate::activate);
     connect(&instance, &ApplicationInstance::actionRequested, this, &TarnwickAppDelegate::perform);
@@ -31,8 +39,26 @@ void TarnwickAppDelegate::perform(const QString& action) {
     }
 }
 
+void TarnwickAppDelegate::close() {
+    closing_.request();
+}
+
 void TarnwickAppDelegate::end() {
-    QCoreApplication::quit();
+    if (instance_) {
+        instance_->end();
+    }
+    parts_.model.stop();
+    // quit() would ask the window, which does not close by itself.
+    QCoreApplication::exit();
+}
+
+bool TarnwickAppDelegate::eventFilter(QObject* watched, QEvent* event) {
+    // The session's manager ends an application in this way. Nobody is there to answer a question.
+    if (event->type() == QEvent::Quit) {
+        end();
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 } // namespace tarnwick

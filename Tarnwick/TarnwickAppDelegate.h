@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Tarnwick/Model/CloseConfirmation.h"
 #include "Tarnwick/Model/CompressionConfirmation.h"
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QUrl>
 
@@ -26,7 +28,7 @@ public:
         ExtensionManagement& extensionSettings;
     };
 
-    explicit TarnwickAppDelegate(const Parts& parts) : parts_(parts), opened_(parts.model, parts.alerts) {}
+    explicit TarnwickAppDelegate(const Parts& parts);
 
     /// Does what arrives at the instance from now on.
     void listenTo(ApplicationInstance& instance);
@@ -37,12 +39,19 @@ public:
     void activate(const QString& activationToken);
     /// Performs an action of the desktop entry. An unknown one does nothing.
     void perform(const QString& action);
-    /// Ends the application's event loop.
-    static void end();
+    /// The user closed the window: ends the application, after a question while pictures are in work.
+    void close();
+    /// Stops all work and ends the application's event loop.
+    void end();
+
+    /// Watches for the end of the desktop's session.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     Parts parts_;
+    QPointer<ApplicationInstance> instance_;
     CompressionConfirmation opened_;
+    CloseConfirmation closing_;
 };
 
 } // namespace tarnwick

@@ -1,10 +1,12 @@
 #include "Foundation/Environment.h"
+#include "Process/Signals.h"
 #include "Tarnwick/Desktop/ApplicationInstance.h"
 #include "Tarnwick/TarnwickApp.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QGuiApplication>
+#include <QSocketNotifier>
 #include <cstdlib>
 
 namespace {
@@ -38,6 +40,11 @@ int runWindow(tarnwick::ApplicationInstance& instance, const Request& request) {
     if (!app.window().isOpen()) {
         return EXIT_FAILURE;
     }
+    QSocketNotifier termination(tarnwick::signalCancellation().descriptor(), QSocketNotifier::Read);
+    QObject::connect(&termination, &QSocketNotifier::activated, &app.delegate(), [&] {
+        termination.setEnabled(false);
+        app.delegate().end();
+    });
     app.delegate().listenTo(instance);
     app.finder().registerAtStartUp();
     app.delegate().open(request.files, request.isAskedFor);
@@ -48,6 +55,7 @@ int runWindow(tarnwick::ApplicationInstance& instance, const Request& request) {
 
 int main(int argc, char** argv) {
     tarnwick::prepareEnvironment();
+    tarnwick::installSignalHandlers();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Tarnwick"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TARNWICK_VERSION));

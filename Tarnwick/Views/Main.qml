@@ -44,6 +44,11 @@ ApplicationWindow {
     palette.toolTipText: Theme.tipText
     palette.dark: Theme.tip
 
+    onClosing: close => {
+        close.accepted = false;
+        viewState.closeRequested();
+    }
+
     header: TopBar {
         id: topBar
         choosing: window.model.isChoosingFiles
@@ -111,7 +116,7 @@ ApplicationWindow {
         onFinderEnableRequested: window.viewState.finderEnableRequested()
         onFinderSettingsRequested: window.extensionSettings.showExtensionManagementInterface()
         onAboutRequested: window.viewState.showsAbout = true
-        onQuitRequested: window.viewState.quitRequested()
+        onQuitRequested: window.viewState.closeRequested()
     }
     // Only one of these is on screen at a time. The user cannot open one while another is open, and those that open
     // without the user wait.
@@ -160,6 +165,6 @@ ApplicationWindow {
     }
     Shortcut {
         sequence: "Ctrl+Q"
-        onActivated: window.viewState.quitRequested()
+        onActivated: window.viewState.closeRequested()
     }
 }

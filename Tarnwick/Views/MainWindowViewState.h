@@ -28,7 +28,8 @@ signals:
     void showsAboutChanged();
     /// The user wants the entries in the file managers' menus enabled.
     void finderEnableRequested();
-    void quitRequested();
+    /// The user closed the window, which stays until the application ends.
+    void closeRequested();
 
 private:
     QString comparedTask_;

@@ -6,6 +6,8 @@
 #include "History/UndoStore.h"
 #include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/Waiting.h"
+#include "Tarnwick/Desktop/ApplicationInstance.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
 #include "Tarnwick/TarnwickApp.h"
 
@@ -19,10 +21,18 @@
 #include <QProcess>
 #include <QQuickItem>
 #include <QTest>
+#include <algorithm>
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <map>
+#include <span>
+
+// Last, because of their macros.
+#include <X11/Xlib.h>
+#include <X11/keysym.h>
 
 namespace tarnwick {
 namespace {
@@ -116,36 +126,116 @@ TEST(TarnwickApp, CompressesComparesAndRestoresPicturesOfAllKinds) {
     EXPECT_EQ(warnings, 0) << "see above";
 }
 
-TEST(TarnwickApplication, HandsTheFilesOfASecondStartToTheFirst) {
-    const TemporaryFolder folder;
-    useFolders(folder);
-    const URL picture = sample(folder, "jxl/flower/flower_cropped.jpg", "photo.jpg");
-    const URL opened = sample(folder, "jxl/flower/flower_cropped.jpg", "opened.jpg");
-    const auto bytes = fileSize(picture);
-    QProcess first;
-    first.setProcessChannelMode(QProcess::ForwardedChannels);
-    first.start(TARNWICK_APPLICATION, QStringList());
-    auto* bus = QDBusConnection::sessionBus().interface();
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return bus->isServiceRegistered("app.tarnwick.Tarnwick").value(); }, 30'000));
-    const auto startAgain = [&](const QStringList& arguments) {
+/// Gives every window of another process the keyboard, and the event.
+void sendToWindows(Display* display, XEvent event) {
+    Window root = 0;
+    Window* windows = nullptr;
+    unsigned count = 0;
+    XQueryTree(display, DefaultRootWindow(display), &root, &root, &windows, &count);
+    for (const Window window : std::span(windows, count)) {
+        XSetInputFocus(display, window, RevertToPointerRoot, CurrentTime);
+        event.xany.window = window;
+        XSendEvent(display, window, False, NoEventMask, &event);
+    }
+    XFree(windows);
+    XFlush(display);
+}
+
+/// Closes the windows as a window manager does, and then presses the default button until `isOver`.
+void closeAndConfirm(const std::function<bool()>& isOver) {
+    auto* display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->display();
+    XEvent closing = {.type = ClientMessage};
+    closing.xclient.format = 32;
+    closing.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    closing.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    sendToWindows(display, closing);
+    XEvent key = {.type = KeyPress};
+    key.xkey.same_screen = True;
+    key.xkey.keycode = XKeysymToKeycode(display, XK_Return);
+    EXPECT_TRUE(test::waitUntil(isOver, [&] { sendToWindows(display, key), QTest::qWait(50); }));
+}
+
+/// The real application, in folders of its own.
+class TarnwickApplication : public testing::Test {
+protected:
+    TarnwickApplication() { useFolders(folder); }
+    ~TarnwickApplication() override {
+        UndoStore().removeAll();
+        postNotification(NotificationName::undoDidChange);
+        EXPECT_TRUE(eventually([&] { return !hasHelper(); })) << "the helper outlives the test";
+    }
+
+    static bool eventually(const std::function<bool()>& condition) {
+        return QTest::qWaitFor(condition, 60'000);
+    }
+    static bool hasHelper() { return FileLock::isHeld(helperLockFile()); }
+    void start(const QStringList& arguments = {}) {
+        first.setProcessChannelMode(QProcess::ForwardedChannels);
+        first.start(TARNWICK_APPLICATION, arguments);
+        auto* bus = QDBusConnection::sessionBus().interface();
+        ASSERT_TRUE(eventually([&] { return bus->isServiceRegistered("app.tarnwick.Tarnwick").value(); }));
+    }
+    void startAgain(const QStringList& arguments) const {
         QProcess second;
         second.setWorkingDirectory(toQString(folder.url().path()));
         second.start(TARNWICK_APPLICATION, arguments);
         EXPECT_TRUE(second.waitForFinished(30'000));
         EXPECT_EQ(second.exitCode(), 0);
-    };
+    }
+
+    const TemporaryFolder folder;
+    QProcess first;
+};
+
+TEST_F(TarnwickApplication, HasTheFilesOfASecondStartUnlessThatTookThemBack) {
+    // The last one would take the least time.
+    const std::string sizes = "jxl/flower/flower_";
+    const URL photo = sample(folder, sizes + "cropped.jpg", "photo.jpg");
+    const URL opened = sample(folder, sizes + "cropped.jpg", "opened.jpg");
+    const URL takenBack = sample(folder, sizes + "small.q85_444_non_interleaved.jpg", "taken-back.jpg");
+    const auto bytes = fileSize(photo);
+    const auto bytesTakenBack = fileSize(takenBack);
+    start();
+    ::kill(static_cast<pid_t>(first.processId()), SIGSTOP);
+    EXPECT_EQ(ApplicationInstance().start({toQUrl(takenBack)}, true), ApplicationInstance::Role::first);
+    ::kill(static_cast<pid_t>(first.processId()), SIGCONT);
     startAgain({"--open", "opened.jpg"});
     startAgain({"photo.jpg"});
-    EXPECT_TRUE(QTest::qWaitFor([&] { return fileSize(picture) < bytes; }, 60'000));
-    const auto isKept = [] { return FileLock::isHeld(helperLockFile()); };
-    EXPECT_TRUE(QTest::qWaitFor(isKept, 30'000)) << "no helper keeps the backup";
-    EXPECT_EQ(fileSize(opened), bytes) << "compressed without a question";
+    EXPECT_TRUE(eventually([&] { return fileSize(photo) < bytes; }));
+    EXPECT_TRUE(eventually(hasHelper)) << "no helper keeps the backup";
     first.terminate();
     EXPECT_TRUE(first.waitForFinished(10'000));
-    UndoStore().removeAll();
-    postNotification(NotificationName::undoDidChange);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !isKept(); }, 30'000)) << "the helper outlives the test";
+    EXPECT_EQ(fileSize(opened), bytes) << "compressed without a question";
+    EXPECT_EQ(fileSize(takenBack), bytesTakenBack);
+}
+
+TEST_F(TarnwickApplication, LeavesNothingBehindWhenItEndsAtWork) {
+    const std::string original = hash(sample(folder, "jxl/flower/flower.png", "original.png"));
+    for (const bool isClosed : {true, false}) {
+        UndoStore().removeAll();
+        const TemporaryFolder pictures;
+        const URL done = sample(pictures, "jxl/animation_patches.gif", "done.gif");
+        start({toQString(done.path())});
+        ASSERT_TRUE(eventually([] { return !UndoStore().records().empty(); }));
+        QStringList rest;
+        for (const std::string name : {"1.png", "2.png"}) {
+            rest.append(toQString(sample(pictures, "jxl/flower/flower.png", name).path()));
+        }
+        startAgain(rest);
+        const QStringList tools = {"-f", "Resources/Tools/.*" + toQString(pictures.url().path())};
+        ASSERT_TRUE(eventually([&] { return QProcess::execute("pgrep", tools) == 0; }));
+        const auto hasEnded = [&] { return first.state() == QProcess::NotRunning; };
+        isClosed ? closeAndConfirm(hasEnded) : first.terminate();
+        EXPECT_TRUE(eventually(hasEnded));
+        EXPECT_EQ(first.exitStatus() + first.exitCode(), 0);
+        EXPECT_EQ(QProcess::execute("pgrep", tools), 1) << "a tool still runs";
+        EXPECT_EQ(pictures.listing(), "1.png 2.png done.gif");
+        EXPECT_EQ(entries(folder / "data/Tarnwick/Work").size(), 1) << "only the sweep's lock";
+        EXPECT_EQ(UndoStore().records().size(), 1);
+        EXPECT_EQ(UndoStore().records().front().state, UndoRecord::State::committed);
+        EXPECT_EQ(UndoStore().records().front().replacementHash, hash(done));
+        EXPECT_EQ(hash(pictures / "1.png") + hash(pictures / "2.png"), original + original);
+    }
 }
 
 } // namespace

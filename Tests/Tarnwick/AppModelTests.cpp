@@ -1,3 +1,4 @@
+#include "Tarnwick/Model/CloseConfirmation.h"
 #include "Tarnwick/Model/CompressionConfirmation.h"
 #include "Tarnwick/ModelFixture.h"
 #include "Tarnwick/QtSupport/QtConversions.h"
@@ -170,11 +171,23 @@ TEST_F(AppModelTest, OpensOneFileChooserAtATime) {
     desktop.chosen({toQUrl(pictures / "late.png")});
 }
 
-TEST_F(AppModelTest, EndsToolsAndWaitingJobsWhenItCloses) {
+TEST_F(AppModelTest, EndsToolsAndWaitingJobsWhenItClosesAfterAQuestion) {
     start();
+    FakeAlerts alerts;
+    int ends = 0;
+    CloseConfirmation closing(*model, alerts, [&] { ++ends; });
+    closing.request();
+    EXPECT_EQ(ends, 1) << "nothing is in work";
     tools.script("pngquant", {{"hang"}});
     model->add(std::vector{largePicture("a.png"), largePicture("b.png"), largePicture("c.png")});
     ASSERT_TRUE(runUntil([this] { return !tools.runs().empty(); }));
+    closing.request();
+    closing.request();
+    EXPECT_THAT(alerts.shown.back().message.toStdString(), HasSubstr("3"));
+    alerts.answer(false);
+    closing.request();
+    alerts.answer(true);
+    EXPECT_EQ(ends, 2);
     model.reset();
     queue.reset();
     EXPECT_EQ(pictures.listing(), "a.png b.png c.png");
@@ -244,7 +257,6 @@ TEST_F(AppModelTest, AsksAboutFilesThatWereOnlyOpenedOneQuestionAfterTheOther) {
     alerts.answer(true);
     EXPECT_EQ(alerts.shown.back().message, "要压缩这 2 个文件吗？");
     alerts.answer(false);
-    EXPECT_FALSE(alerts.isOpen());
     EXPECT_EQ(names(), "requested.png first.png ");
     settle();
 }
