@@ -105,10 +105,10 @@ int measure(const QElapsedTimer& sinceStart, const URL& folder) {
     DesktopFileRevealer revealer;
     SystemClock clock;
     CompressionQueue queue(1, folder.appending("Locks"));
-    AppModel model({queue, notifications, wake, helper, chooser, revealer, clock},
+    QuickAlertPresenter alerts;
+    AppModel model({queue, notifications, wake, helper, chooser, revealer, clock, alerts},
                    CompressionEngine(folder, UndoStore(folder.appending("Undo")), 60, 70, 70));
     ExtensionSettings extensionSettings({folder.appending("absent"), UserDirectories::fromEnvironment()});
-    QuickAlertPresenter alerts;
     const MainWindow window({model, chooser, alerts, extensionSettings});
     qint64 firstFrame = -1;
     QObject::connect(window.window(), &QQuickWindow::frameSwapped, &model,

@@ -6,9 +6,9 @@
 namespace tarnwick {
 
 TarnwickApp::TarnwickApp(const ApplicationBundle& bundle)
-    : helper_(bundle.helperExecutable()),
-      model_({CompressionQueue::shared(), notifications_, wake_, helper_, chooser_, revealer_, clock_},
-             makeApplicationEngine(bundle.toolDirectory())),
+    : helper_(bundle.helperExecutable()), model_({CompressionQueue::shared(), notifications_, wake_, helper_,
+                                                  chooser_, revealer_, clock_, alerts_},
+                                                 makeApplicationEngine(bundle.toolDirectory())),
       extensionSettings_({bundle.executable(), UserDirectories::fromEnvironment()}),
       finder_({launchServices_, defaults_, alerts_, extensionSettings_}, bundle, bundle.pluginKitDirectory()),
       window_({model_, chooser_, alerts_, extensionSettings_}),

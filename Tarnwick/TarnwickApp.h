@@ -36,9 +36,9 @@ private:
     QuickFileChooser chooser_;
     DesktopFileRevealer revealer_;
     SystemClock clock_;
+    QuickAlertPresenter alerts_;
     AppModel model_;
     ExtensionSettings extensionSettings_;
-    QuickAlertPresenter alerts_;
     DesktopLaunchServices launchServices_;
     SettingsFile defaults_{SettingsFile::userPath()};
     FinderIntegration finder_;

@@ -7,6 +7,7 @@
 #include "Tarnwick/Desktop/DesktopServices.h"
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Maintenance/BackupMaintenance.h"
+#include "Tarnwick/Model/BudgetConfirmation.h"
 #include "Tarnwick/Model/ComparisonPreparation.h"
 #include "Tarnwick/Model/ImportSelection.h"
 #include "Tarnwick/Model/RecordActions.h"
@@ -37,11 +38,13 @@ struct AppModel::Work {
     Work(AppModel& model, const CompressionEngine& theEngine)
         : engine(theEngine.cancelledBy(cancellation)),
           cancelling(model.services_.queue.stopToken(), [this] { cancellation.request(); }),
+          budget(model, model.services_.alerts, engine.undo()),
           historyLoading(background, engine.undo(),
                          [&model](const HistoryLoading::Result& loaded) { model.insertHistory(loaded); }),
           backupMaintenanceTask(background, model.services_.clock, engine.undo(),
-                                [&model](const BackupMaintenance::Findings& findings) {
+                                [this, &model](const BackupMaintenance::Findings& findings) {
                                     model.tasks_.setAvailableBackups(findings.records);
+                                    budget.setBackupBytes(findings.backupBytes);
                                 }),
           recordActions(model.tasks_, model.services_.queue, engine.undo(), mainThread.executor(),
                         {.onHistoryChange = [&model] { model.announceHistoryChange(); },
@@ -53,6 +56,7 @@ struct AppModel::Work {
     const CompressionEngine engine;
     /// Qt exits when the display is gone, and destroys no model. The queue is stopped even then.
     const std::stop_callback<std::function<void()>> cancelling;
+    BudgetConfirmation budget;
     MainThreadContext mainThread;
     BackgroundWorker background{mainThread.executor()};
     HistoryLoading historyLoading;
@@ -146,7 +150,7 @@ void AppModel::add(const QList<QUrl>& urls) {
     add(converted);
 }
 
-void AppModel::add(const std::vector<URL>& urls) {
+void AppModel::add(const std::vector<URL>& urls, bool isAgreed) {
     if (isClearing_) {
         setAlertMessage("正在清除记录，请稍后再导入图片。");
         return;
@@ -155,7 +159,7 @@ void AppModel::add(const std::vector<URL>& urls) {
     if (selection.hasUnsupported) {
         setAlertMessage(toQString(Messages::unsupportedKind));
     }
-    if (!selection.accepted.empty()) {
+    if (!selection.accepted.empty() && (isAgreed || work_->budget.allows(selection.accepted))) {
         importFiles(selection.accepted);
     }
 }

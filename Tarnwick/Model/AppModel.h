@@ -18,6 +18,7 @@
 
 namespace tarnwick {
 
+class AlertPresenter;
 class Clock;
 class CompressionEngine;
 class CompressionQueue;
@@ -36,6 +37,7 @@ struct AppServices {
     FileChooser& chooser;
     FileRevealer& revealer;
     Clock& clock;
+    AlertPresenter& alerts;
 };
 
 /// The application's engine: the default store and thresholds, the bundle's tools.
@@ -100,9 +102,11 @@ public:
 
     /// Opens the file chooser and imports what the user picks.
     Q_INVOKABLE void chooseFiles();
-    /// Imports files and starts to compress them; an alert refuses names of unsupported formats.
+    /// Imports files and starts to compress them; an alert refuses names of unsupported formats. Asks first
+    /// when their originals exceed the budget of the backups.
     Q_INVOKABLE void add(const QList<QUrl>& urls);
-    void add(const std::vector<URL>& urls);
+    /// With `isAgreed` the user has agreed to exceed the budget.
+    void add(const std::vector<URL>& urls, bool isAgreed = false);
 
     void markCompressing(const UUID& id);
 

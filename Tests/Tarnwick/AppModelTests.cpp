@@ -173,7 +173,6 @@ TEST_F(AppModelTest, OpensOneFileChooserAtATime) {
 
 TEST_F(AppModelTest, EndsToolsAndWaitingJobsWhenItClosesAfterAQuestion) {
     start();
-    FakeAlerts alerts;
     int ends = 0;
     CloseConfirmation closing(*model, alerts, [&] { ++ends; });
     closing.request();
@@ -240,9 +239,26 @@ TEST_F(AppModelTest, RefusesToClearDuringWorkAndReportsAFailure) {
     EXPECT_FALSE(model->isClearing());
 }
 
+TEST_F(AppModelTest, AsksBeforeABatchThatCannotBeRestoredWhole) {
+    const auto kept = replaced("old.png").originalBytes;
+    const URL huge = pictures.file("huge.png", "");
+    const std::vector<URL> batch = {huge, pictures.file("tiny.png", small)};
+    std::filesystem::resize_file(huge.path(), static_cast<std::uintmax_t>(UndoStore::backupBudget - kept));
+    makeModel();
+    for (const bool isAgreed : {false, true}) {
+        model->add(batch);
+        ASSERT_TRUE(alerts.isOpen()) << "known before and after the first look at the store";
+        EXPECT_TRUE(alerts.shown.back().informativeText.contains("会超出 114 B；"));
+        EXPECT_THAT(names(), Not(HasSubstr("huge")));
+        alerts.answer(isAgreed);
+        ASSERT_TRUE(runUntil([this] { return model->tasks()->count() > 0 && desktop.wait; }));
+    }
+    EXPECT_THAT(names(), EndsWith("huge.png tiny.png "));
+    settle();
+}
+
 TEST_F(AppModelTest, AsksAboutFilesThatWereOnlyOpenedOneQuestionAfterTheOther) {
     start();
-    FakeAlerts alerts;
     CompressionConfirmation confirmation(*model, alerts);
     const auto questionAbout = [&](const std::string& name, bool isRequested) {
         confirmation.open({toQUrl(largePicture(name))}, isRequested);

@@ -50,7 +50,8 @@ ModelFixture::ModelFixture() {
 }
 
 void ModelFixture::makeModel() {
-    model.emplace(AppServices{*queue, desktop, desktop, desktop, desktop, desktop, desktop}, engine());
+    model.emplace(AppServices{*queue, desktop, desktop, desktop, desktop, desktop, desktop, alerts},
+                  engine());
     tester_.emplace(model->tasks(), QAbstractItemModelTester::FailureReportingMode::Fatal);
 }
 

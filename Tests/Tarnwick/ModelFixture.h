@@ -139,6 +139,7 @@ protected:
     const std::string large = pictureText("photo.png");
     const std::string small = pictureText("photo-small.png");
     FakeDesktop desktop;
+    FakeAlerts alerts;
     const EnvironmentVariable applicationData{"XDG_DATA_HOME", (home / "data").path()};
     std::optional<CompressionQueue> queue{std::in_place, 2, home / "locks"};
     std::optional<AppModel> model;

@@ -145,7 +145,7 @@ private:
     MainWindowViewState viewState_;
     SystemClock clock_;
     CompressionQueue queue_{2, home_ / "Locks"};
-    AppModel model_{{queue_, notifications_, wake_, helper_, chooser_, *this, clock_},
+    AppModel model_{{queue_, notifications_, wake_, helper_, chooser_, *this, clock_, alerts_},
                     CompressionEngine(tools_.folder(), UndoStore(home_ / "Undo"), 60, 70, 70)};
     QString revealed_;
     QString answers_;
