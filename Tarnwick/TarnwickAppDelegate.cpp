@@ -40,6 +40,10 @@ void TarnwickAppDelegate::perform(const QString& action) {
 }
 
 void TarnwickAppDelegate::close() {
+    // A minimized window would hide the question.
+    if (parts_.model.isCompressing()) {
+        parts_.window.raise();
+    }
     closing_.request();
 }
 
