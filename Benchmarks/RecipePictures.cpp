@@ -119,12 +119,13 @@ void writeAnimation(const URL& url, const Bitmap& photo, int frames, int width, 
     for (int i = 0; i < frames; ++i) {
         const Bitmap still = view(photo, width, height, 0.5, 100 + 4 * i, 80 + 2 * i);
         indices.clear();
-        for (int at = 0; at < width * height; ++at) {
+        for (std::int64_t at = 0; at < still.width * still.height; ++at) {
             // A small ordered dither, as tools that make GIFs use.
-            const int bias = (at % width + 2 * (at / width)) % 4 * 12;
-            const auto step = [&](int part) {
-                const int value = still.pixels[static_cast<std::size_t>(at * 4 + part)] + bias;
-                return std::min(value * (AnimationWriter::levels - 1) / 255, AnimationWriter::levels - 1);
+            const std::int64_t bias = (at % width + 2 * (at / width)) % 4 * 12;
+            const auto step = [&](std::int64_t part) {
+                const std::int64_t value = still.pixels[static_cast<std::size_t>(at * 4 + part)] + bias;
+                return std::min<std::int64_t>(value * (AnimationWriter::levels - 1) / 255,
+                                              AnimationWriter::levels - 1);
             };
             indices.push_back(static_cast<GifByteType>(step(0) * 36 + step(1) * 6 + step(2)));
         }
@@ -147,11 +148,11 @@ int makeAll(const URL& source, const URL& folder) {
     write(file("jpeg-12mp.png"), photograph(4000, 3000, 2, 0));
     write(file("jpeg-24mp.png"), photograph(6000, 4000, 2.7, 0));
     writeAnimation(file("animation.gif"), photo, 40, 360, 270);
-    for (int i = 0; i < 10; ++i) {
+    for (std::int64_t i = 0; i < 10; ++i) {
         const std::string number = std::to_string(i);
         write(file("batch-" + number + ".png"), photograph(480 + 40 * i, 360 + 30 * i, 0.5, 30 * i));
         write(file("batch-jpeg-" + number + ".png"), photograph(800 + 80 * i, 600 + 60 * i, 0.9, 60 * i));
-        writeAnimation(file("batch-" + number + ".gif"), photo, 4 + i / 2, 160, 120);
+        writeAnimation(file("batch-" + number + ".gif"), photo, static_cast<int>(4 + i / 2), 160, 120);
     }
     return 0;
 }

@@ -66,10 +66,10 @@ Recording recorded(const std::string& tool, const std::vector<std::string>& argu
             fs::create_hard_link(path, word);
         } else if (path.is_absolute() && fs::is_directory(path.parent_path())) {
             const std::string name = UUID::random().text() + path.extension().native();
-            word = files + "/outputs/" + name;
+            word = std::string(files).append("/outputs/").append(name);
             recording.written.emplace_back(path, name);
         }
-        recording.command += " " + shellWord(word);
+        recording.command.append(" ").append(shellWord(word));
     }
     return recording;
 }

@@ -125,7 +125,7 @@ protected:
     void put(const std::string& parent, const Files& files) const {
         createDirectories(folder / parent);
         for (const auto& [name, text] : files) {
-            folder.file(parent + "/" + name, text + "\n");
+            folder.file(std::string(parent).append("/").append(name), text + "\n");
         }
     }
     int processors() const { return MachineLimits::processors(folder.url()); }

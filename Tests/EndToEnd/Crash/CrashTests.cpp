@@ -90,7 +90,7 @@ void CrashTest::expectUnusedRecordIsHarmless(const CrashWorld& world) const {
 
 /// A result may exist only if its original can be restored. Restores it.
 void CrashTest::expectRestorable(const CrashWorld& world) const {
-    const UndoStore store = world.store();
+    const UndoStore& store = world.store();
     const auto record = onlyRecord(store);
     ASSERT_TRUE(record) << "the record is lost";
     EXPECT_TRUE(contents(store.backupURL(*record)) == original);

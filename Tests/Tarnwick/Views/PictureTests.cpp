@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace tarnwick {
@@ -13,11 +14,9 @@ TEST(PicturePyramid, HalvesByTheMeanOfThePremultipliedColours) {
     auto picture = std::make_shared<Bitmap>();
     picture->width = 1025;
     picture->height = 3;
-    picture->pixels.assign(1025 * 3 * 4, 0);
-    const auto set = [&](int x, int y, std::uint8_t alpha) {
-        for (int c = 0; c < 4; ++c) {
-            picture->pixels.at(static_cast<std::size_t>((y * 1025 + x) * 4 + c)) = alpha;
-        }
+    picture->pixels.assign(1025UL * 3 * 4, 0);
+    const auto set = [&](std::ptrdiff_t x, std::ptrdiff_t y, std::uint8_t alpha) {
+        std::fill_n(picture->pixels.begin() + (y * 1025 + x) * 4, 4, alpha);
     };
     set(0, 0, 200);
     set(1, 0, 100);
