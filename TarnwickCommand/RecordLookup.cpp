@@ -10,7 +10,7 @@ namespace {
 template <typename Matches>
 std::optional<UndoRecord> first(const UndoStore& undo, Matches matches) {
     for (UndoRecord& record : undo.records()) {
-        if (matches(record)) {
+        if (matches(record) && !UndoStore::isInWork(record)) {
             return std::move(record);
         }
     }

@@ -1,7 +1,9 @@
 #include "TarnwickFinderSync/ThunarMenuEntry.h"
 
+#include "Foundation/CompressionError.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileOperations.h"
+#include "Foundation/GuardedFile.h"
 #include "Foundation/Text.h"
 #include "TarnwickFinderSync/MenuTexts.h"
 #include "TarnwickFinderSync/ThunarActions.h"
@@ -11,6 +13,7 @@
 namespace tarnwick {
 namespace {
 
+constexpr int maximumAttempts = 10;
 constexpr std::string_view fileName = "Thunar/uca.xml";
 
 /// Does not parse: a damaged file without our action must not cause an error.
@@ -41,29 +44,40 @@ void ThunarMenuEntry::write() const {
     if (isCurrent()) {
         return;
     }
-    const auto present = readIfPresent(file_);
-    const std::string base = present ? *present : initialContents();
-    const std::string contents = ThunarActions::withAction(base, MenuTexts::thunarAction(application_));
-    if (!present) {
-        created_.createDirectories(file_.deletingLastPathComponent());
-        created_.add(file_);
-    }
-    writeFileAtomically(resolvingLinks(file_), bytesOf(contents), modeOfFile(file_, 0644));
+    change([this](const std::optional<std::string>& present) {
+        const std::string base = present ? *present : initialContents();
+        const std::string contents = ThunarActions::withAction(base, MenuTexts::thunarAction(application_));
+        if (!present) {
+            created_.createDirectories(file_.deletingLastPathComponent());
+            created_.add(file_);
+        }
+        return replaceText(resolvingLinks(file_), present, contents, modeOfFile(file_, 0644));
+    });
 }
 
 void ThunarMenuEntry::remove() const {
-    const auto present = readIfPresent(file_);
-    if (!mayHaveOurs(present)) {
+    if (!mayHaveOurs(readIfPresent(file_))) {
         return;
     }
-    const std::string rest = ThunarActions::withoutAction(*present);
-    if (isAsCreated(rest)) {
-        removeFile(file_);
-    } else if (rest != *present) {
-        writeFileAtomically(resolvingLinks(file_), bytesOf(rest), modeOfFile(file_, 0644));
-    }
+    change([this](const std::optional<std::string>& present) {
+        const std::string rest = present ? ThunarActions::withoutAction(*present) : "";
+        if (!present || rest == *present) {
+            return true;
+        }
+        return isAsCreated(rest) ? removeText(file_, *present)
+                                 : replaceText(resolvingLinks(file_), present, rest, modeOfFile(file_, 0644));
+    });
     created_.forget(file_);
     created_.removeEmptyDirectories(file_.deletingLastPathComponent());
+}
+
+/// Calls `attempt` with the file's text. It returns false when another program changed the file meanwhile.
+void ThunarMenuEntry::change(const std::function<bool(const std::optional<std::string>&)>& attempt) const {
+    for (int count = 1; !attempt(readIfPresent(file_)); ++count) {
+        if (count == maximumAttempts) {
+            throw CompressionError::fileOperation("文件“" + displayText(file_.path()) + "”正被其他程序修改");
+        }
+    }
 }
 
 std::optional<std::string> ThunarMenuEntry::presentCommand() const {

@@ -4,6 +4,7 @@
 #include "TarnwickFinderSync/MenuEntry.h"
 #include "TarnwickFinderSync/UserDirectories.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@ public:
     void remove() const override;
 
 private:
+    void change(const std::function<bool(const std::optional<std::string>&)>& attempt) const;
     std::optional<std::string> presentCommand() const;
     std::string initialContents() const;
     bool isAsCreated(const std::string& contents) const;

@@ -34,11 +34,12 @@ void requireRegularFile(const URL& url) {
 
 Original examine(const URL& url) {
     requireRegularFile(url);
+    const FileVersion version = FileVersion::of(url);
     // For a file without read permission, inspecting reports only an undecodable picture; opening reports the
     // cause.
     openForReading(url);
     const ImageFacts facts = ImageFacts::inspect(url);
-    return {.url = url, .facts = facts, .bytes = fileSize(url), .hash = hash(url)};
+    return {.url = url, .facts = facts, .bytes = fileSize(url), .hash = hash(url), .version = version};
 }
 
 std::vector<Candidate> candidates(const RecipeContext& context) {

@@ -3,15 +3,15 @@
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
-#include "Foundation/FileVersion.h"
+#include "Foundation/GuardedFile.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
 #include "ImageIO/Orientation.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <exception>
 #include <optional>
@@ -79,6 +79,8 @@ Decoded decode(const Original& original, const URL& workDirectory) {
         throw CompressionError::invalidImage();
     }
     requireSize(png, original.facts);
+    // Others may read no more of the picture than before.
+    copyFileAttributes(original.url, png);
     syncFile(png);
     const auto* description = bits <= losslessBits ? "无损 PNG" : "8 位 PNG";
     return {.url = png,
@@ -94,31 +96,32 @@ URL targetURL(const URL& original, int attempt) {
 }
 
 /// The new PNG until its record is committed. The destructor removes it if commit() was not called and no
-/// other program has replaced it.
+/// other program has changed it.
 class PublishedFile {
 public:
-    explicit PublishedFile(const URL& url) : url_(url), version_(FileVersion::of(url)) {}
+    PublishedFile(const UndoRecord& record, const std::string& expectedHash)
+        : file_(record.replacementURL(), record.exchangeURL(),
+                [expectedHash](const URL& url) { return hash(url) == expectedHash; }) {}
     PublishedFile(const PublishedFile&) = delete;
     PublishedFile& operator=(const PublishedFile&) = delete;
     ~PublishedFile() {
-        if (!isCommitted_ && isStillOurs()) {
-            ::unlink(url_.c_str());
+        try {
+            isCommitted_ || !isPublished_ || file_.remove();
+        } catch (const std::exception&) {
+            // The first error is reported. A complete PNG stays.
         }
+    }
+
+    /// False when the name was taken meanwhile.
+    bool publish(const URL& png, const URL& target) {
+        isPublished_ = atomicRenameIfAbsent(png, target);
+        return isPublished_;
     }
     void commit() noexcept { isCommitted_ = true; }
 
 private:
-    bool isStillOurs() const noexcept {
-        try {
-            const FileVersion current = FileVersion::of(url_);
-            return current.device == version_.device && current.inode == version_.inode;
-        } catch (const FileSystemError&) {
-            return false;
-        }
-    }
-
-    const URL& url_;
-    FileVersion version_;
+    GuardedFile file_;
+    bool isPublished_ = false;
     bool isCommitted_ = false;
 };
 
@@ -127,10 +130,10 @@ private:
 bool publish(const UndoStore& undo, const Original& original, const Decoded& decoded, const URL& target,
              UndoRecord& record) {
     requireUnchanged(original);
-    if (!atomicRenameIfAbsent(decoded.url, target)) {
+    PublishedFile published(record, decoded.hash);
+    if (!published.publish(decoded.url, target)) {
         return false;
     }
-    PublishedFile published(target);
     syncDirectory(target.deletingLastPathComponent());
     if (hash(target) != decoded.hash) {
         throw CompressionError::validationFailed();

@@ -6,7 +6,9 @@
 namespace tarnwick {
 
 void requireUnchanged(const Original& original) {
-    if (hash(original.url) != original.hash) {
+    const FileVersion current = FileVersion::of(original.url);
+    if (current.device != original.version.device || current.inode != original.version.inode ||
+        hash(original.url) != original.hash) {
         throw CompressionError::changedDuringCompression();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Foundation/FileVersion.h"
 #include "Foundation/URL.h"
 #include "Inspection/ImageFacts.h"
 
@@ -15,12 +16,15 @@ struct Original {
     std::int64_t bytes = 0;
     /// SHA-256.
     std::string hash;
+    /// Taken before anything else was read.
+    FileVersion version;
 };
 
 /// The error text for a folder, a link, a pipe or a device.
 constexpr auto notARegularFile = "请选择普通图片文件";
 
-/// Throws CompressionError::changedDuringCompression when the file's hash differs from the recorded one.
+/// Throws CompressionError::changedDuringCompression when another file, or a link, has the original's name,
+/// or when its hash differs from the recorded one.
 void requireUnchanged(const Original& original);
 
 } // namespace tarnwick

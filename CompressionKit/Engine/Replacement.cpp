@@ -1,12 +1,11 @@
 #include "Engine/Replacement.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
-#include "Foundation/FileSystemError.h"
 #include "Foundation/FileVersion.h"
+#include "Foundation/GuardedFile.h"
 #include "Foundation/WorkRegister.h"
 
 #include <exception>
@@ -18,11 +17,9 @@ void putBackupBack(const UndoStore& undo, const UndoRecord& record, const Origin
     const URL folder = original.url.deletingLastPathComponent();
     const NotedFile copy(folder, WorkItem::rolledBackFile);
     copyFile(undo.backupURL(record), copy.url());
-    if (hash(copy.url()) != original.hash) {
-        throw CompressionError::validationFailed();
-    }
-    atomicRename(copy.url(), original.url);
-    syncDirectory(folder);
+    const GuardedFile file(original.url, record.exchangeURL(),
+                           [&](const URL& url) { return hash(url) == record.replacementHash; });
+    file.replace(copy.url(), original.hash);
 }
 
 /// Undoes an incomplete replacement. When the file cannot be read or the original cannot be put back, the
@@ -35,6 +32,13 @@ void rollBack(const UndoStore& undo, const UndoRecord& record, const Original& o
         undo.deleteRecord(record);
     } catch (const std::exception&) {
         return;
+    }
+}
+
+/// A file of another user, in a folder that this user may write, must not change its owner.
+void requireSameOwner(const URL& original, const URL& winner) {
+    if (statusOf(original).st_uid != statusOf(winner).st_uid) {
+        throw CompressionError::fileOperation("文件属于其他用户，替换后无法保留其所有者");
     }
 }
 
@@ -56,17 +60,13 @@ UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, cons
         const FileVersion version = FileVersion::of(original.url);
         requireUnchanged(original);
         copyFileAttributes(original.url, winner.url);
-        syncFile(winner.url);
-        // After the rename, a winner with another hash would look like another program's file.
-        if (hash(winner.url) != record.replacementHash) {
-            throw CompressionError::validationFailed();
-        }
-        // Flushing the winner takes time: this detects a write to the original meanwhile.
-        if (FileVersion::of(original.url) != version) {
+        requireSameOwner(original.url, winner.url);
+        const GuardedFile file(original.url, record.exchangeURL(), [&](const URL& url) {
+            return FileVersion::of(url) == version && hash(url) == original.hash;
+        });
+        if (!file.replace(winner.url, record.replacementHash)) {
             throw CompressionError::changedDuringCompression();
         }
-        atomicRename(winner.url, original.url);
-        syncDirectory(original.url.deletingLastPathComponent());
         nudgeWatchers(original.url);
         verifyReplacement(original, winner, record);
         return undo.commit(record);

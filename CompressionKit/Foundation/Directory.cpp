@@ -1,6 +1,5 @@
 #include "Foundation/Directory.h"
 
-#include "Foundation/FileDescriptor.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 
@@ -115,13 +114,24 @@ URL configurationDirectory() {
     return homeDirectory().appending(".config");
 }
 
-ScopedDirectory::ScopedDirectory(URL url) : url_(std::move(url)) {
+PinnedFolder::PinnedFolder(const URL& folder)
+    : folder_(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (!folder_) {
+        throw FileSystemError("无法打开文件夹", folder, errno);
+    }
+}
+
+URL PinnedFolder::item(const std::string& name) const {
+    return URL::file("/proc/self/fd/" + std::to_string(folder_.get())).appending(name);
+}
+
+ScopedDirectory::ScopedDirectory(URL url) : url_(std::move(url)), parent_(url_.deletingLastPathComponent()) {
     createDirectories(url_, 0700);
 }
 
 ScopedDirectory::~ScopedDirectory() {
     std::error_code ignored;
-    std::filesystem::remove_all(url_.path(), ignored);
+    std::filesystem::remove_all(parent_.item(url_.lastPathComponent()).path(), ignored);
 }
 
 } // namespace tarnwick

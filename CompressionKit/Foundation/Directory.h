@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Foundation/FileDescriptor.h"
 #include "Foundation/URL.h"
 
+#include <string>
 #include <vector>
 
 namespace tarnwick {
@@ -26,6 +28,19 @@ URL applicationSupportDirectory();
 /// The folder for the user's settings: $XDG_CONFIG_HOME, else ~/.config.
 URL configurationDirectory();
 
+/// An existing folder, which is reached even after it, or a folder above it, was renamed.
+class PinnedFolder {
+public:
+    /// Throws FileSystemError.
+    explicit PinnedFolder(const URL& folder);
+
+    /// A path of the item for calls of this process while this object exists; not for users.
+    URL item(const std::string& name) const;
+
+private:
+    FileDescriptor folder_;
+};
+
 /// A private folder (mode 0700): the constructor creates it, the destructor removes it with its contents.
 class ScopedDirectory {
 public:
@@ -39,6 +54,7 @@ public:
 
 private:
     URL url_;
+    PinnedFolder parent_;
 };
 
 } // namespace tarnwick

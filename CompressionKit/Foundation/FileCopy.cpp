@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -34,9 +35,16 @@ int isUserAttribute(const char* name, error_context* /*context*/) {
     return std::strncmp(name, "user.", 5) == 0 ? 1 : 0;
 }
 
-/// Whether the file system or the user's rights do not allow the attribute.
+/// Whether the file system or the user's rights do not allow the attribute, or it is too large.
 bool isRefusal(int code) {
-    return code == ENOTSUP || code == EPERM || code == EACCES || code == ENOSYS;
+    constexpr std::array refusals = {ENOTSUP, EPERM, EACCES, ENOSYS, EINVAL, E2BIG, ENOSPC, ERANGE, EDQUOT};
+    return std::find(refusals.begin(), refusals.end(), code) != refusals.end();
+}
+
+void requireUnlessRefused(int result, const URL& url) {
+    if (result != 0 && !isRefusal(errno)) {
+        throw FileSystemError("无法设置文件属性", url, errno);
+    }
 }
 
 void copyByReading(const FileDescriptor& in, const URL& source, const FileDescriptor& out,
@@ -71,32 +79,18 @@ void copyBytes(const FileDescriptor& in, const URL& source, const FileDescriptor
     }
 }
 
-void copyOwner(const struct stat& status, const URL& destination) {
-    if (::lchown(destination.c_str(), status.st_uid, status.st_gid) == 0 ||
-        ::lchown(destination.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0) {
-        return;
-    }
-    if (errno != EPERM) {
-        throw FileSystemError("无法设置文件属性", destination, errno);
-    }
-}
-
 } // namespace
 
 void copyFileAttributes(const URL& source, const URL& destination) {
     const struct stat status = statusOf(openForReading(source), source);
-    copyOwner(status, destination);
-    if (::perm_copy_file(source.c_str(), destination.c_str(), &silentContext) != 0 && !isRefusal(errno)) {
-        throw FileSystemError("无法设置文件属性", destination, errno);
+    const char* to = destination.c_str();
+    if (::lchown(to, status.st_uid, status.st_gid) != 0) {
+        requireUnlessRefused(::lchown(to, static_cast<uid_t>(-1), status.st_gid), destination);
     }
-    if (::attr_copy_file(source.c_str(), destination.c_str(), isUserAttribute, &silentContext) != 0 &&
-        !isRefusal(errno)) {
-        throw FileSystemError("无法设置文件属性", destination, errno);
-    }
+    requireUnlessRefused(::perm_copy_file(source.c_str(), to, &silentContext), destination);
+    requireUnlessRefused(::attr_copy_file(source.c_str(), to, isUserAttribute, &silentContext), destination);
     const std::array<timespec, 2> times = {status.st_atim, status.st_mtim};
-    if (::utimensat(AT_FDCWD, destination.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) != 0) {
-        throw FileSystemError("无法设置文件属性", destination, errno);
-    }
+    requireUnlessRefused(::utimensat(AT_FDCWD, to, times.data(), AT_SYMLINK_NOFOLLOW), destination);
 }
 
 void copyFile(const URL& source, const URL& destination) {

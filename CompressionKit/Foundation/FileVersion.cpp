@@ -9,8 +9,11 @@ FileVersion FileVersion::of(const URL& url) {
     return {.device = status.st_dev,
             .inode = status.st_ino,
             .bytes = status.st_size,
-            .changeSeconds = status.st_ctim.tv_sec,
-            .changeNanoseconds = status.st_ctim.tv_nsec};
+            .modifiedSeconds = status.st_mtim.tv_sec,
+            .modifiedNanoseconds = status.st_mtim.tv_nsec,
+            .mode = status.st_mode,
+            .owner = status.st_uid,
+            .group = status.st_gid};
 }
 
 } // namespace tarnwick

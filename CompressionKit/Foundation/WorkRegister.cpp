@@ -1,7 +1,6 @@
 #include "Foundation/WorkRegister.h"
 
 #include "Foundation/CompressionError.h"
-#include "Foundation/Directory.h"
 #include "Foundation/FileContents.h"
 #include "Foundation/FileLock.h"
 #include "Foundation/FileOperations.h"
@@ -219,7 +218,7 @@ WorkNote::~WorkNote() {
     }
 }
 
-NotedFile::NotedFile(const URL& folder, WorkItem kind) {
+NotedFile::NotedFile(const URL& folder, WorkItem kind) : folder_(folder) {
     try {
         url_ = note_.emplace(folder, kind).item();
     } catch (const FileSystemError&) {
@@ -228,7 +227,7 @@ NotedFile::NotedFile(const URL& folder, WorkItem kind) {
 }
 
 NotedFile::~NotedFile() {
-    ::unlink(url_.c_str());
+    ::unlink(folder_.item(url_.lastPathComponent()).c_str());
 }
 
 } // namespace tarnwick

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Foundation/Directory.h"
 #include "Foundation/FileDescriptor.h"
 #include "Foundation/URL.h"
 
@@ -86,6 +87,7 @@ private:
 /// can be written: a full or read-only disk elsewhere must not prevent the return of an original.
 class NotedFile {
 public:
+    /// Throws FileSystemError when the folder is missing.
     NotedFile(const URL& folder, WorkItem kind);
     NotedFile(const NotedFile&) = delete;
     NotedFile& operator=(const NotedFile&) = delete;
@@ -96,6 +98,7 @@ public:
 private:
     std::optional<WorkNote> note_;
     URL url_;
+    PinnedFolder folder_;
 };
 
 } // namespace tarnwick

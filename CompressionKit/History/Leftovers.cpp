@@ -7,6 +7,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
+#include "History/Restoring.h"
 
 #include <algorithm>
 #include <exception>
@@ -16,10 +17,12 @@
 namespace tarnwick {
 namespace {
 
-std::vector<UndoRecord> preparedRecords(const UndoStore& store) {
+/// Records of operations that were not completed.
+std::vector<UndoRecord> unsettledRecords(const UndoStore& store) {
     std::vector<UndoRecord> records = store.records();
-    std::erase_if(records,
-                  [](const UndoRecord& record) { return record.state != UndoRecord::State::prepared; });
+    std::erase_if(records, [](const UndoRecord& record) {
+        return record.state == UndoRecord::State::committed && !itemExists(record.exchangeURL());
+    });
     return records;
 }
 
@@ -37,53 +40,60 @@ std::vector<URL> unfinishedRecords(const UndoStore& store) {
     return found;
 }
 
-/// Whether `url` is a regular file with this hash.
-bool holds(const URL& url, const std::string& expectedHash) {
-    try {
-        return isRegularFile(url) && hash(url) == expectedHash;
-    } catch (const FileSystemError&) {
-        return false;
-    }
+/// Whether the backup was never complete, so that this record never replaced its original.
+bool isBackupUnfinished(const UndoStore& store, const UndoRecord& record) {
+    const auto backup = statusIfPresent(store.backupURL(record));
+    return !backup || backup->st_size < record.originalBytes;
 }
 
-bool hasSoundBackup(const UndoStore& store, const UndoRecord& record) {
-    try {
-        store.verifyBackup(record);
-        return true;
-    } catch (const CompressionError&) {
-        return false;
-    }
-}
-
-/// False when the record must stay because the picture is not known to be safe.
+/// False when the record must stay as it is because the picture is not known to be safe.
 bool trySettle(const UndoStore& store, const UndoRecord& record) {
-    if (holds(record.replacementURL(), record.replacementHash)) {
-        if (!hasSoundBackup(store, record)) {
-            return false;
-        }
+    const URL original = record.originalURL();
+    const bool isReplaced = holds(record.replacementURL(), record.replacementHash);
+    if (!isReplaced && record.originalHash && holds(original, *record.originalHash)) {
+        // It may have been rolled back a moment ago.
+        syncDirectory(original.deletingLastPathComponent());
+        store.deleteRecord(record);
+        return true;
+    }
+    if (hasSoundBackup(store, record)) {
+        // Also when the original is gone, or another program's file is in its place: it can be restored, or
+        // the backup expires.
         store.commit(record);
         return true;
     }
-    const URL original = record.originalURL();
-    if (!record.originalHash || !holds(original, *record.originalHash)) {
+    if (!isBackupUnfinished(store, record)) {
         return false;
     }
-    // It may have been rolled back a moment ago.
-    syncDirectory(original.deletingLastPathComponent());
     store.deleteRecord(record);
     return true;
 }
 
-void settle(const UndoStore& store, const UndoRecord& record, LeftoversReport& report) {
+/// Calls `attempt`, which returns false when it must leave something. `problem` is the text for that.
+template <typename Attempt>
+bool settled(const UndoRecord& record, const char* problem, LeftoversReport& report, Attempt attempt) {
     const std::string name = displayText(record.originalPath);
     try {
-        if (trySettle(store, record)) {
-            ++report.settledRecords;
-        } else {
-            report.problems.push_back("压缩曾意外中断，无法确认原图是否完好，已保留备份：" + name);
+        if (attempt()) {
+            return true;
         }
+        report.problems.push_back(problem + name);
     } catch (const std::exception& error) {
         report.problems.push_back("无法处理意外中断的压缩记录 " + name + "：" + errorDescription(error));
+    }
+    return false;
+}
+
+void settle(const UndoStore& store, const UndoRecord& record, LeftoversReport& report) {
+    if (itemExists(record.exchangeURL())) {
+        const bool isReturned = settled(record, "意外中断时被其他程序修改的文件仍保留在隐藏文件中：", report,
+                                        [&] { return returnDisplacedFile(store, record); });
+        report.removed += isReturned ? 1 : 0;
+    }
+    if (record.state == UndoRecord::State::prepared &&
+        settled(record, "压缩曾意外中断，无法确认原图是否完好，已保留备份：", report,
+                [&] { return trySettle(store, record); })) {
+        ++report.settledRecords;
     }
 }
 
@@ -97,11 +107,11 @@ LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& work
         return report;
     }
     // A live process holds a note beside the picture from before it prepares a record until it commits or
-    // deletes the record. So a record that is listed both before and after the sweep, without such a note
+    // deletes the record. So a record that was unsettled before and after the sweep, without such a note
     // during the sweep, belongs to a dead process.
-    std::set<UUID> prepared;
-    for (const UndoRecord& record : preparedRecords(store)) {
-        prepared.insert(record.id);
+    std::set<UUID> unsettled;
+    for (const UndoRecord& record : unsettledRecords(store)) {
+        unsettled.insert(record.id);
     }
     const std::vector<URL> unfinished = unfinishedRecords(store);
     WorkRegister::SweepResult sweep = workRegister.sweep();
@@ -115,8 +125,8 @@ LeftoversReport removeLeftovers(const UndoStore& store, const WorkRegister& work
         std::for_each(unfinished.begin(), unfinished.end(), removeFile);
         report.removed += static_cast<int>(unfinished.size());
     }
-    for (const UndoRecord& record : preparedRecords(store)) {
-        if (prepared.contains(record.id) &&
+    for (const UndoRecord& record : unsettledRecords(store)) {
+        if (unsettled.contains(record.id) &&
             !hasItemIn(record.originalURL().deletingLastPathComponent(), sweep.held)) {
             settle(store, record, report);
         }

@@ -20,9 +20,10 @@ struct LeftoversReport {
     std::vector<std::string> problems;
 };
 
-/// Removes what dead processes left beside pictures, in the temporary folder and in the store. Settles the
-/// records that they prepared: one is committed if its replacement is in place, deleted with its backup if
-/// its original is in place, and otherwise kept as it is.
+/// Removes what dead processes left beside pictures, in the temporary folder and in the store. Puts files of
+/// other programs that they displaced back. Settles the records that they prepared: one is deleted with its
+/// backup if its original is in place, and otherwise committed if its backup is sound. A record whose backup
+/// is damaged is kept as it is.
 ///
 /// Never touches an item of a live process. All processes that use the store must keep their notes in
 /// `workRegister`. Does nothing while another process does the same. Throws FileSystemError.

@@ -22,7 +22,7 @@ namespace {
 constexpr std::size_t maximumRecordBytes = std::size_t{1} << 20U;
 /// Pictures may come from private folders.
 constexpr unsigned privateFolder = 0700;
-constexpr int maximumCopyAttempts = 100;
+constexpr int maximumAttempts = 100;
 
 std::string backupNameFor(const UUID& id, const URL& source) {
     return id.text() + "." + decodeUTF8(lowercasedASCII(source.pathExtension()));
@@ -42,6 +42,11 @@ std::optional<UndoRecord> readRecord(const URL& file, bool checked) {
         }
     }
     return std::nullopt;
+}
+
+/// A compression holds an item beside the picture until it commits or deletes the record.
+bool isBesideWork(const UndoRecord& record, const std::vector<URL>& heldItems) {
+    return hasItemIn(record.originalURL().deletingLastPathComponent(), heldItems);
 }
 
 /// Empty when the folder cannot be listed, unless `checked`.
@@ -88,15 +93,15 @@ UndoRecord RecordStore::prepare(const URL& source, const URL& candidate, const U
     return record;
 }
 
-/// Until the backup is in the session's folder, another job of the session may remove the empty folder.
-void RecordStore::copyToSession(const UndoRecord& record, const URL& source) const {
+/// Until the record is in the session's folder, another job of the session may remove the empty folder.
+void RecordStore::writeFirst(const UndoRecord& record) const {
     for (int attempt = 1;; ++attempt) {
         createDirectories(sessionDirectory(record), privateFolder);
         try {
-            copyFile(source, backupURL(record));
+            write(record);
             return;
         } catch (const FileSystemError& error) {
-            if (error.code() != ENOENT || !itemExists(source) || attempt == maximumCopyAttempts) {
+            if (error.code() != ENOENT || attempt == maximumAttempts) {
                 throw;
             }
         }
@@ -104,16 +109,17 @@ void RecordStore::copyToSession(const UndoRecord& record, const URL& source) con
 }
 
 void RecordStore::fillAndWrite(UndoRecord& record, const URL& source, const URL& candidate) const {
-    copyToSession(record, source);
     record.originalBytes = fileSize(source);
     record.replacementBytes = fileSize(candidate);
     record.replacementHash = hash(candidate);
     record.originalHash = hash(source);
+    // The record comes first: a backup without a record would never be removed.
+    writeFirst(record);
+    copyFile(source, backupURL(record));
     if (hash(backupURL(record)) != record.originalHash) {
         throw CompressionError::changedDuringCompression();
     }
-    record.createdAt = Date::now();
-    write(record);
+    syncDirectory(sessionDirectory(record));
     syncDirectory(root_);
 }
 
@@ -141,6 +147,10 @@ bool RecordStore::hasBackup(const UndoRecord& record) const noexcept {
 
 void RecordStore::write(const UndoRecord& record) const {
     writeFileAtomically(recordURL(record), record.encoded());
+}
+
+bool RecordStore::isInWork(const UndoRecord& record) {
+    return record.state == UndoRecord::State::prepared && isBesideWork(record, WorkRegister().heldItems());
 }
 
 std::vector<UndoRecord> RecordStore::records() const {
@@ -197,8 +207,8 @@ std::vector<UndoRecord> RecordStore::removeAll() const {
     // until it commits or deletes the record.
     const std::vector<URL> held = WorkRegister().heldItems();
     std::erase_if(all, [&](const UndoRecord& record) {
-        return record.state == UndoRecord::State::prepared &&
-               hasItemIn(record.originalURL().deletingLastPathComponent(), held);
+        const bool isPrepared = record.state == UndoRecord::State::prepared;
+        return (isPrepared && isBesideWork(record, held)) || itemExists(record.exchangeURL());
     });
     for (const UndoRecord& record : all) {
         deleteRecord(record);

@@ -33,6 +33,10 @@ public:
     URL backupURL(const UndoRecord& record) const;
     bool hasBackup(const UndoRecord& record) const noexcept;
 
+    /// Whether a process may be working on the prepared record right now. Throws FileSystemError when that is
+    /// unknown.
+    static bool isInWork(const UndoRecord& record);
+
     /// All records, the newest first, without those that cannot be read. Throws FileSystemError when the root
     /// cannot be listed.
     std::vector<UndoRecord> records() const;
@@ -46,14 +50,15 @@ public:
     /// Deletes only the backup. Throws FileSystemError.
     void removeBackup(const UndoRecord& record) const;
     /// Deletes all records with their backups and returns them. A prepared record stays while a process works
-    /// beside its picture: the backup may be all that is left of the original. Throws at the first failure.
+    /// beside its picture: the backup may be all that is left of the original. So does a record whose
+    /// displaced file a killed process left (see Leftovers.h). Throws at the first failure.
     std::vector<UndoRecord> removeAll() const;
 
 private:
     URL sessionDirectory(const UndoRecord& record) const;
     URL recordURL(const UndoRecord& record) const;
     void write(const UndoRecord& record) const;
-    void copyToSession(const UndoRecord& record, const URL& source) const;
+    void writeFirst(const UndoRecord& record) const;
     void fillAndWrite(UndoRecord& record, const URL& source, const URL& candidate) const;
     std::vector<UndoRecord> scanRecords(bool checked) const;
 

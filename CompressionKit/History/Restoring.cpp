@@ -6,6 +6,7 @@
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
+#include "Foundation/GuardedFile.h"
 #include "Foundation/WorkRegister.h"
 #include "Inspection/ImageFacts.h"
 
@@ -48,6 +49,12 @@ void moveWhereAbsent(const URL& source, const URL& destination) {
     }
 }
 
+/// The compressed or converted file, as long as no other program changes it.
+GuardedFile guarded(const UndoRecord& record) {
+    return {record.replacementURL(), record.exchangeURL(),
+            [&record](const URL& url) { return hash(url) == record.replacementHash; }};
+}
+
 void restoreInPlace(const URL& backup, const UndoRecord& record, const std::string& originalHash) {
     const URL original = record.originalURL();
     const URL folder = original.deletingLastPathComponent();
@@ -56,14 +63,12 @@ void restoreInPlace(const URL& backup, const UndoRecord& record, const std::stri
     }
     const NotedFile copy(folder, WorkItem::restoredFile);
     copyBackup(backup, copy.url(), originalHash);
-    // The file may have changed during the copy, so it is checked again right before the move.
-    if (itemExists(original)) {
-        requireHash(original, record.replacementHash);
-        atomicRename(copy.url(), original);
-    } else {
+    if (!itemExists(original)) {
         moveWhereAbsent(copy.url(), original);
+        syncDirectory(folder);
+    } else if (!guarded(record).replace(copy.url(), originalHash)) {
+        throw CompressionError::unsafeRestore();
     }
-    syncDirectory(folder);
 }
 
 void restoreConverted(const URL& backup, const UndoRecord& record, const std::string& originalHash) {
@@ -81,13 +86,59 @@ void restoreConverted(const URL& backup, const UndoRecord& record, const std::st
         moveWhereAbsent(copy.url(), original);
         syncDirectory(folder);
     }
-    if (itemExists(converted)) {
-        requireHash(converted, record.replacementHash);
-        removeFile(converted);
+    if (itemExists(converted) && !guarded(record).remove()) {
+        throw CompressionError::unsafeRestore();
     }
 }
 
+bool holdsOriginal(const UndoRecord& record, const URL& url) {
+    return record.originalHash && holds(url, *record.originalHash);
+}
+
+/// Whether the record tells of these bytes, and they are elsewhere too.
+bool isRecorded(const RecordStore& store, const UndoRecord& record, const URL& url) {
+    return holds(url, record.replacementHash) ||
+           (holdsOriginal(record, url) && hasSoundBackup(store, record));
+}
+
 } // namespace
+
+bool holds(const URL& url, const std::string& expectedHash) {
+    try {
+        return isRegularFile(url) && hash(url) == expectedHash;
+    } catch (const FileSystemError&) {
+        return false;
+    }
+}
+
+bool hasSoundBackup(const RecordStore& store, const UndoRecord& record) {
+    try {
+        verifyBackup(store, record);
+        return true;
+    } catch (const CompressionError&) {
+        return false;
+    }
+}
+
+bool returnDisplacedFile(const RecordStore& store, const UndoRecord& record) {
+    const URL displaced = record.exchangeURL();
+    const URL place = record.replacementURL();
+    if (!itemExists(displaced)) {
+        return true;
+    }
+    if (!isRecorded(store, record, displaced)) {
+        if (!itemExists(place)) {
+            return atomicRenameIfAbsent(displaced, place);
+        }
+        const bool isOurs = holds(place, record.replacementHash) || holdsOriginal(record, place);
+        if (!isOurs || !atomicExchange(displaced, place) || !isRecorded(store, record, displaced)) {
+            return false;
+        }
+        syncDirectory(place.deletingLastPathComponent());
+    }
+    removeFile(displaced);
+    return true;
+}
 
 std::string verifyBackup(const RecordStore& store, const UndoRecord& record) {
     const URL backup = store.backupURL(record);
@@ -109,6 +160,9 @@ void restoreOriginal(const RecordStore& store, const UndoRecord& record, double 
         throw CompressionError::fileOperation("原图备份已过期");
     }
     const std::string originalHash = verifyBackup(store, record);
+    if (!returnDisplacedFile(store, record)) {
+        throw CompressionError::unsafeRestore();
+    }
     if (record.convertedPath) {
         restoreConverted(store.backupURL(record), record, originalHash);
     } else {

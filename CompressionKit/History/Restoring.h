@@ -10,6 +10,16 @@ namespace tarnwick {
 /// CompressionError::fileOperation.
 std::string verifyBackup(const RecordStore& store, const UndoRecord& record);
 
+bool hasSoundBackup(const RecordStore& store, const UndoRecord& record);
+/// Whether `url` is a regular file with this hash. False when it cannot be read.
+bool holds(const URL& url, const std::string& expectedHash);
+
+/// A process that was killed while it replaced or removed a file may have left the displaced file under the
+/// record's exchangeURL(). Puts what another program wrote back in its place, and removes the rest. Returns
+/// false when that place is taken by yet another file: then the displaced file stays. Throws CompressionError
+/// or FileSystemError.
+bool returnDisplacedFile(const RecordStore& store, const UndoRecord& record);
+
 /// Puts the original back, removes the converted file if there is one, and deletes the record. A user's file
 /// that is not the recorded replacement is never touched: CompressionError::unsafeRestore. A backup that is
 /// `retention` seconds old is removed instead. Also throws CompressionError::fileOperation (expired, missing

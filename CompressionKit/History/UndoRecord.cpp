@@ -88,6 +88,10 @@ UndoRecord recordFrom(const json& object) {
 
 } // namespace
 
+URL UndoRecord::exchangeURL() const {
+    return replacementURL().deletingLastPathComponent().appending(".tarnwick-exchange-" + id.text());
+}
+
 Bytes UndoRecord::encoded() const {
     json object = {
         {"id", id.text()},

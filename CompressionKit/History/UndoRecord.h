@@ -40,6 +40,9 @@ struct UndoRecord {
     /// The result of the compression: the file in the original's place, or the converted file.
     URL replacementURL() const { return URL::file(convertedPath.value_or(originalPath)); }
 
+    /// The name beside the replacement under which GuardedFile looks at what it displaced.
+    URL exchangeURL() const;
+
     /// As a compact JSON object; paths as portablePathText() writes them.
     Bytes encoded() const;
     /// Throws CompressionError::fileOperation when a key is missing or mistyped, or when the backup's name

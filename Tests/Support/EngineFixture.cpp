@@ -15,7 +15,8 @@ Workshop::Workshop(const URL& picture, const FakeTools& tools, int processors)
       runner(tools.folder(), Cancellation::never(), budget), original{.url = picture,
                                                                       .facts = ImageFacts::inspect(picture),
                                                                       .bytes = fileSize(picture),
-                                                                      .hash = hash(picture)} {}
+                                                                      .hash = hash(picture),
+                                                                      .version = FileVersion::of(picture)} {}
 
 std::vector<std::string> Workshop::outcome(std::vector<Candidate> (*recipe)(const RecipeContext&)) const {
     std::vector<std::string> lines;

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -40,6 +41,15 @@ std::string pathOf(int descriptor) {
     return {path.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
+/// The path that a user knows, also where the program reaches the item through an open folder.
+std::string plain(const std::string& path) {
+    const std::string prefix = "/proc/self/fd/";
+    const std::size_t end = path.find('/', prefix.size());
+    return !path.starts_with(prefix) || end == std::string::npos
+               ? path
+               : pathOf(std::stoi(path.substr(prefix.size()))) + path.substr(end);
+}
+
 /// `fail` makes the call's failure of an errno value, `succeeded` reads its result.
 template <typename CarryOut, typename Fail, typename Succeeded>
 auto observed(const SystemCall& call, CarryOut carryOut, Fail fail, Succeeded succeeded) {
@@ -49,7 +59,8 @@ auto observed(const SystemCall& call, CarryOut carryOut, Fail fail, Succeeded su
     }
     const Observing guard;
     const std::lock_guard lock(oneAtATime);
-    if (const int code = observer->before(call); code != 0) {
+    if (const int code = observer->before({call.name, plain(call.path), plain(call.destination)});
+        code != 0) {
         return fail(code);
     }
     const auto result = carryOut();
@@ -72,6 +83,22 @@ auto observed(const SystemCall& call, CarryOut carryOut) {
         [](Result result) { return result >= 0; });
 }
 
+/// For calls that only read. They may block, so others go on meanwhile.
+template <typename CarryOut>
+auto observedReading(const SystemCall& call, CarryOut carryOut) {
+    SystemCallObserver* const observer = current;
+    if (observer != nullptr && !isObserving && observer->seesReading()) {
+        const Observing guard;
+        const std::lock_guard oneByOne(oneAtATime);
+        if (const int code = observer->before({call.name, plain(call.path), plain(call.destination)});
+            code != 0) {
+            errno = code;
+            return static_cast<decltype(carryOut())>(-1);
+        }
+    }
+    return carryOut();
+}
+
 } // namespace
 
 Observation::Observation(SystemCallObserver& observer) {
@@ -87,6 +114,7 @@ Observation::~Observation() {
 } // namespace tarnwick::test
 
 using tarnwick::test::observed;
+using tarnwick::test::observedReading;
 using tarnwick::test::pathOf;
 
 struct error_context;
@@ -97,7 +125,8 @@ namespace {
 int observedOpen(int (*open)(const char*, int, ...), const char* path, int flags, mode_t mode) {
     constexpr int changing = O_CREAT | O_TRUNC | O_WRONLY | O_RDWR;
     const auto carryOut = [&] { return open(path, flags, mode); };
-    return (flags & changing) == 0 ? carryOut() : observed({"open", path, ""}, carryOut);
+    return (flags & changing) == 0 ? observedReading({"open", path, ""}, carryOut)
+                                   : observed({"open", path, ""}, carryOut);
 }
 
 mode_t modeOf(int flags, va_list arguments) {
@@ -110,31 +139,71 @@ mode_t modeOf(int flags, va_list arguments) {
 #define JOINED(a, b) a##b
 #define NAMED(prefix, name) JOINED(prefix, name)
 
+/// Defines what the linker calls instead of a function that returns -1 or fails with a null result: the
+/// call's name and paths follow.
+#define OBSERVE(how, Result, function, parameters, arguments, ...)                                           \
+    Result __real_##function parameters;                                                                     \
+    Result __wrap_##function parameters {                                                                    \
+        return how({__VA_ARGS__}, [&] { return __real_##function arguments; });                              \
+    }
+
 // The linker gives these names.
-// NOLINTBEGIN(bugprone-reserved-identifier)
+// NOLINTBEGIN(bugprone-reserved-identifier,cppcoreguidelines-macro-usage,bugprone-macro-parentheses)
 extern "C" {
 int __real_open(const char* path, int flags, ...);
 int __real_open64(const char* path, int flags, ...);
-ssize_t __real_write(int file, const void* bytes, size_t count);
-ssize_t __real_copy_file_range(int in, loff_t* inAt, int out, loff_t* outAt, size_t count, unsigned flags);
-int __real_fsync(int file);
-int __real_fchmod(int file, mode_t mode);
-int __real_rename(const char* from, const char* to);
-int __real_renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags);
-int __real_link(const char* from, const char* to);
-int __real_symlink(const char* target, const char* path);
+int __real_flock(int file, int operation);
 void __real_sync();
-int __real_unlink(const char* path);
-int __real_rmdir(const char* path);
-int __real_mkdir(const char* path, mode_t mode);
-int __real_lchown(const char* path, uid_t owner, gid_t group);
-int __real_utimensat(int folder, const char* path, const timespec* times, int flags);
-int __real_perm_copy_file(const char* from, const char* to, error_context* context);
-int __real_attr_copy_file(const char* from, const char* to, int (*check)(const char*, error_context*),
-                          error_context* context);
 int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                        const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment);
 std::uintmax_t NAMED(__real_, REMOVE_ALL)(const fs::path& path, std::error_code& error);
+
+OBSERVE(observedReading, ssize_t, read, (int file, void* bytes, size_t count), (file, bytes, count), "read",
+        pathOf(file), "")
+OBSERVE(observedReading, ssize_t, pread64, (int file, void* bytes, size_t count, off64_t at),
+        (file, bytes, count, at), "pread", pathOf(file), "")
+OBSERVE(observedReading, int, stat64, (const char* path, struct stat64* status), (path, status), "stat", path,
+        "")
+OBSERVE(observedReading, int, lstat64, (const char* path, struct stat64* status), (path, status), "lstat",
+        path, "")
+OBSERVE(observedReading, int, fstat64, (int file, struct stat64* status), (file, status), "fstat",
+        pathOf(file), "")
+OBSERVE(observed, ssize_t, write, (int file, const void* bytes, size_t count), (file, bytes, count), "write",
+        pathOf(file), "")
+OBSERVE(observed, ssize_t, copy_file_range,
+        (int in, loff_t* inAt, int out, loff_t* outAt, size_t count, unsigned flags),
+        (in, inAt, out, outAt, count, flags), "copy_file_range", pathOf(in), pathOf(out))
+OBSERVE(observed, int, fsync, (int file), (file), "fsync", pathOf(file), "")
+OBSERVE(observed, int, fchmod, (int file, mode_t mode), (file, mode), "fchmod", pathOf(file), "")
+OBSERVE(observed, int, rename, (const char* from, const char* to), (from, to), "rename", from, to)
+OBSERVE(observed, int, renameat2,
+        (int fromFolder, const char* from, int toFolder, const char* to, unsigned flags),
+        (fromFolder, from, toFolder, to, flags), "renameat2", from, to)
+OBSERVE(observed, int, link, (const char* from, const char* to), (from, to), "link", from, to)
+OBSERVE(observed, int, symlink, (const char* target, const char* path), (target, path), "symlink", target,
+        path)
+OBSERVE(observed, int, unlink, (const char* path), (path), "unlink", path, "")
+OBSERVE(observed, int, rmdir, (const char* path), (path), "rmdir", path, "")
+OBSERVE(observed, int, mkdir, (const char* path, mode_t mode), (path, mode), "mkdir", path, "")
+OBSERVE(observed, int, lchown, (const char* path, uid_t owner, gid_t group), (path, owner, group), "lchown",
+        path, "")
+OBSERVE(observed, int, utimensat, (int folder, const char* path, const timespec* times, int flags),
+        (folder, path, times, flags), "utimensat", path, "")
+OBSERVE(observed, int, perm_copy_file, (const char* from, const char* to, error_context* context),
+        (from, to, context), "perm_copy_file", from, to)
+OBSERVE(observed, int, attr_copy_file,
+        (const char* from, const char* to, int (*check)(const char*, error_context*), error_context* context),
+        (from, to, check, context), "attr_copy_file", from, to)
+
+int __wrap_flock(int file, int operation) {
+    return observedReading({"flock", pathOf(file), ""}, [&] {
+        const bool waits = (operation & LOCK_NB) == 0 && __real_flock(file, operation | LOCK_NB) != 0;
+        if (tarnwick::test::SystemCallObserver* const observer = tarnwick::test::current; waits && observer) {
+            observer->waits();
+        }
+        return __real_flock(file, operation);
+    });
+}
 
 int __wrap_open(const char* path, int flags, ...) {
     va_list arguments;
@@ -152,75 +221,11 @@ int __wrap_open64(const char* path, int flags, ...) {
     return observedOpen(__real_open64, path, flags, mode);
 }
 
-ssize_t __wrap_write(int file, const void* bytes, size_t count) {
-    return observed({"write", pathOf(file), ""}, [&] { return __real_write(file, bytes, count); });
-}
-
-ssize_t __wrap_copy_file_range(int in, loff_t* inAt, int out, loff_t* outAt, size_t count, unsigned flags) {
-    return observed({"copy_file_range", pathOf(in), pathOf(out)},
-                    [&] { return __real_copy_file_range(in, inAt, out, outAt, count, flags); });
-}
-
-int __wrap_fsync(int file) {
-    return observed({"fsync", pathOf(file), ""}, [&] { return __real_fsync(file); });
-}
-
-int __wrap_fchmod(int file, mode_t mode) {
-    return observed({"fchmod", pathOf(file), ""}, [&] { return __real_fchmod(file, mode); });
-}
-
-int __wrap_rename(const char* from, const char* to) {
-    return observed({"rename", from, to}, [&] { return __real_rename(from, to); });
-}
-
-int __wrap_renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
-    return observed({"renameat2", from, to},
-                    [&] { return __real_renameat2(fromFolder, from, toFolder, to, flags); });
-}
-
-int __wrap_link(const char* from, const char* to) {
-    return observed({"link", from, to}, [&] { return __real_link(from, to); });
-}
-
-int __wrap_symlink(const char* target, const char* path) {
-    return observed({"symlink", target, path}, [&] { return __real_symlink(target, path); });
-}
-
 void __wrap_sync() {
     observed({"sync", "", ""}, [&] {
         __real_sync();
         return 0;
     });
-}
-
-int __wrap_unlink(const char* path) {
-    return observed({"unlink", path, ""}, [&] { return __real_unlink(path); });
-}
-
-int __wrap_rmdir(const char* path) {
-    return observed({"rmdir", path, ""}, [&] { return __real_rmdir(path); });
-}
-
-int __wrap_mkdir(const char* path, mode_t mode) {
-    return observed({"mkdir", path, ""}, [&] { return __real_mkdir(path, mode); });
-}
-
-int __wrap_lchown(const char* path, uid_t owner, gid_t group) {
-    return observed({"lchown", path, ""}, [&] { return __real_lchown(path, owner, group); });
-}
-
-int __wrap_utimensat(int folder, const char* path, const timespec* times, int flags) {
-    return observed({"utimensat", path, ""}, [&] { return __real_utimensat(folder, path, times, flags); });
-}
-
-int __wrap_perm_copy_file(const char* from, const char* to, error_context* context) {
-    return observed({"perm_copy_file", from, to}, [&] { return __real_perm_copy_file(from, to, context); });
-}
-
-int __wrap_attr_copy_file(const char* from, const char* to, int (*check)(const char*, error_context*),
-                          error_context* context) {
-    return observed({"attr_copy_file", from, to},
-                    [&] { return __real_attr_copy_file(from, to, check, context); });
 }
 
 int __wrap_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
@@ -242,4 +247,4 @@ std::uintmax_t NAMED(__wrap_, REMOVE_ALL)(const fs::path& path, std::error_code&
         [&](std::uintmax_t /*removed*/) { return !error; });
 }
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(bugprone-reserved-identifier,cppcoreguidelines-macro-usage,bugprone-macro-parentheses)

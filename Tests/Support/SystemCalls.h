@@ -6,7 +6,7 @@
 
 namespace tarnwick::test {
 
-/// A call by which the library changes something on the disk or starts a program.
+/// A call by which the library reads or changes something on the disk, or starts a program.
 struct SystemCall {
     std::string name;
     /// The path, or the path of the open file.
@@ -22,7 +22,12 @@ public:
 
     /// 0 lets the call proceed; an errno value makes it fail.
     virtual int before(const SystemCall& call) = 0;
+    /// Not for calls that only read.
     virtual void after(const SystemCall& /*call*/, bool /*succeeded*/) {}
+    /// Whether it observes calls that only read, too.
+    virtual bool seesReading() const { return false; }
+    /// A lock is held by another process, and the call is going to wait for it.
+    virtual void waits() {}
 };
 
 /// Passes every such call of the program to the observer for a scope. One at a time.

@@ -116,19 +116,6 @@ TEST_F(AppModelTest, CountsABatchUntilTheNextOne) {
     settle();
 }
 
-TEST_F(AppModelTest, LeavesAChangedFileWhenRestoringFails) {
-    start();
-    const URL photo = largePicture("photo.png");
-    compress(photo);
-    pictures.file("photo.png", "mine");
-    model->restore(idOf(0));
-    settle();
-    EXPECT_THAT(rows(), ElementsAre("photo.png: 压缩失败：文件已被修改，无法直接恢复"));
-    EXPECT_EQ(contents(photo), "mine");
-    EXPECT_TRUE(can(0, Role::IsFailed) && can(0, Role::CanRestore));
-    EXPECT_THAT(desktop.posted, IsEmpty());
-}
-
 TEST_F(AppModelTest, DeletesARowWithItsRecord) {
     start();
     model->add(std::vector{largePicture("photo.png"), largePicture("other.png")});

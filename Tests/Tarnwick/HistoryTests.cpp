@@ -99,16 +99,6 @@ TEST_F(HistoryTest, ShowsNoSecondRowForARunningCompression) {
     EXPECT_EQ(names(), "old.png photo.png ");
 }
 
-TEST_F(HistoryTest, IsEmptyWhenTheStoreCannotBeRead) {
-    home.file("Undo", "no folder");
-    const Log log(true);
-    makeModel();
-    EXPECT_TRUE(runUntil([] { return Log::lines.find("无法清理原图备份：") != std::string::npos; }));
-    EXPECT_THAT(Log::lines, ContainsRegex("^无法清理意外中断的任务：.*\n无法读取历史记录："));
-    EXPECT_THAT(rows(), IsEmpty());
-    EXPECT_EQ(desktop.launches, 0);
-}
-
 class BackupMaintenanceTest : public ModelFixture {};
 
 TEST_F(BackupMaintenanceTest, RemovesABackupWhenItExpires) {

@@ -107,7 +107,6 @@ protected:
         return {"compress", "--tools", tools.folder().path(),
                 copyPicture("photo.png", pictures / "large.png").path()};
     }
-    bool hasWorkFolder() const { return pictures.listing().starts_with(".tarnwick-"); }
 
     FakeTools tools;
     TemporaryFolder pictures;
@@ -239,35 +238,6 @@ TEST_F(BackgroundTest, TheCommandLineStartsItForTheUsersOwnStoreWithoutOpenDescr
     }
 }
 
-TEST_F(BackgroundTest, RemovesAKilledProcesssWorkOnceItsToolsAreGone) {
-    const URL pids = folder / "pids";
-    tools.script("pngquant", {{"log-pid", pids.path()}, {"hang"}});
-    const RunningCommand command(compressing());
-    // Both settings that run at the same time.
-    ASSERT_TRUE(
-        eventually([&] { return itemExists(pids) && std::ranges::count(contents(pids), '\n') == 2; }));
-    runCommand({"maintain"});
-    EXPECT_TRUE(hasWorkFolder()) << "its process lives";
-
-    command.kill(SIGKILL);
-    EXPECT_EQ(command.wait().status, 128 + SIGKILL);
-    runCommand({"maintain"});
-    EXPECT_TRUE(hasWorkFolder()) << "its tools live";
-
-    std::istringstream lines(contents(pids));
-    for (pid_t tool = 0; lines >> tool;) {
-        ::kill(tool, SIGKILL);
-        EXPECT_EQ(::waitpid(tool, nullptr, 0), tool);
-    }
-    const UndoRecord kept = replacedBefore(60);
-    const auto helper = startHelper();
-    EXPECT_TRUE(eventually([&] { return !hasWorkFolder(); }));
-    helper->terminate();
-    EXPECT_EQ(statusOf(*helper), 0);
-    EXPECT_TRUE(store.hasBackup(kept));
-    EXPECT_EQ(entries(folder / "data/Tarnwick/Work"), std::vector{folder / "data/Tarnwick/Work/sweep.lock"});
-}
-
 TEST_F(BackgroundTest, SettlesACrashThatNothingToldOfAndEndsBesideABackupThatCannotBeRemoved) {
     const UndoRecord young = replacedBefore(60);
     const UndoRecord old = replacedBefore(expired);
@@ -309,31 +279,6 @@ TEST_F(BackgroundTest, TheCommandLineTellsWindowsAndHelpersOfRemovals) {
         EXPECT_EQ(runCommand(command).status, 0);
         EXPECT_TRUE(eventually([&] { return heard == "window helper "; })) << command[0] << ": " << heard;
     }
-}
-
-TEST_F(BackgroundTest, SettlesPreparedRecordsAndReportsTheOthers) {
-    const URL photo = picture("prepared.png", 1);
-    const UndoRecord prepared = store.prepare(photo, picture("winner.png", 200), UUID::random());
-    atomicRename(folder / "winner.png", photo);
-    UndoRecord lost = store.prepare(picture("lost.png", 2), picture("winner.png", 200), UUID::random());
-    folder.file("lost.png", "another program's");
-    EXPECT_THAT(runCommand({"maintain"}).output,
-                HasSubstr("已清理 0 个意外中断留下的文件，处理 1 条未完成的记录。\n"));
-    store.restore(store.readRecords().at(store.readRecords()[0].id == prepared.id ? 0 : 1));
-
-    const EnvironmentVariable rules("QT_LOGGING_RULES", "tarnwick.debug=true");
-    const auto helper = startKeeping();
-    const UndoRecord old = replacedBefore(expired);
-    notifications.post(NotificationName::undoDidChange);
-    EXPECT_TRUE(eventually([&] { return !store.hasBackup(old); })) << "it waits for the record";
-    lost.createdAt = Date::now().adding(-expired);
-    writeFile(folder / "lost.json", lost.encoded());
-    atomicRename(folder / "lost.json",
-                 store.backupURL(lost).deletingLastPathComponent().appending(lost.id.text() + ".json"));
-    notifications.post(NotificationName::historyDidChange);
-    EXPECT_EQ(statusOf(*helper), 0) << "nothing can be restored any more";
-    EXPECT_THAT(helper->readAllStandardError().toStdString(), HasSubstr((folder / "lost.png").path()));
-    EXPECT_TRUE(store.hasBackup(lost));
 }
 
 } // namespace

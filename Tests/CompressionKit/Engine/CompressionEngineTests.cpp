@@ -94,18 +94,6 @@ TEST_F(CompressionEngineTest, KeepsTheModeAndTheTime) {
     EXPECT_EQ(status.st_mtim.tv_nsec, 123'456'789);
 }
 
-TEST_F(CompressionEngineTest, KeepsAnotherProgramsChange) {
-    const URL photo = original("photo.png");
-    tools.script("oxipng", {{"output", output.path()}, {"append", photo.path(), "edited"}});
-    EXPECT_EQ(failure(photo), "原文件在压缩过程中被其他程序修改");
-    EXPECT_EQ(contents(photo), large + "editededited");
-    EXPECT_EQ(pictures.listing(), "photo.png");
-    EXPECT_THAT(store.readRecords(), IsEmpty());
-    tools.script("oxipng", {{"output", output.path()}, {"remove", photo.path()}});
-    EXPECT_NE(failure(original("photo.png")), "");
-    EXPECT_EQ(pictures.listing(), "");
-}
-
 TEST_F(CompressionEngineTest, AcceptsAnyFileName) {
     for (const char* name : {"two words.png", "-o.png", "--.png", "quote'\".png", "line\nbreak.png",
                              "\xFF\xFE.png", "照片.PNG", "$(x);&.png", "%41.png", ".png.png"}) {

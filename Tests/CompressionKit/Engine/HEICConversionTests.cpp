@@ -84,30 +84,5 @@ TEST_F(HEICConversionTest, WorksWithoutTheExclusiveRename) {
     EXPECT_EQ(pictures.listing(), "photo.heic photo.png");
 }
 
-TEST_F(HEICConversionTest, LeavesNoNewFileAfterAFailure) {
-    {
-        const Fault fault = beforePublishing([&](const SystemCall&) {
-            pictures.file("photo.heic", "edited meanwhile");
-            return ENOSPC;
-        });
-        EXPECT_THAT(failure(photo), HasSubstr("保存 PNG 失败："));
-        EXPECT_EQ(contents(photo), "edited meanwhile");
-    }
-    pictures.file("photo.heic", heic);
-    for (const auto* name : {".json", "photo.png", "decoded.png"}) {
-        const Fault fault([&](const SystemCall& call) {
-            const bool isAsked = call.name == "fsync" || call.name == "rename";
-            const bool isPNG = std::string_view(name) == "photo.png" && isDirectory(URL::file(call.path)) &&
-                               itemExists(pictures / "photo.png");
-            return (isAsked && (call.path.ends_with(name) || call.destination.ends_with(name))) || isPNG ? EIO
-                                                                                                         : 0;
-        });
-        EXPECT_NE(failure(photo), "") << name;
-        EXPECT_EQ(pictures.listing(), "photo.heic") << name;
-        EXPECT_EQ(contents(photo), heic);
-        EXPECT_THAT(store.records(), IsEmpty()) << name;
-    }
-}
-
 } // namespace
 } // namespace tarnwick::test

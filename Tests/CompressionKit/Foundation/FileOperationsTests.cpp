@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/acl.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -32,21 +31,6 @@ TEST(FileOperationsTest, RenamesInOneStep) {
     EXPECT_EQ(failureOf([&] { atomicRename(source, destination); }),
               "替换文件失败：No such file or directory");
     EXPECT_EQ(contents(destination), "new");
-}
-
-TEST(FileOperationsTest, NudgesWatchersWithoutAChange) {
-    const TemporaryFolder folder;
-    const URL file = folder.file("photo", "bytes");
-    const FileDescriptor watcher(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    ASSERT_GE(::inotify_add_watch(watcher.get(), folder.url().c_str(), IN_ATTRIB), 0);
-    const struct stat before = statusOf(file);
-    nudgeWatchers(file);
-    alignas(inotify_event) std::array<char, 4096> event{};
-    ASSERT_GT(::read(watcher.get(), event.data(), event.size()), 0);
-    EXPECT_STREQ(reinterpret_cast<const inotify_event*>(event.data())->name, "photo");
-    EXPECT_EQ(statusOf(file).st_mtim.tv_nsec, before.st_mtim.tv_nsec);
-    EXPECT_EQ(statusOf(file).st_atim.tv_nsec, before.st_atim.tv_nsec);
-    nudgeWatchers(folder / "absent");
 }
 
 TEST(FileOperationsTest, MovesOnlyToAFreeName) {
@@ -108,20 +92,6 @@ TEST(FileOperationsTest, WritesWithModesThroughLinksAndReportsAFullDisk) {
     EXPECT_EQ(folder.listing(), "file link");
     EXPECT_EQ(failureOf([] { writeFile(URL::file("/dev/full"), bytesOf("x")); }),
               "无法写入文件“/dev/full”：No space left on device");
-}
-
-TEST(FileOperationsTest, NoticesEveryChangeOfAFile) {
-    const TemporaryFolder folder;
-    const URL file = folder.file("file", "old");
-    const FileVersion before = FileVersion::of(file);
-    EXPECT_EQ(FileVersion::of(file), before);
-    const auto modified = std::filesystem::last_write_time(file.path());
-    // The kernel's clock for changes advances every few milliseconds.
-    EXPECT_TRUE(waitUntil([&] {
-        folder.file("file", "new");
-        std::filesystem::last_write_time(file.path(), modified);
-        return FileVersion::of(file) != before;
-    }));
 }
 
 TEST(FileOperationsTest, CreatesAndRemovesFolders) {

@@ -116,26 +116,6 @@ TEST_F(WorkRegisterTest, AnItemIsHeldWhileTheNoteOrACopyOfItsLockIsOpen) {
     EXPECT_THAT(entries(workRegister.folder()), IsEmpty()) << "a note without an item is of no use";
 }
 
-TEST_F(WorkRegisterTest, ASweepKeepsNotesThatAreBeingMade) {
-    std::atomic<bool> isOver = false;
-    std::thread sweeper([&] {
-        while (!isOver) {
-            workRegister.sweep();
-        }
-    });
-    for (int i = 0; i < 500; ++i) {
-        const WorkNote note(pictures, WorkItem::directory);
-        createDirectories(note.item());
-        EXPECT_TRUE(
-            FileLock::isHeld(workRegister.folder().appending(note.item().lastPathComponent().substr(10))));
-        EXPECT_TRUE(isDirectory(note.item()));
-        EXPECT_EQ(::rmdir(note.item().c_str()), 0) << "the sweep took it";
-    }
-    isOver = true;
-    sweeper.join();
-    EXPECT_THAT(entries(workRegister.folder()), IsEmpty());
-}
-
 TEST_F(WorkRegisterTest, WithoutARegisterOnlyRestoringContinues) {
     folder.file("data", "no folder");
     EXPECT_THROW(WorkNote(pictures, WorkItem::directory), FileSystemError);

@@ -21,7 +21,7 @@ protected:
     test::EnvironmentVariable data{"XDG_DATA_HOME", (folder / "data").path()};
 };
 
-TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole) {
+TEST_F(LeftoversTest, SettlesAPreparedRecordUnlessItsBackupIsDamaged) {
     using State = UndoRecord::State;
     const URL photo = folder / "photo.png";
     std::optional<UndoRecord> record;
@@ -29,7 +29,11 @@ TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole)
     const auto edit = [&] { folder.file("photo.png", "another program's"); };
     const auto remove = [&] { removeFile(photo); };
     const auto takeName = [&] { folder.file("converted.png", "another program's"); };
-    const auto damageBackup = [&] { writeFile(store.backupURL(*record), std::vector<std::uint8_t>(10)); };
+    const auto cutBackup = [&] { writeFile(store.backupURL(*record), std::vector<std::uint8_t>(10)); };
+    const auto alterBackup = [&] {
+        folder.file("store/" + record->sessionID.text() + "/" + record->backupName,
+                    std::string(record->originalBytes, 'x'));
+    };
     const auto removeBackup = [&] { store.removeBackup(*record); };
     const auto link = [&] {
         atomicRename(photo, folder / "moved.png");
@@ -42,20 +46,26 @@ TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole)
         std::vector<std::function<void()>> steps;
         /// None where the record is deleted; a prepared one stays.
         std::optional<State> state;
+        bool isRestorable = true;
     };
-    for (const auto& [what, isConversion, steps, state] : std::vector<Case>{
+    for (const auto& [what, isConversion, steps, state, isRestorable] : std::vector<Case>{
              {"original in place", false, {}, std::nullopt},
              {"replacement in place", false, {replace}, State::committed},
-             {"something else in place", false, {edit}, State::prepared},
-             {"nothing in place", false, {remove}, State::prepared},
-             {"a link in place", false, {link}, State::prepared},
-             {"replacement in place, backup damaged", false, {replace, damageBackup}, State::prepared},
-             {"replacement in place, backup gone", false, {replace, removeBackup}, State::prepared},
+             {"something else in place", false, {edit}, State::committed, false},
+             {"nothing in place", false, {remove}, State::committed},
+             {"a link to the original in place", false, {link}, State::committed, false},
+             {"nothing in place, backup damaged", false, {remove, alterBackup}, State::prepared},
+             {"something else in place, backup unfinished", false, {edit, cutBackup}, std::nullopt},
+             {"replacement in place, backup damaged", false, {replace, alterBackup}, State::prepared},
+             {"replacement of another record, backup not begun",
+              false,
+              {replace, removeBackup},
+              std::nullopt},
              {"not converted yet", true, {}, std::nullopt},
              {"converted", true, {replace}, State::committed},
              {"converted, original gone", true, {replace, remove}, State::committed},
              {"the new name is another program's", true, {takeName}, std::nullopt},
-             {"not converted, original changed", true, {edit}, State::prepared},
+             {"not converted, original changed", true, {edit}, State::committed, false},
          }) {
         SCOPED_TRACE(what);
         const auto converted = isConversion ? std::optional(folder / "converted.png") : std::nullopt;
@@ -75,8 +85,8 @@ TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole)
         EXPECT_EQ(records.empty() ? std::nullopt : std::optional(records[0].state), state);
         EXPECT_EQ(store.hasBackup(*record), state && hadBackup);
         if (state == State::committed) {
-            store.restore(*record);
-            EXPECT_EQ(hash(photo), record->originalHash);
+            EXPECT_EQ(test::failureOf([&] { store.restore(*record); }) == "no failure", isRestorable);
+            EXPECT_EQ(hash(photo) == record->originalHash, isRestorable || itemExists(folder / "moved.png"));
             EXPECT_FALSE(itemExists(folder / "converted.png"));
         }
         store.deleteRecord(*record);
@@ -86,29 +96,46 @@ TEST_F(LeftoversTest, SettlesAPreparedRecordOnlyWhereThePictureIsKnownToBeWhole)
     }
 }
 
-TEST_F(LeftoversTest, LeavesALiveProcessItsRecordsAndItsUnfinishedFiles) {
-    createDirectories(folder / "other");
-    const UndoRecord mine =
-        store.prepare(picture("photo.png", 1), picture("winner.png", 200), UUID::random());
-    store.prepare(picture("other/photo.png", 2), picture("winner.png", 200), UUID::random());
-    const URL unfinished =
-        folder.file("store/" + mine.sessionID.text() + "/.tarnwick-write-" + UUID::random().text(), "{");
-    {
-        const WorkNote note(folder.url(), WorkItem::directory);
-        const LeftoversReport leftovers = removeLeftovers(store);
-        EXPECT_TRUE(leftovers.isIncomplete);
-        EXPECT_EQ(leftovers.removed, 0);
-        EXPECT_EQ(leftovers.settledRecords, 1) << "nobody works beside the other picture";
-    }
-    ASSERT_THAT(store.readRecords(), SizeIs(1));
-    EXPECT_EQ(store.readRecords()[0], mine);
-    EXPECT_TRUE(itemExists(unfinished));
+TEST_F(LeftoversTest, ReturnsWhatAReplacementOrARemovalDisplaced) {
+    const std::string original = test::contents(picture("photo.png", 1));
+    const std::string winner = test::contents(picture("winner.png", 200));
+    struct Case {
+        const char* what;
+        bool isBackupSound;
+        std::string displaced;
+        std::string inPlace;
+        /// What is in place afterwards.
+        std::string expected;
+        bool isDisplacedKept = false;
+    };
+    for (const Case& row : std::vector<Case>{
+             {"killed before the exchange", true, winner, original, original},
+             {"killed after it", true, original, winner, winner},
+             {"killed after it, backup damaged", false, original, winner, original},
+             {"another program had written", true, "edited", winner, "edited"},
+             {"another program had written before a restore", true, "edited", original, "edited"},
+             {"killed in a removal", true, "edited", "", "edited"},
+             {"another program has written since", true, "edited", "edited again", "edited again", true},
+         }) {
+        SCOPED_TRACE(row.what);
+        const URL photo = folder.file("photo.png", original);
+        const UndoRecord record = store.prepare(photo, folder.file("winner.png", winner), UUID::random());
+        if (!row.isBackupSound) {
+            store.removeBackup(record);
+        }
+        folder.file(record.exchangeURL().lastPathComponent(), row.displaced);
+        removeFile(photo);
+        if (!row.inPlace.empty()) {
+            folder.file("photo.png", row.inPlace);
+        }
+        EXPECT_THAT(store.removeAll(), IsEmpty()) << "the displaced file may be all that is left";
 
-    const LeftoversReport leftovers = removeLeftovers(store);
-    EXPECT_FALSE(leftovers.isIncomplete);
-    EXPECT_EQ(leftovers.removed, 1);
-    EXPECT_EQ(leftovers.settledRecords, 1);
-    EXPECT_THAT(entries(store.root()), IsEmpty());
+        EXPECT_THAT(removeLeftovers(store).problems, SizeIs(row.isDisplacedKept ? 1 : 0));
+        EXPECT_EQ(test::contents(photo), row.expected);
+        EXPECT_EQ(itemExists(record.exchangeURL()), row.isDisplacedKept);
+        removeFile(record.exchangeURL());
+        store.deleteRecord(record);
+    }
 }
 
 TEST_F(LeftoversTest, WaitsItsTurnAndTrustsNoNoteThatItCannotRead) {

