@@ -4,11 +4,20 @@
 #include "Scheduling/CompressionQueue.h"
 
 namespace tarnwick {
+namespace {
+
+/// The default store and thresholds, the bundle's tools.
+CompressionEngine makeEngine(const ApplicationBundle& bundle) {
+    constexpr QualityThresholds thresholds;
+    return {bundle.toolDirectory(), UndoStore(), thresholds.jpeg, thresholds.png, thresholds.gif};
+}
+
+} // namespace
 
 TarnwickApp::TarnwickApp(const ApplicationBundle& bundle)
     : helper_(bundle.helperExecutable()), model_({CompressionQueue::shared(), notifications_, wake_, helper_,
                                                   chooser_, revealer_, clock_, alerts_},
-                                                 makeApplicationEngine(bundle.toolDirectory())),
+                                                 makeEngine(bundle)),
       extensionSettings_({bundle.executable(), UserDirectories::fromEnvironment()}),
       finder_({launchServices_, defaults_, alerts_, extensionSettings_}, bundle, bundle.pluginKitDirectory()),
       window_({model_, chooser_, alerts_, extensionSettings_}),

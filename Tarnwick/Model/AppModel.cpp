@@ -2,7 +2,6 @@
 
 #include "Engine/CompressionEngine.h"
 #include "Foundation/CompressionError.h"
-#include "Process/Cancellation.h"
 #include "Scheduling/CompressionQueue.h"
 #include "Tarnwick/Desktop/DesktopServices.h"
 #include "Tarnwick/Desktop/Dialogs.h"
@@ -21,18 +20,12 @@
 
 #include <QPointer>
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <set>
 #include <stop_token>
 #include <utility>
 
 namespace tarnwick {
-
-CompressionEngine makeApplicationEngine(const URL& toolDirectory) {
-    constexpr QualityThresholds thresholds;
-    return {toolDirectory, UndoStore(), thresholds.jpeg, thresholds.png, thresholds.gif};
-}
 
 struct AppModel::Work {
     Work(AppModel& model, const CompressionEngine& theEngine)
@@ -289,17 +282,14 @@ void AppModel::finishClearing(const std::exception_ptr& error, const std::vector
 }
 
 void AppModel::compare(const QString& taskID) {
-    const UndoRecord* found = record(taskID);
-    if (found == nullptr) {
-        return;
+    const auto show = [this, taskID](const ComparisonOutcome& outcome) {
+        const auto* item = std::get_if<ComparisonItem>(&outcome);
+        item != nullptr ? emit comparisonReady(taskID, *item)
+                        : emit comparisonFailed(taskID, std::get<QString>(outcome));
+    };
+    if (const UndoRecord* found = record(taskID)) {
+        comparisonItem(*found, show);
     }
-    comparisonItem(*found, [this, taskID](const ComparisonOutcome& outcome) {
-        if (const auto* item = std::get_if<ComparisonItem>(&outcome)) {
-            emit comparisonReady(taskID, *item);
-        } else {
-            emit comparisonFailed(taskID, std::get<QString>(outcome));
-        }
-    });
 }
 
 void AppModel::comparisonItem(const UndoRecord& record,

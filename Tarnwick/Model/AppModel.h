@@ -40,9 +40,6 @@ struct AppServices {
     AlertPresenter& alerts;
 };
 
-/// The application's engine: the default store and thresholds, the bundle's tools.
-CompressionEngine makeApplicationEngine(const URL& toolDirectory);
-
 /// The model behind the main window. Belongs to the main thread and needs its event loop; other threads do
 /// the work on files, so that no function blocks for long. A task is named by the text of its `taskId` role;
 /// an unknown name is ignored.

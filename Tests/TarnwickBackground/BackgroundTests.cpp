@@ -25,7 +25,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
-#include <sstream>
 #include <utility>
 
 namespace tarnwick::test {

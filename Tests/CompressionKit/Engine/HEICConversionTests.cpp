@@ -9,7 +9,6 @@
 namespace tarnwick::test {
 namespace {
 
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 class HEICConversionTest : public EngineFixture {

@@ -162,16 +162,6 @@ TEST(FileCopyTest, KeepsAnotherOwnerWherePermitted) {
     EXPECT_EQ(status.st_mode & 07777U, 0440U);
 }
 
-TEST(FileCopyTest, NeverWritesOverAFile) {
-    const TemporaryFolder folder;
-    const URL source = folder.file("source", "new");
-    const URL taken = folder.file("taken", "old");
-    EXPECT_THROW(copyFile(source, taken), FileSystemError);
-    EXPECT_EQ(contents(taken), "old");
-    EXPECT_THROW(copyFile(folder / "missing", folder / "copy"), FileSystemError);
-    EXPECT_EQ(folder.listing(), "source taken");
-}
-
 TEST(FileLockTest, HasOneHolderAtATime) {
     const TemporaryFolder folder;
     const URL file = folder / "inner/lock";

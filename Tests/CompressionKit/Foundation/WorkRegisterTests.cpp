@@ -8,10 +8,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <thread>
 
 namespace tarnwick::test {
 namespace {

@@ -7,6 +7,7 @@
 // and result, separated by tabs; the result is missing when the program was killed before it.
 
 #include "Engine/CompressionEngine.h"
+#include "FailingAllocation.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
 #include "Foundation/FileDescriptor.h"
@@ -19,15 +20,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
-#include <cstdlib>
 #include <functional>
 #include <iostream>
 #include <map>
-#include <new>
 #include <stdexcept>
-#include <string_view>
 
 namespace tarnwick::test {
 namespace {
@@ -50,7 +47,7 @@ public:
             ::kill(::getpid(), SIGKILL);
         }
         if (isDue && how_ == "stop") {
-            ::raise(SIGSTOP);
+            ::kill(::getpid(), SIGSTOP);
         }
         return isFailing ? std::stoi(how_) : 0;
     }
@@ -63,7 +60,7 @@ public:
             ::kill(::getpid(), SIGKILL);
         }
     }
-    void waits() override { ::raise(SIGSTOP); }
+    void waits() override { ::kill(::getpid(), SIGSTOP); }
 
 private:
     void record(const std::string& text) const {
@@ -77,10 +74,6 @@ private:
     std::string how_;
     int count_ = 0;
 };
-
-/// Counts down to the allocation that fails; none when negative.
-std::atomic<int> allocations = -1;
-int traceOfAllocations = -1;
 
 struct Work {
     URL file;
@@ -135,32 +128,8 @@ const std::map<std::string, std::function<void(const Work&)>> operations = {
     {"enable", [](const Work& /*work*/) { setThunarMenu(true); }},
     {"disable", [](const Work& /*work*/) { setThunarMenu(false); }}};
 
-void failAllocation(const std::string& trace, int number) {
-    traceOfAllocations = ::open(trace.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-    allocations = number;
-}
-
 } // namespace
 } // namespace tarnwick::test
-
-void* operator new(std::size_t size) {
-    using namespace tarnwick::test;
-    constexpr std::size_t page = 4096;
-    if (size >= page && allocations > 0 && --allocations == 0) {
-        constexpr std::string_view line = "allocation\t\t\tfailed\n";
-        if (::write(traceOfAllocations, line.data(), line.size()) > 0) {
-            throw std::bad_alloc();
-        }
-    }
-    void* const memory = std::malloc(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
-}
 
 int main(int count, char** arguments) {
     using namespace tarnwick::test;

@@ -15,7 +15,6 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
-#include <set>
 
 namespace tarnwick::test {
 namespace {
