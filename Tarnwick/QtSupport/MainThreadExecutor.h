@@ -2,10 +2,12 @@
 
 #include <asio/execution/blocking.hpp>
 
-#include <QMetaObject>
 #include <QObject>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <utility>
 
 namespace tarnwick {
@@ -20,13 +22,9 @@ public:
 
     template <typename Function>
     void execute(Function&& function) const {
-        const std::lock_guard lock(target_->mutex);
-        if (target_->receiver != nullptr) {
-#ifndef __clang_analyzer__ // It reports a leak of what Qt keeps for the event loop.
-            QMetaObject::invokeMethod(target_->receiver, std::forward<Function>(function),
-                                      Qt::QueuedConnection);
-#endif
-        }
+        // std::function takes only what can be copied.
+        auto shared = std::make_shared<std::decay_t<Function>>(std::forward<Function>(function));
+        post([shared = std::move(shared)] { (*shared)(); });
     }
 
     friend bool operator==(const MainThreadExecutor&, const MainThreadExecutor&) = default;
@@ -34,31 +32,35 @@ public:
 private:
     friend class MainThreadContext;
 
+    /// The functions are in a queue of their own, and Qt's queue only has an event for each: the thread
+    /// sanitizer does not see the locks of Qt's queue.
     struct Target {
         std::mutex mutex;
         QObject* receiver;
+        std::deque<std::function<void()>> functions;
     };
 
-    explicit MainThreadExecutor(QObject* receiver) : target_(new Target{.mutex = {}, .receiver = receiver}) {}
+    explicit MainThreadExecutor(QObject* receiver)
+        : target_(new Target{.mutex = {}, .receiver = receiver, .functions = {}}) {}
+
+    void post(std::function<void()> function) const;
 
     std::shared_ptr<Target> target_;
 };
 
 /// Belongs to the object that the handlers on its executor use, so that they run only while that exists.
-class MainThreadContext {
+class MainThreadContext : private QObject {
 public:
-    MainThreadContext() : executor_(&receiver_) {}
+    MainThreadContext() : executor_(this) {}
     MainThreadContext(const MainThreadContext&) = delete;
     MainThreadContext& operator=(const MainThreadContext&) = delete;
-    ~MainThreadContext() {
-        const std::lock_guard lock(executor_.target_->mutex);
-        executor_.target_->receiver = nullptr;
-    }
+    ~MainThreadContext() override;
 
     const MainThreadExecutor& executor() const noexcept { return executor_; }
 
 private:
-    QObject receiver_;
+    void customEvent(QEvent* event) override;
+
     MainThreadExecutor executor_;
 };
 

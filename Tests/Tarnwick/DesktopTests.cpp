@@ -9,13 +9,11 @@
 #include "Tarnwick/Desktop/SystemClock.h"
 #include "Tarnwick/ModelFixture.h"
 
-#include <sys/prctl.h>
-
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QProcess>
-#include <csignal>
+#include <array>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 
@@ -29,17 +27,20 @@ using namespace testing;
 class DesktopTest : public Test {
 protected:
     static void SetUpTestSuite() {
-        static auto* const daemon = new QProcess;
-        if (daemon->state() != QProcess::NotRunning) {
-            return;
-        }
-        daemon->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        daemon->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        daemon->start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address"});
-        ASSERT_TRUE(daemon->waitForReadyRead()) << daemon->errorString().toStdString();
-        const QByteArray address = daemon->readLine().trimmed();
+        static const QByteArray address = addressOfNewBus();
+        ASSERT_FALSE(address.isEmpty());
         qputenv("DBUS_SESSION_BUS_ADDRESS", address);
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
+    }
+
+private:
+    /// QProcess would use vfork, after which the thread sanitizer sees no lock of this thread.
+    static QByteArray addressOfNewBus() {
+        std::FILE* daemon = ::popen( // NOLINT(cert-env33-c)
+            "exec setpriv --pdeathsig TERM dbus-daemon --session --nofork --nopidfile --print-address", "r");
+        std::array<char, 256> line{};
+        const bool isRead = std::fgets(line.data(), static_cast<int>(line.size()), daemon) != nullptr;
+        return isRead ? QByteArray(line.data()).trimmed() : QByteArray();
     }
 };
 
