@@ -35,8 +35,8 @@ public:
     /// a no.
     using Expectation = std::function<bool(const URL&)>;
 
-    /// `slot` is the second name: free, in the same folder, and known to whoever cleans up after a killed
-    /// process.
+    /// `slot` is the second name, which must be free and in the same folder. A caller whose process may be
+    /// killed derives it from something stored, so that the sweep can find the displaced file.
     /// Throws FileSystemError when the folder is missing.
     GuardedFile(const URL& file, const URL& slot, Expectation isExpected);
 

@@ -33,7 +33,7 @@ public:
         /// its backup would expire as soon as the record was settled.
         bool hasPrepared = false;
 
-        /// Adds a committed record that has a backup of so many bytes.
+        /// Adds a committed record with a backup. `bytes` is the size of the backup.
         void add(const UndoRecord& record, std::int64_t bytes, bool isOverdue);
     };
 
