@@ -6,7 +6,7 @@
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
-#include "Foundation/GuardedFile.h"
+#include "History/Restoring.h"
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
 #include "ImageIO/Orientation.h"
@@ -99,9 +99,7 @@ URL targetURL(const URL& original, int attempt) {
 /// other program has changed it.
 class PublishedFile {
 public:
-    PublishedFile(const UndoRecord& record, const std::string& expectedHash)
-        : file_(record.replacementURL(), record.exchangeURL(),
-                [expectedHash](const URL& url) { return hash(url) == expectedHash; }) {}
+    explicit PublishedFile(const UndoRecord& record) : file_(guardedReplacement(record)) {}
     PublishedFile(const PublishedFile&) = delete;
     PublishedFile& operator=(const PublishedFile&) = delete;
     ~PublishedFile() {
@@ -130,7 +128,7 @@ private:
 bool publish(const UndoStore& undo, const Original& original, const Decoded& decoded, const URL& target,
              UndoRecord& record) {
     requireUnchanged(original);
-    PublishedFile published(record, decoded.hash);
+    PublishedFile published(record);
     if (!published.publish(decoded.url, target)) {
         return false;
     }

@@ -7,6 +7,7 @@
 #include "Foundation/FileVersion.h"
 #include "Foundation/GuardedFile.h"
 #include "Foundation/WorkRegister.h"
+#include "History/Restoring.h"
 
 #include <exception>
 
@@ -17,9 +18,7 @@ void putBackupBack(const UndoStore& undo, const UndoRecord& record, const Origin
     const URL folder = original.url.deletingLastPathComponent();
     const NotedFile copy(folder, WorkItem::rolledBackFile);
     copyFile(undo.backupURL(record), copy.url());
-    const GuardedFile file(original.url, record.exchangeURL(),
-                           [&](const URL& url) { return hash(url) == record.replacementHash; });
-    file.replace(copy.url(), original.hash);
+    guardedReplacement(record).replace(copy.url(), original.hash);
 }
 
 /// Undoes an incomplete replacement. When the file cannot be read or the original cannot be put back, the

@@ -6,7 +6,6 @@
 #include "Foundation/FileCopy.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
-#include "Foundation/GuardedFile.h"
 #include "Foundation/WorkRegister.h"
 #include "Inspection/ImageFacts.h"
 
@@ -49,12 +48,6 @@ void moveWhereAbsent(const URL& source, const URL& destination) {
     }
 }
 
-/// The compressed or converted file, as long as no other program changes it.
-GuardedFile guarded(const UndoRecord& record) {
-    return {record.replacementURL(), record.exchangeURL(),
-            [&record](const URL& url) { return hash(url) == record.replacementHash; }};
-}
-
 void restoreInPlace(const URL& backup, const UndoRecord& record, const std::string& originalHash) {
     const URL original = record.originalURL();
     const URL folder = original.deletingLastPathComponent();
@@ -66,7 +59,7 @@ void restoreInPlace(const URL& backup, const UndoRecord& record, const std::stri
     if (!itemExists(original)) {
         moveWhereAbsent(copy.url(), original);
         syncDirectory(folder);
-    } else if (!guarded(record).replace(copy.url(), originalHash)) {
+    } else if (!guardedReplacement(record).replace(copy.url(), originalHash)) {
         throw CompressionError::unsafeRestore();
     }
 }
@@ -86,7 +79,7 @@ void restoreConverted(const URL& backup, const UndoRecord& record, const std::st
         moveWhereAbsent(copy.url(), original);
         syncDirectory(folder);
     }
-    if (itemExists(converted) && !guarded(record).remove()) {
+    if (itemExists(converted) && !guardedReplacement(record).remove()) {
         throw CompressionError::unsafeRestore();
     }
 }
@@ -102,6 +95,11 @@ bool isRecorded(const RecordStore& store, const UndoRecord& record, const URL& u
 }
 
 } // namespace
+
+GuardedFile guardedReplacement(const UndoRecord& record) {
+    return {record.replacementURL(), record.exchangeURL(),
+            [expected = record.replacementHash](const URL& url) { return hash(url) == expected; }};
+}
 
 bool holds(const URL& url, const std::string& expectedHash) {
     try {

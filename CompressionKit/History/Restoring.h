@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Foundation/GuardedFile.h"
 #include "History/RecordStore.h"
 
 #include <string>
@@ -13,6 +14,9 @@ std::string verifyBackup(const RecordStore& store, const UndoRecord& record);
 bool hasSoundBackup(const RecordStore& store, const UndoRecord& record);
 /// Whether `url` is a regular file with this hash. False when it cannot be read.
 bool holds(const URL& url, const std::string& expectedHash);
+
+/// The compressed or converted file, as long as no other program changes it. Throws FileSystemError.
+GuardedFile guardedReplacement(const UndoRecord& record);
 
 /// A process that was killed while it replaced or removed a file may have left the displaced file under the
 /// record's exchangeURL(). Puts what another program wrote back in its place, and removes the rest. Returns
