@@ -1,11 +1,13 @@
 #include "TarnwickCommand/JSONLine.h"
 
+#include "Foundation/Text.h"
+
 #include <nlohmann/json.hpp>
 
 namespace tarnwick {
 
 std::string jsonLine(const JSON& object) {
-    return object.dump(-1, ' ', false, JSON::error_handler_t::replace);
+    return displayableJSON(object.dump(-1, ' ', false, JSON::error_handler_t::replace));
 }
 
 } // namespace tarnwick

@@ -1,5 +1,7 @@
 #include "TarnwickCommand/TerminalText.h"
 
+#include "Foundation/Text.h"
+
 #include <clocale>
 #include <cwchar>
 #include <memory>
@@ -55,20 +57,11 @@ std::size_t lengthFromLead(unsigned char lead) {
     return lead < 0xF0 ? 3 : 4;
 }
 
-char32_t decoded(std::string_view bytes) {
-    const auto lead = static_cast<unsigned char>(bytes[0]);
-    char32_t character = bytes.size() == 1 ? lead : lead & (0x7FU >> bytes.size());
-    for (const char byte : bytes.substr(1)) {
-        character = (character << 6U) | (static_cast<unsigned char>(byte) & 0x3FU);
-    }
-    return character;
-}
-
 std::vector<Character> charactersOf(std::string_view text) {
     std::vector<Character> characters;
     while (!text.empty()) {
         const auto bytes = text.substr(0, lengthFromLead(static_cast<unsigned char>(text[0])));
-        characters.push_back({bytes, columnsOf(decoded(bytes))});
+        characters.push_back({bytes, columnsOf(codePoint(bytes))});
         text.remove_prefix(bytes.size());
     }
     return characters;

@@ -20,7 +20,7 @@ std::set<std::string> parsed(const std::string& text, const URL& file) {
     try {
         return nlohmann::json::parse(text).at("created").get<std::set<std::string>>();
     } catch (const nlohmann::json::exception&) {
-        throw CompressionError::fileOperation("文件“" + file.path() + "”已损坏，请将其删除");
+        throw CompressionError::fileOperation("文件“" + displayText(file.path()) + "”已损坏，请将其删除");
     }
 }
 

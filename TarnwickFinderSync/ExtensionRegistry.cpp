@@ -56,7 +56,7 @@ ExtensionRegistry::ExtensionRegistry(URL file) : file_(std::move(file)) {
         }
         stored.at("elections").get_to(elections_);
     } catch (const nlohmann::json::exception&) {
-        throw CompressionError::fileOperation("文件“" + file_.path() + "”已损坏，请将其删除");
+        throw CompressionError::fileOperation("文件“" + displayText(file_.path()) + "”已损坏，请将其删除");
     }
 }
 

@@ -54,7 +54,7 @@ void FileMenuEntry::write() const {
     const MenuFile& wanted = files_.front();
     const auto present = readIfPresent(wanted.location);
     if (present && !isOurs(present)) {
-        throw CompressionError::fileOperation("已有同名的其他文件：" + wanted.location.path());
+        throw CompressionError::fileOperation("已有同名的其他文件：" + displayText(wanted.location.path()));
     }
     if (!isUpToDate(wanted)) {
         created_.createDirectories(wanted.location.deletingLastPathComponent());

@@ -101,7 +101,7 @@ std::string Registrar::elect(const std::string& identifier, Election election) c
     } else if (hasProgram(application.lastPathComponent(), {application.deletingLastPathComponent()})) {
         failures = enableInstalled(menus);
     } else {
-        throw CompressionError::fileOperation("找不到应用程序：" + application.path());
+        throw CompressionError::fileOperation("找不到应用程序：" + displayText(application.path()));
     }
     const auto lock = FileLock::acquireFolder(folder());
     ExtensionRegistry registry(file());

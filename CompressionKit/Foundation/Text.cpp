@@ -1,5 +1,7 @@
 #include "Foundation/Text.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace tarnwick {
@@ -63,26 +65,43 @@ Sequence sequenceAt(std::string_view bytes, std::size_t index) {
     return {length, length == announced};
 }
 
+/// Whether a character would do something where it is shown, beside being seen.
 bool isControl(std::string_view character) {
-    const auto first = static_cast<unsigned char>(character[0]);
-    const bool c1 = first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
-    return first < 0x20 || first == 0x7F || c1;
+    const char32_t point = codePoint(character);
+    const bool isC0OrC1 = point < 0x20 || (point >= 0x7F && point < 0xA0);
+    const bool isSeparatorOrOverride = point >= 0x2028 && point <= 0x202E;
+    const bool isIsolate = point >= 0x2066 && point <= 0x2069;
+    return isC0OrC1 || isSeparatorOrOverride || isIsolate;
 }
 
-template <typename Keep>
-std::string replacing(std::string_view bytes, Keep keep) {
+/// Calls `shown` with each complete character for the text in its place.
+template <typename Shown>
+std::string replacing(std::string_view bytes, Shown shown) {
     std::string text;
     text.reserve(bytes.size());
     for (std::size_t index = 0; index < bytes.size();) {
         const Sequence sequence = sequenceAt(bytes, index);
         const std::string_view character = bytes.substr(index, sequence.length);
-        text += sequence.wellFormed && keep(character) ? character : replacementCharacter;
+        if (sequence.wellFormed) {
+            text += shown(character);
+        } else {
+            text += replacementCharacter;
+        }
         index += sequence.length;
     }
     return text;
 }
 
 } // namespace
+
+char32_t codePoint(std::string_view character) {
+    const auto lead = static_cast<unsigned char>(character[0]);
+    char32_t point = character.size() == 1 ? lead : lead & (0x7FU >> character.size());
+    for (const char byte : character.substr(1)) {
+        point = (point << 6U) | (static_cast<unsigned char>(byte) & 0x3FU);
+    }
+    return point;
+}
 
 bool isUTF8(std::string_view bytes) {
     for (std::size_t index = 0; index < bytes.size();) {
@@ -96,11 +115,20 @@ bool isUTF8(std::string_view bytes) {
 }
 
 std::string decodeUTF8(std::string_view bytes) {
-    return replacing(bytes, [](std::string_view) { return true; });
+    return replacing(bytes, [](std::string_view character) { return character; });
 }
 
 std::string displayText(std::string_view bytes) {
-    return replacing(bytes, [](std::string_view character) { return !isControl(character); });
+    return replacing(bytes, [](std::string_view character) {
+        return isControl(character) ? replacementCharacter : character;
+    });
+}
+
+std::string displayableJSON(std::string_view json) {
+    return replacing(json, [](std::string_view character) {
+        return isControl(character) ? fmt::format("\\u{:04x}", std::uint32_t{codePoint(character)})
+                                    : std::string(character);
+    });
 }
 
 std::string firstCharacters(std::string_view text, std::size_t count) {

@@ -14,9 +14,16 @@ bool isUTF8(std::string_view bytes);
 /// `bytes` as UTF-8, each ill-formed sequence replaced by U+FFFD.
 std::string decodeUTF8(std::string_view bytes);
 
-/// `bytes` as one line of well-formed text for display: ill-formed sequences and control characters, which
-/// could break the line or control a terminal, become U+FFFD.
+/// `bytes` as one line of well-formed text for display: ill-formed sequences and all characters that could
+/// break the line, control a terminal or reorder the text (control characters, line separators, and overrides
+/// and isolates of the writing direction) become U+FFFD.
 std::string displayText(std::string_view bytes);
+
+/// JSON text with \uXXXX for each character that displayText() replaces. Its strings then say the same.
+std::string displayableJSON(std::string_view json);
+
+/// The code point of one well-formed character.
+char32_t codePoint(std::string_view character);
 
 /// The first `count` characters (code points) of well-formed UTF-8 text.
 std::string firstCharacters(std::string_view text, std::size_t count);
