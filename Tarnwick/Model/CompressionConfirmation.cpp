@@ -1,15 +1,21 @@
 #include "Tarnwick/Model/CompressionConfirmation.h"
 
+#include "Foundation/Text.h"
 #include "Tarnwick/Desktop/Dialogs.h"
 #include "Tarnwick/Model/AppModel.h"
+#include "Tarnwick/QtSupport/QtConversions.h"
 
 #include <utility>
 
 namespace tarnwick {
 namespace {
 
+QString nameOf(const QUrl& url) {
+    return toQString(displayText(fromQUrl(url).lastPathComponent()));
+}
+
 QString question(const QList<QUrl>& urls) {
-    return urls.size() == 1 ? QStringLiteral("要压缩“%1”吗？").arg(urls.front().fileName())
+    return urls.size() == 1 ? QStringLiteral("要压缩“%1”吗？").arg(nameOf(urls.front()))
                             : QStringLiteral("要压缩这 %1 个文件吗？").arg(urls.size());
 }
 

@@ -141,6 +141,12 @@ ApplicationWindow {
         property: "isHeld"
         value: alertSheet.visible || clearSheet.visible || aboutSheet.visible
     }
+    // A tool tip may contain the name of a file.
+    Binding {
+        target: list.ToolTip.toolTip.contentItem
+        property: "textFormat"
+        value: Text.PlainText
+    }
     ExtensionSettingsWindow {
         objectName: "extensionSettings"
         settings: window.extensionSettings

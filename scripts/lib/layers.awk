@@ -78,6 +78,11 @@ FILENAME ~ /CMakeLists\.txt$/ {
     if (FILENAME ~ /^CompressionKit\// && /Qt[0-9]*::|find_package\( *Qt/) violation("CompressionKit knows no Qt")
     next
 }
+FILENAME ~ /\.qml$/ {
+    if (FILENAME !~ /\/PlainText\.qml$/ && /(^|[^A-Za-z0-9_])(Text|Label)[ \t]*\{/ && !/^[ \t]*\/\//)
+        violation("a text may contain a file's name: it is a PlainText, which is never markup")
+    next
+}
 {
     if (comment && !sub(/^.*\*\//, "")) next
     comment = 0

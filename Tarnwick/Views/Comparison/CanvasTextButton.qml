@@ -12,7 +12,7 @@ T.AbstractButton {
     focusPolicy: Qt.TabFocus
     checkable: false
 
-    contentItem: Text {
+    contentItem: PlainText {
         text: button.text
         color: button.checked ? Theme.canvasText : Theme.canvasSecondText
         font.pixelSize: Theme.controlSize

@@ -25,7 +25,7 @@ Column {
         color: Theme.canvasFailure
         visible: notice.failure !== ""
     }
-    Text {
+    PlainText {
         objectName: "comparisonNotice"
         width: parent.width
         horizontalAlignment: Text.AlignHCenter

@@ -11,7 +11,7 @@ Rectangle {
     color: Theme.canvasPanel
     border.color: Theme.canvasLine
 
-    Text {
+    PlainText {
         id: label
         anchors.centerIn: parent
         color: Theme.canvasText

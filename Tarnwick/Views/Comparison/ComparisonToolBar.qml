@@ -31,7 +31,7 @@ Rectangle {
             label: "缩小图片"
             onActivated: bar.zoomOutRequested()
         }
-        Text {
+        PlainText {
             objectName: "zoomPercent"
             width: 56
             anchors.verticalCenter: parent.verticalCenter

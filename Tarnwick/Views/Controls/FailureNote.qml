@@ -19,7 +19,7 @@ Rectangle {
         size: 20
         color: Theme.failure
     }
-    Text {
+    PlainText {
         id: label
         anchors.left: parent.left
         anchors.leftMargin: 46
@@ -32,7 +32,6 @@ Rectangle {
         wrapMode: Text.Wrap
         maximumLineCount: 6
         elide: Text.ElideRight
-        textFormat: Text.PlainText
         Accessible.ignored: true
     }
     Accessible.role: Accessible.AlertMessage

@@ -1,7 +1,7 @@
 import QtQuick
 import Tarnwick
 
-Text {
+PlainText {
     horizontalAlignment: Text.AlignHCenter
     color: Theme.secondText
     font.pixelSize: Theme.nameSize

@@ -14,7 +14,7 @@ Item {
     implicitWidth: name.implicitWidth + (shortcutText === "" ? 0 : shortcut.implicitWidth + 24) + 20
     implicitHeight: name.implicitHeight
 
-    Text {
+    PlainText {
         id: name
         x: 10
         anchors.verticalCenter: parent.verticalCenter
@@ -23,7 +23,7 @@ Item {
         color: label.allowed ? Theme.text : Theme.disabledIcon
         Accessible.ignored: true
     }
-    Text {
+    PlainText {
         id: shortcut
         anchors.right: parent.right
         anchors.rightMargin: 10

@@ -17,7 +17,7 @@ T.Button {
     font.pixelSize: Theme.controlSize
     font.weight: Font.Medium
 
-    contentItem: Text {
+    contentItem: PlainText {
         text: button.text
         font: button.font
         color: button.enabled ? button.textColor : Theme.disabledIcon

@@ -27,17 +27,16 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 3
 
-            Text {
+            PlainText {
                 width: parent.width
                 text: row.name
                 color: Theme.text
                 font.pixelSize: Theme.nameSize
                 font.weight: Font.Medium
                 elide: Text.ElideRight
-                textFormat: Text.PlainText
                 Accessible.ignored: true
             }
-            Text {
+            PlainText {
                 width: parent.width
                 text: row.isEnabled ? "右键菜单已启用" : "右键菜单未启用"
                 color: Theme.secondText

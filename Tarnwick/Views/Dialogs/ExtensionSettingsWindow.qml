@@ -36,7 +36,7 @@ ApplicationWindow {
         anchors.margins: Theme.edge
         spacing: 12
 
-        Text {
+        PlainText {
             Layout.fillWidth: true
             Layout.topMargin: 4
             text: "Finder 右键菜单"
@@ -46,7 +46,7 @@ ApplicationWindow {
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
-        Text {
+        PlainText {
             Layout.fillWidth: true
             text: "启用后，在文件管理器中右键点按图片，即可用 Tarnwick 压缩。"
             color: Theme.secondText

@@ -33,7 +33,7 @@ Dialog {
             height: childrenRect.height
             visible: children.length > 0
         }
-        Text {
+        PlainText {
             width: parent.width
             text: sheet.title
             visible: text !== ""
@@ -43,7 +43,7 @@ Dialog {
             wrapMode: Text.Wrap
             Accessible.ignored: true
         }
-        Text {
+        PlainText {
             width: parent.width
             text: sheet.message
             color: sheet.title === "" ? Theme.text : Theme.secondText

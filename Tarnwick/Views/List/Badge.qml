@@ -10,7 +10,7 @@ Rectangle {
     radius: 12
     color: Theme.badge
 
-    Text {
+    PlainText {
         id: label
         anchors.centerIn: parent
         color: Theme.badgeText

@@ -70,7 +70,7 @@ Item {
                 anchors.verticalCenter: parent.verticalCenter
                 spacing: 4
 
-                Text {
+                PlainText {
                     objectName: "rowName"
                     width: parent.width
                     text: row.fileName
@@ -78,10 +78,9 @@ Item {
                     font.pixelSize: Theme.nameSize
                     font.weight: Font.Medium
                     elide: Text.ElideMiddle
-                    textFormat: Text.PlainText
                     Accessible.ignored: true
                 }
-                Text {
+                PlainText {
                     id: status
                     objectName: "rowStatus"
                     width: parent.width
@@ -89,7 +88,6 @@ Item {
                     color: row.isFailed ? Theme.failure : Theme.secondText
                     font.pixelSize: Theme.statusSize
                     elide: Text.ElideRight
-                    textFormat: Text.PlainText
                     Accessible.ignored: true
 
                     // A tool tip appears above its item. This one is to cover the status line, not the row above.

@@ -19,7 +19,7 @@ T.AbstractButton {
         rightPadding: 2
         spacing: 2
 
-        Text {
+        PlainText {
             anchors.verticalCenter: parent.verticalCenter
             text: button.text
             color: Theme.text

@@ -26,7 +26,7 @@ Item {
             width: 1
             height: 6
         }
-        Text {
+        PlainText {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: "把图片拖到这里"

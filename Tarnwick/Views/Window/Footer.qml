@@ -25,7 +25,7 @@ Rectangle {
         anchors.rightMargin: Theme.edge + 4
         spacing: Theme.edge
 
-        Text {
+        PlainText {
             objectName: "footerText"
             Layout.fillWidth: true
             text: footer.totalCount === 0 ? "共 " + footer.rowCount + " 条记录"

@@ -87,7 +87,10 @@ public:
         home_.file("data/" + name.toStdString(), "in the way");
     }
     Q_INVOKABLE void alert() {
-        alerts_.show({.message = "启用？", .informativeText = "", .firstButton = "是", .secondButton = "否"},
+        alerts_.show({.message = "<img src='x' width='9' height='900'>启用？",
+                      .informativeText = "",
+                      .firstButton = "是",
+                      .secondButton = "否"},
                      [this](bool isFirstButton) { answers_ += isFirstButton ? "1" : "2"; });
     }
 

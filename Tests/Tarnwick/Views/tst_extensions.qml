@@ -112,6 +112,7 @@ WindowTestCase {
             world.alert();
             tryCompare(sheet, "opened", true);
             verify(child("firstAnswer").activeFocus);
+            verify(sheet.height < 300, "what looks like markup is text");
             act();
             tryCompare(sheet, "visible", false);
             compare(world.answers, expected);

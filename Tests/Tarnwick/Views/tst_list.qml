@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls.Basic
 import QtTest
 import Tarnwick
 
@@ -59,6 +60,7 @@ WindowTestCase {
         verify(restore.helpText !== restore.label, "gives the reason");
         mouseMove(restore, 15, 15);
         tryCompare(restore, "hovered", true);
+        compare(restore.ToolTip.toolTip.contentItem.textFormat, Text.PlainText);
         press(0, "deleteAction");
         tryCompare(list, "count", 1);
         tryVerify(() => row(0).fileName === "b.png");
