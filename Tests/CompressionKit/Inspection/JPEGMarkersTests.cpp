@@ -18,7 +18,7 @@ namespace {
 using namespace std::string_literals;
 
 /// An APP2 segment's payload: an index in big-endian order that states two pictures.
-const std::string index = "MPF\0MM\0*\0\0\0\x08\0\1\xB0\1\0\4\0\0\0\1\0\0\0\2\0\0\0\0"s;
+const std::string pictureIndex = "MPF\0MM\0*\0\0\0\x08\0\1\xB0\1\0\4\0\0\0\1\0\0\0\2\0\0\0\0"s;
 
 class JPEGMetadataTest : public testing::Test {
 protected:
@@ -26,9 +26,9 @@ protected:
 };
 
 TEST_F(JPEGMetadataTest, FindsAnIndexOfSeveralPictures) {
-    const std::string whole = segment('\xE2', index);
+    const std::string whole = segment('\xE2', pictureIndex);
     const auto with = [](std::size_t at, const std::string& bytes) {
-        return segment('\xE2', std::string(index).replace(at, bytes.size(), bytes));
+        return segment('\xE2', std::string(pictureIndex).replace(at, bytes.size(), bytes));
     };
     for (const auto& [what, isFound, segments] :
          std::initializer_list<std::tuple<const char*, bool, std::string>>{
@@ -49,7 +49,7 @@ TEST_F(JPEGMetadataTest, FindsAnIndexOfSeveralPictures) {
              {"after an index without a number", true,
               segment('\xE2', "ICC_PROFILE\0 and more"s) + with(16, "\0\3"s) + whole},
              {"after a malformed index", false, with(6, "\0+"s) + whole},
-             {"in another segment", false, segment('\xE1', index)},
+             {"in another segment", false, segment('\xE1', pictureIndex)},
              {"cut off", false, whole.substr(0, whole.size() - 3)},
              {"no segment", false, ""}}) {
         const URL file = folder.file("x.jpg", "\xFF\xD8" + segments + "\xFF\xD9");
