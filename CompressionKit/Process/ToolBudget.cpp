@@ -4,6 +4,7 @@
 #include "Process/MachineLimits.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 namespace tarnwick {
@@ -60,11 +61,20 @@ bool ToolBudget::fits(std::int64_t memory) const {
     return running_ == 0 || (running_ < capacity_.processors && memory <= capacity_.memory - memoryInUse_);
 }
 
+void ToolBudget::renewCapacity() noexcept {
+    try {
+        capacity_ = readCapacity_();
+    } catch (const std::exception&) {
+        // Reading needs memory and descriptors. The earlier capacity serves as well; an error would leave the
+        // request in the queue, and all others waiting behind it.
+    }
+}
+
 /// Grants waiting requests in order, as long as the first one fits.
 void ToolBudget::grant() {
     while (!waiting_.empty()) {
         if (running_ == 0) {
-            capacity_ = readCapacity_();
+            renewCapacity();
         }
         Request& first = *waiting_.front();
         if (!fits(first.memory)) {

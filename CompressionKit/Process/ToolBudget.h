@@ -55,6 +55,7 @@ private:
     struct Request;
 
     bool fits(std::int64_t memory) const;
+    void renewCapacity() noexcept;
     void grant();
     void leave(const Request& request);
     void giveBack(std::int64_t memory);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <new>
 
 namespace tarnwick::test {
 namespace {
@@ -80,6 +81,12 @@ TEST(ToolBudget, ServesTheNextWhenAWaitingOneIsCancelled) {
     EXPECT_TRUE(behind.hasBegun());
     running.finish();
     behind.finish();
+}
+
+TEST(ToolBudget, GoesOnWhenItsCapacityCannotBeRead) {
+    ToolBudget budget([]() -> Capacity { throw std::bad_alloc(); });
+    EXPECT_NO_THROW(budget.take(1));
+    EXPECT_TRUE(hold(budget, 1).hasBegun());
 }
 
 TEST(ToolBudget, ARunWaitsForItsShareAndGivesItBack) {
