@@ -13,6 +13,7 @@ pkg_check_modules(exif REQUIRED IMPORTED_TARGET libexif)
 pkg_check_modules(pixman REQUIRED IMPORTED_TARGET pixman-1)
 pkg_check_modules(attr REQUIRED IMPORTED_TARGET libattr)
 pkg_check_modules(acl REQUIRED IMPORTED_TARGET libacl)
+pkg_check_modules(seccomp REQUIRED IMPORTED_TARGET libseccomp)
 
 # Asio consists of headers only and has no CMake or pkg-config file.
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)

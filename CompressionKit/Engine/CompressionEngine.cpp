@@ -15,6 +15,7 @@
 #include "Foundation/WorkRegister.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 namespace tarnwick {
@@ -40,6 +41,15 @@ Original examine(const URL& url) {
     openForReading(url);
     const ImageFacts facts = ImageFacts::inspect(url);
     return {.url = url, .facts = facts, .bytes = fileSize(url), .hash = hash(url), .version = version};
+}
+
+/// More bytes than an encoder writes for this picture: more than its uncompressed pixels, even dithered ones.
+std::int64_t largestOutput(const Original& original) {
+    constexpr std::int64_t base = std::int64_t{64} << 20;
+    constexpr std::int64_t bytesPerPixel = 4;
+    const ImageFacts& facts = original.facts;
+    // The decoders' size limits keep the product from overflowing.
+    return base + 4 * original.bytes + bytesPerPixel * facts.width * facts.height * facts.frameCount;
 }
 
 std::vector<Candidate> candidates(const RecipeContext& context) {
@@ -77,7 +87,8 @@ CompressionResult CompressionEngine::compress(const URL& url, const UUID& sessio
     if (original.facts.kind == ImageKind::heic) {
         return compressHEIC(undo_, original, sessionID, work.url());
     }
-    const ToolRunner tools = tools_.holding(note);
+    const ToolRunner tools = tools_.holding(note).confinedTo(
+        {.files = {{.readable = {url}, .writable = {work.url()}}}, .largestFile = largestOutput(original)});
     const ToolPaths paths(url, work.url());
     const ResultValidation validation(tools, thresholds_, original, paths.workDirectory());
     const std::vector<Candidate> accepted = candidates({.tools = tools,

@@ -1,10 +1,11 @@
 #include "Process/ChildProcess.h"
 
 #include "Foundation/FileSystemError.h"
+#include "Process/Cage.h"
+#include "Process/ChildLaunch.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,59 +27,6 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr auto launchAttempt = "无法启动压缩组件";
 
-class SpawnActions {
-public:
-    SpawnActions() { posix_spawn_file_actions_init(&actions_); }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-    posix_spawn_file_actions_t* get() { return &actions_; }
-
-private:
-    posix_spawn_file_actions_t actions_{};
-};
-
-class SpawnAttributes {
-public:
-    SpawnAttributes() { posix_spawnattr_init(&attributes_); }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-    posix_spawnattr_t* get() { return &attributes_; }
-
-private:
-    posix_spawnattr_t attributes_{};
-};
-
-/// Standard input is empty, because a tool must not read the input of this program. Further descriptors are
-/// closed: libraries may open them without close-on-exec, and this process may have inherited some.
-int prepareDescriptors(SpawnActions& actions, const FileDescriptor& output, const FileDescriptor& errors,
-                       const FileDescriptor& held) {
-    int code = posix_spawn_file_actions_addopen(actions.get(), STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), output.get(), STDOUT_FILENO);
-    code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), errors.get(), STDERR_FILENO);
-    int next = STDERR_FILENO + 1;
-    if (held) {
-        // Last, because it may overwrite the source of another dup2.
-        code = code != 0 ? code : posix_spawn_file_actions_adddup2(actions.get(), held.get(), next);
-        ++next;
-    }
-    return code != 0 ? code : posix_spawn_file_actions_addclosefrom_np(actions.get(), next);
-}
-
-/// A new process group, and default handling of signals that this process may ignore or block.
-int prepareGroupAndSignals(SpawnAttributes& attributes) {
-    sigset_t none;
-    sigset_t all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    int code = posix_spawnattr_setpgroup(attributes.get(), 0);
-    code = code != 0 ? code : posix_spawnattr_setsigmask(attributes.get(), &none);
-    code = code != 0 ? code : posix_spawnattr_setsigdefault(attributes.get(), &all);
-    const auto flags = POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
-    return code != 0 ? code : posix_spawnattr_setflags(attributes.get(), static_cast<short>(flags));
-}
-
 /// The pointers refer to the given texts.
 std::vector<char*> argumentVector(const URL& executable, const std::vector<std::string>& arguments) {
     std::vector<char*> vector = {const_cast<char*>(executable.c_str())};
@@ -88,21 +36,35 @@ std::vector<char*> argumentVector(const URL& executable, const std::vector<std::
     return vector;
 }
 
+/// A tool must not read the input of this program.
+FileDescriptor emptyInput() {
+    return FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
+FileDescriptor aboveStandardAndHeld(const FileDescriptor& held) {
+    return FileDescriptor(held ? ::fcntl(held.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 2) : -1);
+}
+
 pid_t spawn(const URL& executable, const std::vector<std::string>& arguments, const FileDescriptor& output,
-            const FileDescriptor& errors, const FileDescriptor& held) {
-    std::vector<char*> vector = argumentVector(executable, arguments);
-    SpawnActions actions;
-    SpawnAttributes attributes;
-    pid_t pid = -1;
-    int code = prepareDescriptors(actions, output, errors, held);
-    code = code != 0 ? code : prepareGroupAndSignals(attributes);
-    code = code != 0 ? code
-                     : ::posix_spawn(&pid, executable.c_str(), actions.get(), attributes.get(), vector.data(),
-                                     environ);
-    if (code != 0) {
-        throw FileSystemError(launchAttempt, executable, code);
+            const FileDescriptor& errors, const FileDescriptor& held, Cage* cage) {
+    const std::vector<char*> vector = argumentVector(executable, arguments);
+    const FileDescriptor input = emptyInput();
+    const FileDescriptor lifted = aboveStandardAndHeld(held);
+    if (!input || (held && !lifted)) {
+        throw FileSystemError(launchAttempt, executable, errno);
     }
-    return pid;
+    const LaunchResult result = launch({.program = executable.c_str(),
+                                        .arguments = vector.data(),
+                                        .environment = environ,
+                                        .input = input.get(),
+                                        .output = output.get(),
+                                        .errors = errors.get(),
+                                        .held = lifted.get(),
+                                        .cage = cage});
+    if (result.error != 0) {
+        throw FileSystemError(launchAttempt, executable, result.error);
+    }
+    return result.pid;
 }
 
 /// glibc 2.36 declares pidfd_open without C linkage, so C++ cannot link it.
@@ -121,8 +83,8 @@ int remainingMilliseconds(Clock::time_point start, Seconds timeout) {
 
 ChildProcess::ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
                            const FileDescriptor& output, const FileDescriptor& errors,
-                           const FileDescriptor& held)
-    : pid_(spawn(executable, arguments, output, errors, held)), pidfd_(openProcess(pid_)) {
+                           const FileDescriptor& held, Cage* cage)
+    : pid_(spawn(executable, arguments, output, errors, held, cage)), pidfd_(openProcess(pid_)) {
     if (!pidfd_) {
         const int code = errno;
         ::kill(-pid_, SIGKILL);

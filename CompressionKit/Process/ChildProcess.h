@@ -12,15 +12,19 @@
 
 namespace tarnwick {
 
+class Cage;
+
 /// A running program in a process group of its own, with empty standard input. It does not outlive this
 /// object.
 class ChildProcess {
 public:
     /// Starts `executable` with `arguments` (an argument vector, never a shell), the two descriptors as its
     /// output streams, and this process's environment. A valid `held` stays open in the child and in its
-    /// children. Throws FileSystemError.
+    /// children. The child is confined by `cage`, which serves this child only and is needed no longer.
+    /// Throws FileSystemError.
     ChildProcess(const URL& executable, const std::vector<std::string>& arguments,
-                 const FileDescriptor& output, const FileDescriptor& errors, const FileDescriptor& held = {});
+                 const FileDescriptor& output, const FileDescriptor& errors, const FileDescriptor& held = {},
+                 Cage* cage = nullptr);
     /// Kills the group and reaps the child if it is still running.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;

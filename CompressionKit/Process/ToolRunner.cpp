@@ -5,12 +5,15 @@
 #include "Foundation/FileSystemError.h"
 #include "Foundation/Text.h"
 #include "Foundation/UUID.h"
+#include "Process/Cage.h"
 #include "Process/ChildProcess.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <optional>
 #include <utility>
 
 namespace tarnwick {
@@ -67,11 +70,20 @@ std::string readOutput(const FileDescriptor& log, std::size_t maximumBytes) {
     return decodeUTF8(bytes);
 }
 
-/// The part of the tool's error output that belongs in a message.
-std::string quotedErrors(const FileDescriptor& log) {
+/// The part of the tool's error output that belongs in a message. The signal for a file above the limit gives
+/// a tool no time to write one.
+std::string quotedErrors(const FileDescriptor& log, int status) {
     std::string text = firstCharacters(readOutput(log, maximumErrorBytes), quotedErrorCharacters);
     text.erase(text.find_last_not_of("\r\n") + 1);
-    return text;
+    return text.empty() && status == SIGXFSZ ? "写出的文件过大" : text;
+}
+
+std::optional<Cage> cageOf(const URL& program, std::optional<CageRules> rules, std::int64_t memory) {
+    if (!rules || !Cage::isWanted()) {
+        return std::nullopt;
+    }
+    rules->memory = memory;
+    return std::optional<Cage>(std::in_place, program, *rules);
 }
 
 } // namespace
@@ -91,6 +103,12 @@ ToolRunner ToolRunner::holding(const WorkNote& note) const {
     return copy;
 }
 
+ToolRunner ToolRunner::confinedTo(CageRules rules) const {
+    ToolRunner copy = *this;
+    copy.rules_ = std::move(rules);
+    return copy;
+}
+
 bool ToolRunner::has(const std::string& tool) const {
     return ::access(directory_.appending(tool).c_str(), X_OK) == 0;
 }
@@ -107,8 +125,10 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     const ToolBudget::Share share = budget_->take(memory, cancellation_);
     const ToolLog log;
     static const FileDescriptor nothing;
-    ChildProcess child(directory_.appending(tool), arguments, log.output(), log.errors(),
-                       note_ != nullptr ? note_->lock() : nothing);
+    const URL program = directory_.appending(tool);
+    auto cage = cageOf(program, rules_, memory);
+    ChildProcess child(program, arguments, log.output(), log.errors(),
+                       note_ != nullptr ? note_->lock() : nothing, cage ? &*cage : nullptr);
     const auto wake = child.wait(std::chrono::duration<double>(timeout), cancellation_);
     if (wake != ChildProcess::Wake::exited) {
         child.stop(terminationGrace);
@@ -120,7 +140,7 @@ std::string ToolRunner::run(const std::string& tool, const std::vector<std::stri
     }
     if (const int status = child.reap(); status != 0) {
         throw CompressionError::toolFailed(
-            fmt::format("{}（退出码 {}）：{}", tool, status, quotedErrors(log.errors())));
+            fmt::format("{}（退出码 {}）：{}", tool, status, quotedErrors(log.errors(), status)));
     }
     return readOutput(log.output(), maximumOutputBytes);
 }

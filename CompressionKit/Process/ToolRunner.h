@@ -2,10 +2,12 @@
 
 #include "Foundation/URL.h"
 #include "Foundation/WorkRegister.h"
+#include "Process/CageRules.h"
 #include "Process/Cancellation.h"
 #include "Process/ToolBudget.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +27,8 @@ public:
     /// The same, but each tool keeps the note's lock until it ends, even when this process has ended before.
     /// The note must outlive all copies.
     ToolRunner holding(const WorkNote& note) const;
+    /// The same, but each tool runs in a cage with these rules. Their memory is replaced by that of the run.
+    ToolRunner confinedTo(CageRules rules) const;
     const Cancellation& cancellation() const noexcept { return cancellation_; }
 
     /// Whether the file of that name in the folder is executable.
@@ -35,7 +39,7 @@ public:
     /// seconds and one second of grace. Returns the first MiB of its standard output as UTF-8 (ill-formed
     /// bytes replaced). Throws CompressionError::toolMissing; toolFailed for a timeout, a status other than 0
     /// or a signal (its number is the status), with the beginning of the standard error; fileOperation when
-    /// the log files cannot be made; FileSystemError when the tool cannot be launched; Cancelled.
+    /// the log files cannot be made; FileSystemError when the tool cannot be confined or launched; Cancelled.
     std::string run(const std::string& tool, const std::vector<std::string>& arguments, double timeout,
                     std::int64_t memory = 0) const;
 
@@ -46,6 +50,7 @@ private:
     Cancellation cancellation_;
     ToolBudget* budget_;
     const WorkNote* note_ = nullptr;
+    std::optional<CageRules> rules_;
 };
 
 } // namespace tarnwick

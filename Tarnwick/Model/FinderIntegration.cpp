@@ -12,7 +12,9 @@ namespace tarnwick {
 FinderIntegration::FinderIntegration(const Services& services, const ApplicationBundle& bundle,
                                      const URL& pluginKitDirectory)
     : services_(services), budget_([] { return ToolBudget::Capacity{}; }),
-      registration_(bundle, services.launchServices, ToolRunner(pluginKitDirectory, cancellation_, budget_),
+      // It writes in many folders of the user, but needs no network and no further program.
+      registration_(bundle, services.launchServices,
+                    ToolRunner(pluginKitDirectory, cancellation_, budget_).confinedTo({}),
                     services.pluginKitTimeout, services.sleep),
       worker_(mainThread_.executor()) {}
 

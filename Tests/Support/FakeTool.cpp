@@ -3,6 +3,7 @@
 // that contains the word. Each line is a command with its words, percent-encoded. Every run is appended to
 // "runs.log" in the same form.
 
+#include "Support/Attempts.h"
 #include "Support/EscapedWords.h"
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -21,6 +23,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -181,6 +184,11 @@ private:
             std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(words.at(1))));
         } else if (command == "spawn-child") {
             spawnChild(words.at(1));
+        } else if (command == "attempt") {
+            if (tarnwick::test::attempt(words.at(1), words.at(2)) < 0) {
+                throw std::system_error(errno, std::generic_category(), words.at(1));
+            }
+            std::cout << "done";
         } else {
             return false;
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Support/EnvironmentVariable.h"
 #include "Support/TemporaryFolder.h"
 
 #include <string>
@@ -8,7 +9,8 @@
 namespace tarnwick::test {
 
 /// A folder with a fake of each of the five tools and of pluginkit, and their scripts (FakeTool.cpp has the
-/// commands). A run without a script fails with status 99.
+/// commands). A run without a script fails with status 99. The tools of the process run without a cage, since
+/// a fake reads its script and writes wherever the test wants.
 class FakeTools {
 public:
     using Words = std::vector<std::string>;
@@ -37,6 +39,7 @@ public:
 
 private:
     TemporaryFolder folder_;
+    EnvironmentVariable cage_{"TARNWICK_TOOL_CAGE", "off"};
 };
 
 } // namespace tarnwick::test

@@ -3,7 +3,6 @@
 #include "Support/SystemCalls.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -154,8 +153,6 @@ int __real_open(const char* path, int flags, ...);
 int __real_open64(const char* path, int flags, ...);
 int __real_flock(int file, int operation);
 void __real_sync();
-int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                       const posix_spawnattr_t* attributes, char* const* arguments, char* const* environment);
 std::uintmax_t NAMED(__real_, REMOVE_ALL)(const fs::path& path, std::error_code& error);
 
 OBSERVE(observedReading, ssize_t, read, (int file, void* bytes, size_t count), (file, bytes, count), "read",
@@ -168,6 +165,9 @@ OBSERVE(observedReading, int, lstat64, (const char* path, struct stat64* status)
         path, "")
 OBSERVE(observedReading, int, fstat64, (int file, struct stat64* status), (file, status), "fstat",
         pathOf(file), "")
+// The program is known to the child alone.
+OBSERVE(observed, int, clone, (int (*child)(void*), void* stack, int flags, void* argument),
+        (child, stack, flags, argument), "clone", "/", "")
 OBSERVE(observed, ssize_t, write, (int file, const void* bytes, size_t count), (file, bytes, count), "write",
         pathOf(file), "")
 OBSERVE(observed, ssize_t, copy_file_range,
@@ -226,15 +226,6 @@ void __wrap_sync() {
         __real_sync();
         return 0;
     });
-}
-
-int __wrap_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                       const posix_spawnattr_t* attributes, char* const* arguments,
-                       char* const* environment) {
-    return observed(
-        {"posix_spawn", path, ""},
-        [&] { return __real_posix_spawn(pid, path, actions, attributes, arguments, environment); },
-        [](int code) { return code; }, [](int result) { return result == 0; });
 }
 
 std::uintmax_t NAMED(__wrap_, REMOVE_ALL)(const fs::path& path, std::error_code& error) {

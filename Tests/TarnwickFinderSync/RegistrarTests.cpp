@@ -11,7 +11,7 @@ using namespace testing;
 constexpr auto identifier = "app.tarnwick.Tarnwick.finder";
 constexpr auto registry = "home/.local/share/Tarnwick/FinderExtensions.json";
 
-/// Runs the real program.
+/// Runs the real program, in its cage.
 class RegistrarTest : public MenuFixture {
 protected:
     /// Copies the extension's bundle to its place beside the executable.
@@ -27,7 +27,7 @@ protected:
     /// The output, or the text of the error.
     std::string pluginkit(const std::vector<std::string>& arguments) const {
         try {
-            return ToolRunner(programs).run("pluginkit", arguments, 60);
+            return ToolRunner(programs).confinedTo({}).run("pluginkit", arguments, 60);
         } catch (const CompressionError& error) {
             return error.errorDescription();
         }
@@ -42,6 +42,8 @@ protected:
     const EnvironmentVariable system{"XDG_CONFIG_DIRS", (machine / "etc/xdg").path()};
     const EnvironmentVariable data{"XDG_DATA_HOME", ""};
     const EnvironmentVariable configuration{"XDG_CONFIG_HOME", ""};
+    /// The leak checker starts a process, which the cage refuses.
+    const EnvironmentVariable leaks{"ASAN_OPTIONS", "detect_leaks=0"};
 };
 
 TEST_F(RegistrarTest, ListsAnExtensionAsTheMenusShowIt) {

@@ -64,6 +64,8 @@ function check_library(header, here) {
         if (here != "ImageIO") violation("image libraries are used in ImageIO only: " header)
     if (header ~ /^openssl\// && here != "Foundation") violation("OpenSSL is used in Foundation only")
     if (header == "spawn.h" && here != "Process") violation("processes are started in Process only")
+    if (header ~ /^(seccomp|linux\/(landlock|seccomp))\.h$/ && here != "Process")
+        violation("processes are confined in Process only")
     if (header ~ /^(QtCore\/)?QProcess$/ && FILENAME !~ /^Tarnwick\/Desktop\//)
         violation("processes are started in Process only, and other programs of the desktop in Desktop")
     if (header ~ /^Q/ && FILENAME ~ /^CompressionKit\//) violation("CompressionKit knows no Qt: " header)
@@ -111,6 +113,6 @@ FILENAME ~ /\.qml$/ {
     check_library(header, libraryFolder())
     next
 }
-/(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
+/(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|clone|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
     if (libraryFolder() != "Process") violation("processes are started in Process only")
 }

@@ -54,9 +54,8 @@ std::size_t publication(const Trace& trace, const std::string& name) {
 /// not traced, so the start of any program counts as a change.
 void checkFile(const Trace& trace, std::size_t end, const std::string& file,
                std::vector<std::string>& faults) {
-    const std::size_t changed = afterLast(trace, end, [&](const TracedCall& call) {
-        return changes(call, file) || call.name == "posix_spawn";
-    });
+    const std::size_t changed = afterLast(
+        trace, end, [&](const TracedCall& call) { return changes(call, file) || call.name == "clone"; });
     if (!isSynced(trace, changed, end, file)) {
         faults.push_back(file + " is not on the disk before call " + std::to_string(end + 1));
     }
