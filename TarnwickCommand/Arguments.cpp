@@ -1,10 +1,13 @@
 #include "TarnwickCommand/Arguments.h"
 
 #include "Foundation/Text.h"
+#include "Process/Cage.h"
 #include "TarnwickCommand/HelpFormatter.h"
+#include "TarnwickCommand/JSONLine.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <array>
@@ -82,7 +85,8 @@ public:
         app_.formatter(std::make_shared<HelpFormatter>());
         app_.fallthrough()->require_subcommand(1);
         addHelp(app_);
-        app_.set_version_flag("--version", TARNWICK_VERSION, "显示版本")
+        app_.set_version_flag("--version", TARNWICK_VERSION,
+                              "显示版本；加上 --json 还显示本机如何限制压缩组件")
             ->disable_flag_override()
             ->group(optionGroup);
         addDirectory("--tools", toolDirectory_, "压缩组件所在的文件夹");
@@ -102,7 +106,7 @@ public:
         } catch (const CLI::CallForHelp&) {
             return Reply{app_.help()};
         } catch (const CLI::CallForVersion&) {
-            return Reply{"tarnwick " TARNWICK_VERSION "\n"};
+            return Reply{versionText()};
         } catch (const CLI::ParseError& error) {
             return wrongUsage(explanation(error));
         }
@@ -140,6 +144,17 @@ private:
                 ->required()
                 ->group(optionGroup);
         }
+    }
+
+    std::string versionText() const {
+        const std::vector<std::string> rest = app_.remaining();
+        if (!invocation_.json && std::find(rest.begin(), rest.end(), "--json") == rest.end()) {
+            return "tarnwick " TARNWICK_VERSION "\n";
+        }
+        const Cage::Features cage = Cage::features();
+        return jsonLine(
+                   {{"version", TARNWICK_VERSION}, {"landlock", cage.landlock}, {"seccomp", cage.seccomp}}) +
+               "\n";
     }
 
     const CommandDescription* chosen() const {

@@ -26,6 +26,7 @@ _tarnwick() {
         --store | --tools | --store= | --tools=) option=${option:-$word} ;;
         --store*) option='' store=$word ;;
         --tools*) option='' ;;
+        --version) options+=' --json' ;;
         compress | inspect | history | restore | delete | clear | maintain) command=${command:-$word} ;;
         esac
     done

@@ -23,6 +23,7 @@ complete -c tarnwick -l tools -x -a '(__fish_complete_directories)' -d 压缩组
 complete -c tarnwick -l store -x -a '(__fish_complete_directories)' -d 存放记录和原图备份的文件夹
 
 complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -l version -d 显示版本
+complete -c tarnwick -n '__fish_contains_opt version' -l json -d '输出一个 JSON 对象'
 complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -a compress -d 压缩图片文件和文件夹中的图片
 complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -a inspect -d 查看图片的格式和结构
 complete -c tarnwick -n "not __fish_seen_subcommand_from $commands" -a history -d 列出压缩记录，最新的在前

@@ -1,3 +1,4 @@
+#include "Support/EnvironmentVariable.h"
 #include "Support/RunCommand.h"
 #include "TarnwickCommand/Arguments.h"
 
@@ -88,6 +89,9 @@ TEST(Arguments, TheProgramUsesTheRightStreamAndStatus) {
     const auto version = runCommand({"compress", "--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.output, testing::MatchesRegex("tarnwick [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    const EnvironmentVariable cage("TARNWICK_TOOL_CAGE", "off");
+    EXPECT_THAT(runCommand({"--version", "--json"}).output,
+                testing::MatchesRegex("\\{\"version\":\"[0-9.]+\",\"landlock\":0,\"seccomp\":false\\}\n"));
     const auto misuse = runCommand({"bogus"});
     EXPECT_EQ(misuse.status, 2);
     EXPECT_EQ(misuse.output, "");
