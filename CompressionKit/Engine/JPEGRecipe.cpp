@@ -100,6 +100,7 @@ RecipeStep searching(std::string_view mode, double minimumScore) {
 
 std::vector<Candidate> jpegCandidates(const RecipeContext& context) {
     context.requireTools({Tool::cjpegli, Tool::ssimulacra2});
+    context.requireMemory(Tool::ssimulacra2);
     const Demand demand = demandOf(context);
     std::vector<RecipeStep> modes = {searching("420", demand.minimumScore)};
     if (demand.allows444) {

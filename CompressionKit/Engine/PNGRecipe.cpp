@@ -90,6 +90,10 @@ Candidates finishWithLastResort(const RecipeContext& context) {
 
 std::vector<Candidate> pngCandidates(const RecipeContext& context) {
     context.requireTools({Tool::pngquant, Tool::oxipng, Tool::ssimulacra2});
+    if (!context.affords(Tool::ssimulacra2)) {
+        // Nothing lossy can be judged.
+        return tryLosslessPNG(context);
+    }
     // The lossless pass runs in the second round: there it uses processors that would be idle, since the
     // steps that need a winner run one after another.
     const Candidates accepted = joined(sideBySide(context, {quantizing(0), quantizing(1)}));

@@ -16,6 +16,14 @@ void RecipeContext::requireTools(std::initializer_list<const char*> names) const
     }
 }
 
+bool RecipeContext::affords(const char* tool) const {
+    return tools.budget().affords(toolMemory(tool, original.facts));
+}
+
+void RecipeContext::requireMemory(const char* tool) const {
+    tools.budget().require(toolMemory(tool, original.facts));
+}
+
 RecipeContext RecipeContext::cancelledBy(const Cancellation& cancellation) const {
     const ToolRunner runner = tools.cancelledBy(cancellation);
     return {.tools = runner,

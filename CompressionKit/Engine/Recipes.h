@@ -27,6 +27,11 @@ struct RecipeContext {
 
     /// Throws CompressionError::toolMissing for the first missing tool.
     void requireTools(std::initializer_list<const char*> names) const;
+    /// Whether the machine has the memory for the tool and the original. It is enough to ask for the scorer,
+    /// which needs most.
+    bool affords(const char* tool) const;
+    /// Throws CompressionError::fileOperation when it has not.
+    void requireMemory(const char* tool) const;
     /// Runs a tool on the original, with the time limit of a tool run.
     void run(const char* tool, const std::vector<std::string>& arguments) const;
     /// The same for an input that needs `memory` bytes.

@@ -118,6 +118,18 @@ std::int64_t remainingMemory(std::optional<std::int64_t> limit, std::optional<st
     return std::max<std::int64_t>(0, *limit - *used + std::min(*used, reclaimable.value_or(0)));
 }
 
+/// The least limit of the groups.
+std::int64_t groupTotal(const URL& root) {
+    std::int64_t least = unlimited;
+    for (const URL& group : unifiedGroups(root)) {
+        least = std::min(least, numberIn(group.appending("memory.max")).value_or(unlimited));
+    }
+    for (const URL& group : ownGroups(root, "memory")) {
+        least = std::min(least, numberIn(group.appending("memory.limit_in_bytes")).value_or(unlimited));
+    }
+    return least;
+}
+
 std::int64_t groupMemory(const URL& root) {
     std::int64_t least = unlimited;
     for (const URL& group : unifiedGroups(root)) {
@@ -135,6 +147,13 @@ std::int64_t groupMemory(const URL& root) {
     return least;
 }
 
+/// A number of kibibytes in /proc/meminfo, in bytes.
+std::int64_t memoryNamed(std::string_view key, const URL& root) {
+    constexpr std::int64_t kibi = 1'024;
+    const auto kibibytes = numberAfter(key, root.appending("proc/meminfo"));
+    return kibibytes ? *kibibytes * kibi : unlimited;
+}
+
 int schedulableProcessors() {
     cpu_set_t set;
     CPU_ZERO(&set);
@@ -147,10 +166,12 @@ int processors(const URL& root) {
     return static_cast<int>(std::clamp<std::int64_t>(groupProcessors(root), 1, schedulableProcessors()));
 }
 
+std::int64_t totalMemory(const URL& root) {
+    return std::min(memoryNamed("MemTotal:", root), groupTotal(root));
+}
+
 std::int64_t availableMemory(const URL& root) {
-    constexpr std::int64_t kibi = 1'024;
-    const auto kibibytes = numberAfter("MemAvailable:", root.appending("proc/meminfo"));
-    return std::min(kibibytes ? *kibibytes * kibi : unlimited, groupMemory(root));
+    return std::min(memoryNamed("MemAvailable:", root), groupMemory(root));
 }
 
 } // namespace tarnwick::MachineLimits

@@ -12,6 +12,9 @@ namespace tarnwick::MachineLimits {
 /// (rounded up); at least 1.
 int processors(const URL& root = URL::file("/"));
 
+/// The bytes of memory that the machine has, limited by the control groups.
+std::int64_t totalMemory(const URL& root = URL::file("/"));
+
 /// The bytes of memory that are available without swapping, limited by the control groups.
 std::int64_t availableMemory(const URL& root = URL::file("/"));
 

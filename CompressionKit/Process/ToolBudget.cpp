@@ -1,7 +1,10 @@
 #include "Process/ToolBudget.h"
 
+#include "Foundation/CompressionError.h"
 #include "Process/Event.h"
 #include "Process/MachineLimits.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <exception>
@@ -30,18 +33,36 @@ ToolBudget::Share::~Share() {
     }
 }
 
-ToolBudget::ToolBudget(std::function<Capacity()> capacity) : readCapacity_(std::move(capacity)) {}
+ToolBudget::ToolBudget(std::function<Capacity()> capacity, std::int64_t largestRun)
+    : readCapacity_(std::move(capacity)), largestRun_(largestRun) {}
 
 ToolBudget& ToolBudget::shared() {
     // Never destroyed: a job may still run while the process ends.
-    static ToolBudget& budget = *new ToolBudget([] {
-        return Capacity{.processors = MachineLimits::processors(),
-                        .memory = MachineLimits::availableMemory() / memoryFraction};
-    });
+    static ToolBudget& budget = *new ToolBudget(
+        [] {
+            return Capacity{.processors = MachineLimits::processors(),
+                            .memory = MachineLimits::availableMemory() / memoryFraction};
+        },
+        largestRun(MachineLimits::totalMemory()));
     return budget;
 }
 
+std::int64_t ToolBudget::largestRun(std::int64_t totalMemory) noexcept {
+    constexpr std::int64_t least = std::int64_t{512} << 20;
+    return std::max<std::int64_t>(totalMemory - std::max(totalMemory / 8, least), 0);
+}
+
+void ToolBudget::require(std::int64_t memory) const {
+    constexpr double giga = 1e9;
+    if (!affords(memory)) {
+        throw CompressionError::fileOperation(
+            fmt::format("内存不足：压缩这张图片约需 {:.1f} GB，这台电脑最多能提供 {:.1f} GB",
+                        static_cast<double>(memory) / giga, static_cast<double>(largestRun_) / giga));
+    }
+}
+
 ToolBudget::Share ToolBudget::take(std::int64_t memory, const Cancellation& cancellation) {
+    require(memory);
     Request request{.memory = memory};
     {
         const std::lock_guard lock(mutex_);

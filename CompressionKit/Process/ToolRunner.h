@@ -31,6 +31,8 @@ public:
     ToolRunner confinedTo(CageRules rules) const;
     const Cancellation& cancellation() const noexcept { return cancellation_; }
 
+    /// What the tools may take of the machine.
+    const ToolBudget& budget() const noexcept { return *budget_; }
     /// Whether the file of that name in the folder is executable.
     bool has(const std::string& tool) const;
 
@@ -39,7 +41,8 @@ public:
     /// seconds and one second of grace. Returns the first MiB of its standard output as UTF-8 (ill-formed
     /// bytes replaced). Throws CompressionError::toolMissing; toolFailed for a timeout, a status other than 0
     /// or a signal (its number is the status), with the beginning of the standard error; fileOperation when
-    /// the log files cannot be made; FileSystemError when the tool cannot be confined or launched; Cancelled.
+    /// the log files cannot be made, or the machine has less memory; FileSystemError when the tool cannot be
+    /// confined or launched; Cancelled.
     std::string run(const std::string& tool, const std::vector<std::string>& arguments, double timeout,
                     std::int64_t memory = 0) const;
 

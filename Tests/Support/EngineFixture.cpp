@@ -7,11 +7,13 @@
 
 namespace tarnwick::test {
 
-Workshop::Workshop(const URL& picture, const FakeTools& tools, int processors)
-    : budget([processors] {
-          return ToolBudget::Capacity{.processors = processors,
-                                      .memory = std::numeric_limits<std::int64_t>::max()};
-      }),
+Workshop::Workshop(const URL& picture, const FakeTools& tools, int processors, std::int64_t largestRun)
+    : budget(
+          [processors] {
+              return ToolBudget::Capacity{.processors = processors,
+                                          .memory = std::numeric_limits<std::int64_t>::max()};
+          },
+          largestRun),
       runner(tools.folder(), Cancellation::never(), budget), original{.url = picture,
                                                                       .facts = ImageFacts::inspect(picture),
                                                                       .bytes = fileSize(picture),

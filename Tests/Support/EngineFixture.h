@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,8 +19,9 @@ namespace tarnwick::test {
 
 /// The inputs of a recipe or a validation for one original.
 struct Workshop {
-    /// At most `processors` tools run at a time.
-    explicit Workshop(const URL& picture, const FakeTools& tools, int processors = 8);
+    /// At most `processors` tools run at a time, and none that needs more than `largestRun` bytes.
+    explicit Workshop(const URL& picture, const FakeTools& tools, int processors = 8,
+                      std::int64_t largestRun = std::numeric_limits<std::int64_t>::max());
     Workshop(const Workshop&) = delete;
     Workshop& operator=(const Workshop&) = delete;
 

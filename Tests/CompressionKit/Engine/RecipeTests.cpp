@@ -112,6 +112,21 @@ TEST_F(PNGRecipeTest, FailsForMissingToolsAndForOxiPNG) {
     EXPECT_THAT(tools.runs(), SizeIs(runs)) << "nothing runs when a tool is missing";
 }
 
+TEST_F(PNGRecipeTest, KeepsItsLosslessPassWhereTheScorerNeedsTooMuchMemory) {
+    const URL large = original("large.png");
+    tools.script("oxipng", {{"output", picture("large-small.png").path()}});
+    EXPECT_THAT(Workshop(large, tools, 8, 30 << 20).outcome(pngCandidates),
+                ElementsAre(HasSubstr("OxiPNG ")));
+    EXPECT_THAT(tools.runs(), SizeIs(1)) << "what cannot be judged is not made";
+    EXPECT_THAT(Workshop(large, tools, 8, 1 << 20).outcome(pngCandidates),
+                ElementsAre(HasSubstr("内存不足")));
+    tools.script("cjpegli", {});
+    const URL photograph = original("noise.jpg");
+    EXPECT_THAT(Workshop(photograph, tools, 8, 1 << 20).outcome(jpegCandidates),
+                ElementsAre("内存不足：压缩这张图片约需 0.0 GB，这台电脑最多能提供 0.0 GB"));
+    EXPECT_THAT(tools.runs(), SizeIs(1));
+}
+
 class JPEGRecipeTest : public EngineFixture {
 protected:
     JPEGRecipeTest() { tools.script("cjpegli", {{"output", picture("photo-small.jpg").path()}}); }

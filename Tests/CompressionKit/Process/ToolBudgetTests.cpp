@@ -1,3 +1,4 @@
+#include "Foundation/CompressionError.h"
 #include "Process/MachineLimits.h"
 #include "Process/ToolBudget.h"
 #include "Process/ToolRunner.h"
@@ -48,10 +49,12 @@ TEST(ToolBudget, LetsAsManyRunAsThereAreProcessorsAndMemory) {
 
 TEST(ToolBudget, RunsTheOversizedAloneAndInItsTurn) {
     int asked = 0;
-    ToolBudget budget([&asked] {
+    const auto capacity = [&asked] {
         ++asked;
         return Capacity{.processors = 4, .memory = 100};
-    });
+    };
+    ToolBudget budget(capacity, 5'000);
+    EXPECT_THROW(budget.take(5'001), CompressionError);
     HeldJob small = hold(budget, 10);
     ASSERT_TRUE(small.hasBegun());
     HeldJob huge = hold(budget, 5'000);
@@ -147,6 +150,7 @@ TEST_F(MachineLimitsTest, ReadsTheWholeMachineWhenNothingLimits) {
     put("proc/self", {{"cgroup", "0::/"}});
     put("sys/fs/cgroup", {{"cpu.max", "max 100000"}, {"memory.max", "max"}, {"memory.current", "5"}});
     EXPECT_EQ(memory(), 4096 * 1024);
+    EXPECT_EQ(MachineLimits::totalMemory(folder.url()), 9 * 1024);
     EXPECT_EQ(processors(), allProcessors);
     EXPECT_GE(MachineLimits::processors(), 1);
     EXPECT_GT(MachineLimits::availableMemory(), 1 << 20);
@@ -162,6 +166,7 @@ TEST_F(MachineLimitsTest, CountsTheGroupsOnTheWayToTheRoot) {
     put("sys/fs/cgroup/user/app", {{"cpu.max", "max 100000"}});
     EXPECT_EQ(processors(), 1);
     EXPECT_EQ(memory(), 500'000);
+    EXPECT_EQ(MachineLimits::totalMemory(folder.url()), 1'000'000);
     put("sys/fs/cgroup/user/app", {{"memory.max", "10"}, {"memory.current", "20"}});
     EXPECT_EQ(memory(), 0);
 }
@@ -172,6 +177,7 @@ TEST_F(MachineLimitsTest, ReadsTheOlderHierarchiesWithThePathsOfAContainer) {
     put("sys/fs/cgroup/memory", {{"memory.limit_in_bytes", "2000"}, {"memory.usage_in_bytes", "500"}});
     EXPECT_EQ(processors(), 1);
     EXPECT_EQ(memory(), 1'500);
+    EXPECT_EQ(MachineLimits::totalMemory(folder.url()), 2'000);
     put("sys/fs/cgroup/cpu", {{"cpu.cfs_quota_us", "-1"}});
     EXPECT_EQ(processors(), allProcessors);
 }
