@@ -7,6 +7,7 @@
 #include "ImageIO/SRGBConversion.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -34,6 +35,26 @@ PixelSize fitted(PixelSize size, std::int64_t maximum) {
     return longer <= maximum
                ? size
                : PixelSize{scaled(size.width, maximum, longer), scaled(size.height, maximum, longer)};
+}
+
+/// The longer side of the largest bitmap that may be made of the picture: its own, unless that takes more
+/// memory than the file may take.
+std::int64_t largestSide(const ImageSource& source, const ImageLimits& limits) {
+    // Shrinking takes more memory for each column than a bitmap does.
+    constexpr std::int64_t largestShrunkSide = 65'536;
+    const ImageInfo& info = source.info();
+    const bool isTurned = info.orientation.value_or(1) != 1;
+    // The decoder is gone when the pixels are turned, from one bitmap into another.
+    const std::int64_t memory =
+        std::min(source.memory() - source.decodingMemory(), source.memory() / (isTurned ? 2 : 1));
+    const std::int64_t pixels = std::min(memory / bytesPerPixel, limits.maximumBufferedPixels);
+    const std::int64_t longer = std::max(info.width, info.height);
+    if (info.width * info.height <= pixels) {
+        return longer;
+    }
+    const double scale =
+        std::sqrt(static_cast<double>(pixels) / static_cast<double>(info.width * info.height));
+    return std::clamp<std::int64_t>(std::llround(scale * static_cast<double>(longer)), 1, largestShrunkSide);
 }
 
 /// Takes memory for the rows that the file has, not for those that its header claims.
@@ -82,17 +103,18 @@ Bitmap decodeForDisplay(const URL& url, std::optional<std::int64_t> maximumPixel
     const auto source = ImageSource::open(url, limits);
     const ImageInfo& info = source->info();
     const PixelSize full = {info.width, info.height};
-    const std::int64_t maximum = maximumPixelSize.value_or(std::max(full.width, full.height));
+    const std::int64_t largest = largestSide(*source, limits);
+    const std::int64_t maximum = maximumPixelSize.value_or(largest);
     requireImage(maximum >= 1);
-    const PixelSize size = fitted(full, maximum);
-    requireImage(limits.allow(size.width, size.height, true));
+    const PixelSize size = fitted(full, std::min(maximum, largest));
 
-    const ReducedFrames frames = source->reducedFrames(size.width, size.height);
+    ReducedFrames frames = source->reducedFrames(size.width, size.height);
     requireImage(frames.reader->next());
     const bool isWhole = PixelSize{frames.width, frames.height} == size;
     const SRGBConversion conversion(info.profile);
     Rows rows =
         isWhole ? readWhole(*frames.reader, size, conversion) : readShrunk(frames, full, size, conversion);
+    frames.reader.reset();
     return shown(size, std::move(rows), info.orientation.value_or(1));
 }
 

@@ -128,29 +128,45 @@ int disposalOf(const Records& records) {
     return stated == 4 ? DISPOSE_PREVIOUS : stated;
 }
 
-/// The part of an image that lies on the canvas.
-struct Area {
-    std::int64_t left = 0;
-    std::int64_t top = 0;
-    std::int64_t width = 0;
-    std::int64_t height = 0;
-};
+/// The part of an image that lies on the canvas. Empty when none does.
+GIFArea visibleArea(const GifImageDesc& image, const ImageInfo& info) {
+    GIFArea area = {.left = std::min<std::int64_t>(image.Left, info.width),
+                    .top = std::min<std::int64_t>(image.Top, info.height)};
+    area.width = std::min<std::int64_t>(image.Width, info.width - area.left);
+    area.height = std::min<std::int64_t>(image.Height, info.height - area.top);
+    return area.width > 0 && area.height > 0 ? area : GIFArea();
+}
+
+/// The smallest area that contains both.
+GIFArea united(const GIFArea& a, const GIFArea& b) {
+    if (a.width == 0 || b.width == 0) {
+        return a.width == 0 ? b : a;
+    }
+    GIFArea both = {.left = std::min(a.left, b.left), .top = std::min(a.top, b.top)};
+    both.width = std::max(a.left + a.width, b.left + b.width) - both.left;
+    both.height = std::max(a.top + a.height, b.top + b.height) - both.top;
+    return both;
+}
+
+std::int64_t pixelCount(const GIFArea& area) {
+    return area.width * area.height;
+}
 
 class GIFReader final : public FrameReader {
 public:
-    GIFReader(const URL& url, const ImageInfo& info, const ImageLimits& limits)
-        : file_(url), records_(file_.get()), limits_(limits), width_(info.width), height_(info.height),
+    GIFReader(const URL& url, const ImageInfo& info, const GIFArea& covered, const ImageLimits& limits)
+        : file_(url), records_(file_.get()), limits_(limits), info_(info), covered_(covered),
           remainingImages_(info.imageCount),
-          canvas_(static_cast<std::size_t>(width_ * height_ * bytesPerPixel)), served_(canvas_.size()) {}
+          canvas_(static_cast<std::size_t>(pixelCount(covered) * bytesPerPixel)), servedRows_(info.height) {}
 
     bool next() override;
     void readRows(std::span<std::uint8_t> rows) override;
 
 private:
     std::uint8_t* pixel(std::int64_t x, std::int64_t y) {
-        return canvas_.data() + (y * width_ + x) * bytesPerPixel;
+        return canvas_.data() + ((y - covered_.top) * covered_.width + (x - covered_.left)) * bytesPerPixel;
     }
-    Area visibleArea() const;
+    void placeImage();
     void disposeOfImage();
     void saveArea();
     void drawImage();
@@ -159,16 +175,17 @@ private:
     InputFile file_;
     Records records_;
     ImageLimits limits_;
-    std::int64_t width_;
-    std::int64_t height_;
+    ImageInfo info_;
+    GIFArea covered_;
     std::int64_t remainingImages_;
+    /// The pixels of the covered area.
     std::vector<std::uint8_t> canvas_;
-    /// Bytes of the canvas that readRows() has returned.
-    std::size_t served_;
-    /// Of the last image: how to dispose of it before the next one, and the pixels that it covered.
+    /// How many of the picture's rows readRows() has returned.
+    std::int64_t servedRows_;
+    /// Of the last image: how to dispose of it before the next one, and the pixels that were there before it.
     int disposal_ = DISPOSAL_UNSPECIFIED;
-    Area area_;
-    std::vector<std::uint8_t> covered_;
+    GIFArea area_;
+    std::vector<std::uint8_t> saved_;
 };
 
 bool GIFReader::next() {
@@ -178,24 +195,22 @@ bool GIFReader::next() {
     --remainingImages_;
     disposeOfImage();
     requireImage(records_.nextImage());
-    area_ = visibleArea();
+    placeImage();
     disposal_ = disposalOf(records_);
     if (disposal_ == DISPOSE_PREVIOUS) {
         saveArea();
     }
     drawImage();
-    served_ = 0;
+    servedRows_ = 0;
     return true;
 }
 
-Area GIFReader::visibleArea() const {
+void GIFReader::placeImage() {
     const GifImageDesc& image = records_.image();
     requireImage(limits_.allow(image.Width, image.Height, true));
-    Area area = {.left = std::min<std::int64_t>(image.Left, width_),
-                 .top = std::min<std::int64_t>(image.Top, height_)};
-    area.width = std::min<std::int64_t>(image.Width, width_ - area.left);
-    area.height = std::min<std::int64_t>(image.Height, height_ - area.top);
-    return area;
+    area_ = visibleArea(image, info_);
+    // The file may have been replaced since the source was opened.
+    requireImage(pixelCount(united(covered_, area_)) == pixelCount(covered_));
 }
 
 /// The background of the canvas is transparent, as in all viewers; the background colour that the file states
@@ -207,16 +222,16 @@ void GIFReader::disposeOfImage() {
         if (disposal_ == DISPOSE_BACKGROUND) {
             std::memset(row, 0, rowBytes);
         } else if (disposal_ == DISPOSE_PREVIOUS) {
-            std::memcpy(row, covered_.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
+            std::memcpy(row, saved_.data() + static_cast<std::size_t>(y) * rowBytes, rowBytes);
         }
     }
 }
 
 void GIFReader::saveArea() {
-    covered_.clear();
+    saved_.clear();
     for (std::int64_t y = 0; y < area_.height && area_.width > 0; ++y) {
         const std::uint8_t* row = pixel(area_.left, area_.top + y);
-        covered_.insert(covered_.end(), row, row + area_.width * bytesPerPixel);
+        saved_.insert(saved_.end(), row, row + area_.width * bytesPerPixel);
     }
 }
 
@@ -257,11 +272,20 @@ void GIFReader::drawLine(std::int64_t y, std::span<const GifPixelType> line) {
 }
 
 void GIFReader::readRows(std::span<std::uint8_t> rows) {
-    if (rows.size() > canvas_.size() - served_) {
+    const auto rowBytes = static_cast<std::size_t>(info_.width * bytesPerPixel);
+    const auto count = static_cast<std::int64_t>(rows.size() / rowBytes);
+    if (rows.size() % rowBytes != 0 || count > info_.height - servedRows_) {
         throw std::logic_error("no such rows to read");
     }
-    std::memcpy(rows.data(), canvas_.data() + served_, rows.size());
-    served_ += rows.size();
+    std::fill(rows.begin(), rows.end(), std::uint8_t{0});
+    const std::int64_t first = std::max(servedRows_, covered_.top);
+    const std::int64_t last = std::min(servedRows_ + count, covered_.top + covered_.height);
+    for (std::int64_t y = first; y < last; ++y) {
+        std::uint8_t* row = rows.data() + static_cast<std::size_t>(y - servedRows_) * rowBytes;
+        std::memcpy(row + covered_.left * bytesPerPixel, pixel(covered_.left, y),
+                    static_cast<std::size_t>(covered_.width * bytesPerPixel));
+    }
+    servedRows_ += count;
 }
 
 /// Viewers use the first image's extent when the screen has none.
@@ -276,36 +300,41 @@ void readScreen(const Records& records, ImageInfo& info) {
     info.hasAlpha = isTransparent || !isCovered;
 }
 
-void readInfo(Records& records, const ImageLimits& limits, ImageInfo& info) {
-    info.imageCount = 0;
+} // namespace
+
+void GIFSource::readInfo(std::FILE* file) {
+    Records records(file);
+    std::int64_t saved = 0;
+    info_.imageCount = 0;
     while (records.nextImage()) {
-        if (info.imageCount == 0) {
-            readScreen(records, info);
-            requireImage(limits.allow(info.width, info.height, true));
+        if (info_.imageCount == 0) {
+            readScreen(records, info_);
+            requireImage(limits().allow(info_.width, info_.height, true));
         }
-        ++info.imageCount;
-        requireImage(info.imageCount <= limits.maximumFrames);
-        info.frameDelays.push_back(records.control() ? records.control()->DelayTime / 100.0 : 0.0);
+        ++info_.imageCount;
+        requireImage(info_.imageCount <= limits().maximumFrames);
+        info_.frameDelays.push_back(records.control() ? records.control()->DelayTime / 100.0 : 0.0);
+        const GIFArea area = visibleArea(records.image(), info_);
+        covered_ = united(covered_, area);
+        saved = disposalOf(records) == DISPOSE_PREVIOUS ? std::max(saved, pixelCount(area)) : saved;
         records.skipData();
     }
-    requireImage(info.imageCount > 0);
-    info.loopCount = records.loopCount();
+    requireImage(info_.imageCount > 0);
+    info_.loopCount = records.loopCount();
+    setDecodingMemory((pixelCount(covered_) + saved) * bytesPerPixel);
 }
-
-} // namespace
 
 GIFSource::GIFSource(const URL& url, const ImageLimits& limits) : ImageSource(url, limits) {
     const InputFile file(url);
     try {
-        Records records(file.get());
-        readInfo(records, limits, info_);
+        readInfo(file.get());
     } catch (const CompressionError&) {
         file.throwUnreadable();
     }
 }
 
 std::unique_ptr<FrameReader> GIFSource::frames() const {
-    return std::make_unique<GIFReader>(url(), info_, limits());
+    return std::make_unique<GIFReader>(url(), info_, covered_, limits());
 }
 
 } // namespace tarnwick

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 namespace tarnwick {
 
@@ -11,10 +12,16 @@ struct ImageLimits {
     static constexpr std::int64_t maximumRenderedPixels = 25'000'000;
 
     std::int64_t maximumDimension = 0x7FFF'FFFF;
+    /// Rows are decoded, compared and drawn whole.
+    std::int64_t maximumRowPixels = maximumRenderedPixels;
     /// Of pictures that are decoded row by row.
     std::int64_t maximumPixels = std::int64_t{1} << 30;
     /// Of pictures that can only be decoded whole (interlaced PNG, progressive JPEG, GIF's canvas, HEIF).
     std::int64_t maximumBufferedPixels = std::int64_t{1} << 28;
+    /// A file below this many bytes takes no more than `maximumSmallFileMemory` bytes of memory, whatever
+    /// size it states: it cannot be worth more, and anybody can make thousands of them.
+    std::int64_t smallFileBytes = 1'000'000;
+    std::int64_t maximumSmallFileMemory = std::int64_t{224} << 20;
     std::int64_t maximumFrames = 1'000'000;
     /// PNG: of one chunk. JPEG: of all that precedes the first scan. HEIF: of the meta box.
     std::int64_t maximumMetadataBytes = std::int64_t{64} << 20;
@@ -33,6 +40,10 @@ struct ImageLimits {
 
     /// Whether a picture of this size may be decoded. Sizes below 1 may not.
     bool allow(std::int64_t width, std::int64_t height, bool buffered) const noexcept;
+    /// The most bytes of memory that decoding and showing a file of `fileBytes` bytes may take.
+    std::int64_t memoryFor(std::int64_t fileBytes) const noexcept {
+        return fileBytes < smallFileBytes ? maximumSmallFileMemory : std::numeric_limits<std::int64_t>::max();
+    }
     static constexpr bool areRenderable(std::int64_t width, std::int64_t height) noexcept {
         return width >= 1 && height >= 1 && width <= maximumRenderedPixels / height;
     }

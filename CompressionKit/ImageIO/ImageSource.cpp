@@ -2,10 +2,13 @@
 
 #include "Foundation/CompressionError.h"
 #include "Foundation/FileContents.h"
+#include "Foundation/FileOperations.h"
 #include "Foundation/Text.h"
 #include "ImageIO/BigEndian.h"
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/GIFSource.h"
 #include "ImageIO/HEIFSource.h"
+#include "ImageIO/InvalidImage.h"
 #include "ImageIO/JPEGSource.h"
 #include "ImageIO/PNGSource.h"
 
@@ -92,13 +95,20 @@ std::optional<std::string> baseMediaType(std::span<const std::uint8_t> start) {
 } // namespace
 
 bool ImageLimits::allow(std::int64_t width, std::int64_t height, bool buffered) const noexcept {
-    if (width < 1 || height < 1 || width > maximumDimension || height > maximumDimension) {
+    if (width < 1 || height < 1 || width > std::min(maximumDimension, maximumRowPixels) ||
+        height > maximumDimension) {
         return false;
     }
     return width <= (buffered ? maximumBufferedPixels : maximumPixels) / height;
 }
 
 ImageSource::ImageSource(URL url, const ImageLimits& limits) : url_(std::move(url)), limits_(limits) {}
+
+void ImageSource::setDecodingMemory(std::int64_t bytes) {
+    decodingMemory_ = bytes;
+    memory_ = limits_.memoryFor(fileSize(url_));
+    requireImage(decodingMemory_ <= memory_ - info_.width * bytesPerPixel);
+}
 
 ReducedFrames ImageSource::reducedFrames(std::int64_t /*width*/, std::int64_t /*height*/) const {
     return {.width = info_.width, .height = info_.height, .reader = frames()};

@@ -76,6 +76,10 @@ public:
     ImageSource& operator=(const ImageSource&) = delete;
 
     const ImageInfo& info() const noexcept { return info_; }
+    /// The most bytes of memory that a pass takes beside the rows that it returns.
+    std::int64_t decodingMemory() const noexcept { return decodingMemory_; }
+    /// The most bytes of memory that decoding and showing this file may take.
+    std::int64_t memory() const noexcept { return memory_; }
     /// Starts a pass. Throws CompressionError::invalidImage or FileSystemError.
     virtual std::unique_ptr<FrameReader> frames() const = 0;
     /// Starts a pass for a display of this size, at least 1 and at most the picture's own. The images are
@@ -88,12 +92,17 @@ protected:
 
     const URL& url() const noexcept { return url_; }
     const ImageLimits& limits() const noexcept { return limits_; }
+    /// For the format's own constructor, once the size is known. Throws CompressionError::invalidImage when
+    /// the file may not take as much, and a row; FileSystemError.
+    void setDecodingMemory(std::int64_t bytes);
     /// For the format's own constructor to fill.
     ImageInfo info_;
 
 private:
     URL url_;
     ImageLimits limits_;
+    std::int64_t decodingMemory_ = 0;
+    std::int64_t memory_ = 0;
 };
 
 /// The container's type by the file's first bytes: "public.png", "public.jpeg", "com.compuserve.gif",

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <utility>
 
 // After <cstdio>, which it needs but does not include.
@@ -141,6 +142,20 @@ bool isAcceptable(JPEGHandle& handle, const ImageLimits& limits) {
     const bool buffered = jpeg_has_multiple_scans(handle.get()) != FALSE;
     return std::find(known.begin(), known.end(), handle->jpeg_color_space) != known.end() &&
            limits.allow(handle->image_width, handle->image_height, buffered);
+}
+
+/// Of all coefficients, when the library holds them.
+std::int64_t memoryOf(JPEGHandle& handle) {
+    if (jpeg_has_multiple_scans(handle.get()) == FALSE) {
+        return 0;
+    }
+    const std::span components(handle->comp_info, static_cast<std::size_t>(handle->num_components));
+    return std::accumulate(components.begin(), components.end(), std::int64_t{0},
+                           [](std::int64_t sum, const jpeg_component_info& component) {
+                               return sum + std::int64_t{component.width_in_blocks} *
+                                                component.height_in_blocks *
+                                                static_cast<std::int64_t>(sizeof(JBLOCK));
+                           });
 }
 
 std::optional<int> orientation(const JPEGHandle& handle) {
@@ -277,6 +292,7 @@ JPEGSource::JPEGSource(const URL& url, const ImageLimits& limits) : ImageSource(
     info_.bitsPerComponent = handle->data_precision;
     info_.orientation = orientation(handle);
     info_.profile = profile(handle);
+    setDecodingMemory(memoryOf(handle));
 }
 
 std::unique_ptr<FrameReader> JPEGSource::frames() const {

@@ -1,5 +1,6 @@
 #include "ImageIO/PNGSource.h"
 
+#include "ImageIO/Bitmap.h"
 #include "ImageIO/InputFile.h"
 #include "ImageIO/InvalidImage.h"
 #include "ImageIO/LibPNG.h"
@@ -61,6 +62,13 @@ std::optional<PNGHeader> readHeader(PNGHandle& handle) {
                      png_get_bit_depth(handle.png(), handle.info()),
                      (colorType & PNG_COLOR_MASK_ALPHA) != 0 || hasTransparency,
                      png_get_interlace_type(handle.png(), handle.info()) != PNG_INTERLACE_NONE};
+}
+
+/// Of libpng, which holds a row as stored and one as converted, and of an interlaced picture.
+std::int64_t memoryOf(const PNGHandle& handle, const PNGHeader& header) {
+    const auto stored = static_cast<std::int64_t>(png_get_rowbytes(handle.png(), handle.info()));
+    const std::int64_t converted = header.width * bytesPerPixel * (header.bitDepth > 8 ? 2 : 1);
+    return stored + converted + (header.interlaced ? header.width * header.height * bytesPerPixel : 0);
 }
 
 void keepColorChunks(PNGHandle& handle) {
@@ -216,6 +224,7 @@ PNGSource::PNGSource(const URL& url, const ImageLimits& limits) : ImageSource(ur
     info_.bitsPerComponent = header->bitDepth;
     info_.orientation = chunks.orientation;
     info_.profile = profile(handle, chunks);
+    setDecodingMemory(memoryOf(handle, *header));
 }
 
 std::unique_ptr<FrameReader> PNGSource::frames() const {

@@ -7,16 +7,22 @@
 #include "ImageIO/ImageDestination.h"
 #include "ImageIO/ImageSource.h"
 #include "ImageIO/InvalidImage.h"
+#include "Inspection/PixelBands.h"
 
 #include <memory>
 
 namespace tarnwick {
 namespace {
 
-bool isOpaque(std::span<const std::uint8_t> rgba) {
-    for (std::size_t i = 3; i < rgba.size(); i += 4) {
-        if (rgba[i] != 255) {
-            return false;
+/// Reads the reader's current frame up to the first pixel that is not opaque.
+bool isOpaque(FrameReader& frame, const ImageInfo& info) {
+    for (BandWalk walk(info.width, info.height); walk.next();) {
+        const auto rows = walk.buffer();
+        frame.readRows(rows);
+        for (std::size_t i = 3; i < rows.size(); i += bytesPerPixel) {
+            if (rows[i] != 255) {
+                return false;
+            }
         }
     }
     return true;
@@ -35,13 +41,16 @@ std::unique_ptr<ImageDestination> createFrameFile(const URL& file, const ImageDe
 
 /// An opaque frame is written without alpha: the scorer judges a picture with alpha twice, on two
 /// backgrounds.
-void writeFrame(const URL& file, std::span<const std::uint8_t> rgba, const ImageInfo& info) {
+void writeFrame(const URL& file, FrameReader& frame, const ImageInfo& info, bool hasAlpha) {
     const auto destination = createFrameFile(file, {.width = info.width,
                                                     .height = info.height,
-                                                    .hasAlpha = !isOpaque(rgba),
+                                                    .hasAlpha = hasAlpha,
                                                     .profile = {},
                                                     .tagsProfile = false});
-    destination->writeRows(rgba);
+    for (BandWalk walk(info.width, info.height); walk.next();) {
+        frame.readRows(walk.buffer());
+        destination->writeRows(walk.buffer());
+    }
     destination->commit();
 }
 
@@ -51,14 +60,14 @@ std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
     const auto container = unreadableAsInvalidImage([&] { return ImageSource::open(source); });
     const ImageInfo& info = container->info();
     createDirectories(directory);
-    const auto frames = container->frames();
-    std::vector<std::uint8_t> canvas(static_cast<std::size_t>(info.width * info.height * bytesPerPixel));
+    // Two passes side by side take less memory than a frame's whole canvas.
+    const auto seen = container->frames();
+    const auto written = container->frames();
     std::vector<URL> files;
     for (std::int64_t i = 0; i < info.imageCount; ++i) {
-        requireImage(frames->next());
-        frames->readRows(canvas);
+        requireImage(seen->next() && written->next());
         files.push_back(directory.appending("frame-" + std::to_string(i) + ".png"));
-        writeFrame(files.back(), canvas, info);
+        writeFrame(files.back(), *written, info, !isOpaque(*seen, info));
     }
     return files;
 }

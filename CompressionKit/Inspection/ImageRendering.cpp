@@ -5,6 +5,7 @@
 #include "ImageIO/DisplayDecoder.h"
 #include "ImageIO/InvalidImage.h"
 
+#include <algorithm>
 #include <new>
 
 namespace tarnwick {
@@ -12,6 +13,10 @@ namespace {
 
 bool differs(const std::optional<std::string>& recorded, const std::string& found) {
     return recorded && *recorded != found;
+}
+
+std::int64_t longerSide(const Bitmap& picture) {
+    return std::max(picture.width, picture.height);
 }
 
 } // namespace
@@ -26,11 +31,11 @@ DisplayImage ImageRendering::decode(const URL& url, std::optional<std::int64_t> 
     }
 }
 
-DisplayImage ImageRendering::comparisonImage(const URL& url) {
+DisplayImage ImageRendering::comparisonImage(const URL& url, std::optional<std::int64_t> maximumPixelSize) {
     if (!url.isFileURL()) {
         throw CompressionError::fileOperation("请选择本地图片文件");
     }
-    return decode(url, std::nullopt);
+    return decode(url, maximumPixelSize);
 }
 
 DisplayImage ImageRendering::thumbnail(const URL& url, std::int64_t maximumPixelSize) {
@@ -47,7 +52,11 @@ ComparisonImages ImageRendering::readBoth(const URL& original, const URL& compre
     }
     ComparisonImages images;
     images.original = comparisonImage(original);
-    images.compressed = comparisonImage(compressed);
+    images.compressed = comparisonImage(compressed, longerSide(*images.original));
+    if (longerSide(*images.compressed) < longerSide(*images.original)) {
+        // One that is shown smaller would look worse than it is.
+        images.original = comparisonImage(original, longerSide(*images.compressed));
+    }
     if (hash(original) != hashOfOriginal || hash(compressed) != hashOfCompressed) {
         throw CompressionError::fileOperation("图片文件在载入过程中被修改，请重新打开对比");
     }

@@ -16,7 +16,8 @@ namespace tarnwick {
 /// share the pixels.
 using DisplayImage = std::shared_ptr<const Bitmap>;
 
-/// Both at full size. Null pointers until they are decoded.
+/// Both in the same size: the full one, unless that takes too much memory. Null pointers until they are
+/// decoded.
 struct ComparisonImages {
     DisplayImage original;
     DisplayImage compressed;
@@ -33,12 +34,14 @@ public:
         return ReadingQueue::shared().run(priority, std::move(body), std::forward<CompletionToken>(token));
     }
 
-    /// The picture, its longer side at most `maximumPixelSize` pixels, or at full size; never enlarged.
-    /// Throws CompressionError::invalidImage for a file that is not a complete picture, or a maximum below 1.
+    /// The picture, its longer side at most `maximumPixelSize` pixels, or at full size; never enlarged, and
+    /// smaller when it would take more memory than its file may take (ImageLimits). Throws
+    /// CompressionError::invalidImage for a file that is not a complete picture, or a maximum below 1.
     static DisplayImage decode(const URL& url, std::optional<std::int64_t> maximumPixelSize);
-    /// The picture at full size. Throws CompressionError::fileOperation for a URL that is no file URL, else
-    /// as decode().
-    static DisplayImage comparisonImage(const URL& url);
+    /// The picture at full size, or as decode() limits it. Throws CompressionError::fileOperation for a URL
+    /// that is no file URL, else as decode().
+    static DisplayImage comparisonImage(const URL& url,
+                                        std::optional<std::int64_t> maximumPixelSize = std::nullopt);
     /// Throws CompressionError::invalidImage, also for a URL that is no file URL.
     static DisplayImage thumbnail(const URL& url, std::int64_t maximumPixelSize);
 

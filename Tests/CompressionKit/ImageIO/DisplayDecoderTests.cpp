@@ -66,10 +66,13 @@ TEST(DisplayDecoderTest, RefusesWhatIsNotAWholePicture) {
     }
 }
 
-TEST(DisplayDecoderTest, ShowsSmallWhatIsTooLargeToBeHeld) {
-    const ImageLimits limits = {.maximumBufferedPixels = 32 * 24 - 1};
-    EXPECT_TRUE(isDisplayRefused(picture("photo.png"), std::nullopt, limits));
-    EXPECT_FALSE(isDisplayRefused(picture("photo.png"), 16, limits));
+TEST(DisplayDecoderTest, ShowsSmallerWhatIsTooLargeToBeHeld) {
+    const ImageLimits few = {.maximumBufferedPixels = 16 * 12};
+    EXPECT_EQ(decodeForDisplay(picture("photo.png"), std::nullopt, few).width, 16);
+    EXPECT_EQ(decodeForDisplay(picture("photo.png"), 20, few).width, 16);
+    EXPECT_EQ(decodeForDisplay(picture("photo.png"), 10, few).width, 10);
+    const ImageLimits little = {.maximumSmallFileMemory = 16 * 8 * 4 * 2};
+    EXPECT_EQ(decodeForDisplay(picture("half-turned.jpg"), std::nullopt, little).height, 16);
 }
 
 } // namespace
