@@ -166,7 +166,7 @@ OBSERVE(observedReading, int, lstat64, (const char* path, struct stat64* status)
 OBSERVE(observedReading, int, fstat64, (int file, struct stat64* status), (file, status), "fstat",
         pathOf(file), "")
 // The program is known to the child alone.
-OBSERVE(observed, int, clone, (int (*child)(void*), void* stack, int flags, void* argument),
+OBSERVE(observed, int, __clone, (int (*child)(void*), void* stack, int flags, void* argument),
         (child, stack, flags, argument), "clone", "/", "")
 OBSERVE(observed, ssize_t, write, (int file, const void* bytes, size_t count), (file, bytes, count), "write",
         pathOf(file), "")

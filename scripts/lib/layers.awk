@@ -113,6 +113,6 @@ FILENAME ~ /\.qml$/ {
     check_library(header, libraryFolder())
     next
 }
-/(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|clone|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
+/(^|[^A-Za-z0-9_.>])(posix_spawnp?|v?fork|(__)?clone|execl[ep]?|execvp?e?|fexecve|popen|system)[ \t]*\(/ {
     if (libraryFolder() != "Process") violation("processes are started in Process only")
 }

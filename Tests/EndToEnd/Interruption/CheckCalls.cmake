@@ -7,7 +7,7 @@ set(changing
     "[fl]?chown(at)?|fchownat|f?chmod(at)?|fchmodat|[fl]?(set|remove)xattr|f?truncate(64)?|(posix_)?fallocate(64)?"
     "utime|utimes|lutimes|futimes|futimens|utimensat|(mkd?s?temp|mkostemp)(64)?|mkdtemp|tmpfile(64)?|mount|ioctl"
     "(f|fd|fre)open(64)?|fwrite|fputs|fputc|fprintf|__fprintf_chk|mmap(64)?|(perm|attr)_copy_f(ile|d)|acl_set_f(ile|d)"
-    "posix_spawnp?|v?fork|clone|exec[lv]p?e?|system|popen"
+    "posix_spawnp?|v?fork|(__)?clone|exec[lv]p?e?|system|popen"
     "_ZNSt10filesystem(6rename|6remove|10remove_all|15create_director|11resize_file|9copy_file|4copy|11permissions|15last_write).*"
     "_ZNSt1[34]basic_(ofstream|filebuf).*")
 
