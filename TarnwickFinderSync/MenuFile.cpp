@@ -29,23 +29,23 @@ std::vector<MenuFile> nautilusFiles(const MenuTexts::NautilusNames& names, const
 
 std::vector<MenuFile> menuFiles(FileManagerMenus::FileManager fileManager, const std::string& application,
                                 const UserDirectories& directories) {
-    using FileManager = FileManagerMenus::FileManager;
+    using enum FileManagerMenus::FileManager;
     const URL& data = directories.data;
     switch (fileManager) {
-    case FileManager::nautilus:
+    case nautilus:
         return nautilusFiles({"nautilus", "Nautilus", "NAUTILUS"}, application,
                              data.appending("nautilus-python/extensions"), data.appending("nautilus/scripts"),
                              directories);
-    case FileManager::caja:
+    case caja:
         return nautilusFiles({"caja", "Caja", "CAJA"}, application, data.appending("caja-python/extensions"),
                              directories.configuration.appending("caja/scripts"), directories);
-    case FileManager::nemo:
+    case nemo:
         return {
             {data.appending("nemo/actions/tarnwick.nemo_action"), MenuTexts::nemoAction(application), plain}};
-    case FileManager::dolphin:
+    case dolphin:
         return {{data.appending("kio/servicemenus/tarnwick.desktop"), MenuTexts::serviceMenu(application),
                  executable}};
-    case FileManager::thunar:
+    case thunar:
         break;
     }
     return {};

@@ -27,7 +27,9 @@ if(TARNWICK_SANITIZERS STREQUAL "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU
 endif()
 target_link_libraries(asio::asio INTERFACE Threads::Threads)
 
-if(NOT TARNWICK_FUZZ)
+if(TARNWICK_FUZZ)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+else()
     find_package(CLI11 REQUIRED)
     find_package(GTest REQUIRED)
     find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick QuickControls2 QuickTest Svg Test)

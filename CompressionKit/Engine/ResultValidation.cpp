@@ -26,16 +26,6 @@ bool isSameFrame(const URL& reference, const URL& candidate) {
     return fileSize(reference) == fileSize(candidate) && hash(reference) == hash(candidate);
 }
 
-double parseScore(const std::string& output) {
-    const std::string_view text = trimmed(output);
-    double score = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), score);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(score)) {
-        throw CompressionError::toolFailed("ssimulacra2 未返回有效画质评分");
-    }
-    return score;
-}
-
 /// The exported frames of one candidate. The frames of a long animation are large, so they are removed right
 /// after scoring.
 class CandidateFrames {
@@ -58,6 +48,16 @@ bool hasNewHoles(const URL& reference, const URL& candidate) {
 }
 
 } // namespace
+
+double parseScore(const std::string& output) {
+    const std::string_view text = trimmed(output);
+    double score = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), score);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(score)) {
+        throw CompressionError::toolFailed("ssimulacra2 未返回有效画质评分");
+    }
+    return score;
+}
 
 ResultValidation::ResultValidation(ToolRunner tools, const QualityThresholds& thresholds,
                                    const Original& original, const URL& workDirectory)

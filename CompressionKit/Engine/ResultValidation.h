@@ -14,6 +14,9 @@
 
 namespace tarnwick {
 
+/// The finite score that the scorer printed. Throws CompressionError::toolFailed for any other text.
+double parseScore(const std::string& output);
+
 /// Checks encoder outputs against one original. Only this class turns an output into a Candidate.
 /// Thread-safe; copies may also be used at the same time.
 class ResultValidation {

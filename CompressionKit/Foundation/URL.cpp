@@ -94,7 +94,7 @@ URL URL::file(std::string_view path) {
 
 std::optional<URL> URL::parse(std::string_view text) {
     const std::size_t colon = text.find(':');
-    if (colon == std::string_view::npos || colon == 0 ||
+    if (colon == std::string_view::npos || colon == 0 || text.find('\0') != std::string_view::npos ||
         text.substr(0, colon).find('/') != std::string_view::npos) {
         return std::nullopt;
     }
