@@ -1,13 +1,14 @@
 #include "Engine/ResultValidation.h"
 #include "Foundation/CompressionError.h"
 #include "Foundation/Directory.h"
+#include "Foundation/Text.h"
 #include "Foundation/URL.h"
 #include "Foundation/WorkRegister.h"
 #include "Fuzz/Target.h"
 #include "History/UndoRecord.h"
+#include "ImageIO/ColorProfile.h"
 #include "ImageIO/ExifOrientation.h"
 #include "ImageIO/HEIFBoxes.h"
-#include "ImageIO/ICCProfile.h"
 #include "ImageIO/ImageSource.h"
 #include "ImageIO/InputFile.h"
 #include "ImageIO/PNGChunks.h"
@@ -143,11 +144,11 @@ void readHEIFBoxes(Input bytes) {
 }
 
 void readProfile(Input bytes) {
-    if (const auto profile = ICCProfile::open(bytes)) {
-        static_cast<void>(profile->description());
-        static_cast<void>(profile->measuredSpace());
-        const auto made = profile->forRGB("name");
-        require(made.empty() || ICCProfile::open(made).has_value(), "a made profile can be read");
+    if (const auto profile = ColorProfile::fromICC(bytes)) {
+        require(!profile->name().empty() && isUTF8(profile->name()),
+                "a profile has a name that can be shown");
+        const auto made = profile->iccForRGB();
+        require(made.empty() || ColorProfile::fromICC(made), "a made profile can be read");
     }
 }
 

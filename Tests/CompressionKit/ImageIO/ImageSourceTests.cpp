@@ -5,17 +5,14 @@
 #include "ImageIO/HEIFSource.h"
 #include "ImageIO/JPEGSource.h"
 #include "ImageIO/PNGSource.h"
-#include "Support/Damage.h"
 #include "Support/Decoding.h"
 #include "Support/JPEGSegment.h"
-#include "Support/MemoryFile.h"
 #include "Support/Pictures.h"
 #include "Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -43,27 +40,14 @@ protected:
         const std::string printed = testing::internal::GetCapturedStderr();
         EXPECT_TRUE(printed.empty() || std::string(GetParam()).ends_with(".heic")) << printed;
     }
-
-    MemoryFile file{pictureBytes(GetParam())};
 };
 
 TEST_P(DamagedPictureTest, IsRefusedWhereverItIsCut) {
-    EXPECT_FALSE(isRefused(file.url()));
-    forEachCut(file.url(), [&](std::size_t length) { EXPECT_TRUE(isRefused(file.url())) << length; });
-}
-
-TEST_P(DamagedPictureTest, IsHandledWithEachByteChanged) {
-    const std::string bytes = pictureText(GetParam());
-    const std::size_t pixelData = bytes.find("mdat");
-    const bool isChecked = bytes.find("IDAT") != std::string::npos;
-    std::size_t refused = 0;
-    const ImageLimits limits = {.maximumPixels = 1 << 20, .maximumBufferedPixels = 1 << 16};
-    forEachFlippedByte(file.url(), std::min(bytes.size(), pixelData), [&](std::size_t place) {
-        const bool isBad = isRefused(file.url(), limits);
-        EXPECT_TRUE(isBad || !isChecked) << "the checksums miss byte " << place;
-        refused += isBad ? 1 : 0;
-    });
-    EXPECT_GT(refused, 20U);
+    const std::string whole = pictureText(GetParam());
+    EXPECT_FALSE(isRefused(bytesOf(whole)));
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        EXPECT_TRUE(isRefused(bytesOf(whole.substr(0, length)))) << length;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, DamagedPictureTest,
@@ -73,10 +57,15 @@ INSTANTIATE_TEST_SUITE_P(Formats, DamagedPictureTest,
                                          "crop-turned.heic"));
 
 TEST(ImageSourceTest, SurvivesDamageToTheMetadataOfAPNG) {
-    const MemoryFile file(pictureBytes("metadata.png"));
+    const Bytes bytes = pictureBytes("metadata.png");
     std::size_t accepted = 0;
-    forEachFlippedByte(file.url(), std::numeric_limits<std::size_t>::max(),
-                       [&](std::size_t) { accepted += isRefused(file.url()) ? 0 : 1; });
+    for (std::size_t place = 0; place < bytes.size(); ++place) {
+        for (const unsigned mask : {0x01U, 0x80U, 0xFFU}) {
+            Bytes damaged = bytes;
+            damaged[place] = static_cast<std::uint8_t>(damaged[place] ^ mask);
+            accepted += isRefused(damaged) ? 0 : 1;
+        }
+    }
     EXPECT_GT(accepted, 900U) << "damage to metadata costs no more than the metadata";
 }
 
