@@ -16,8 +16,8 @@ public:
 
     /// The file at `path`; a relative path is relative to the current directory.
     static URL file(std::string_view path);
-    /// Parses "scheme:…" text and percent-decodes a "file:" URI. None for text without a scheme or with a NUL, and for a
-    /// "file:" URI that is malformed or names another host.
+    /// Parses "scheme:…" text and percent-decodes a "file:" URI. None for text without a scheme or with a
+    /// NUL, and for a "file:" URI that is malformed or names another host.
     static std::optional<URL> parse(std::string_view text);
 
     bool isFileURL() const noexcept { return scheme_ == "file"; }
