@@ -60,15 +60,22 @@ bool GuardedFile::replace(const URL& source, const std::string& sourceHash) cons
         return false;
     }
     moveToSlot(source);
-    if (!swap(sourceHash)) {
+    ScopedFile slot(slot_);
+    syncFile(slot_);
+    if (hash(slot_) != sourceHash) {
+        throw CompressionError::validationFailed();
+    }
+    if (atomicExchange(slot_, file_)) {
+        if (!isExpectedAt(slot_)) {
+            slot.commit();
+            putBack(sourceHash);
+            return false;
+        }
+    } else if (isExpectedAt(file_)) {
+        atomicRename(slot_, file_);
+    } else {
         return false;
     }
-    // Without an exchange the slot is free now.
-    if (itemExists(slot_) && !isExpectedAt(slot_)) {
-        putBack(sourceHash);
-        return false;
-    }
-    const ScopedFile displaced(slot_);
     syncDirectory(file_.deletingLastPathComponent());
     return true;
 }
@@ -98,24 +105,6 @@ void GuardedFile::moveToSlot(const URL& source) const {
     if (!atomicRenameIfAbsent(source, slot_)) {
         throw FileSystemError("无法创建文件", slot_, EEXIST);
     }
-}
-
-/// Puts the file in the slot in the other's place. False when the other is not the expected one; then, and
-/// after an exception, the slot is free again.
-bool GuardedFile::swap(const std::string& sourceHash) const {
-    ScopedFile source(slot_);
-    syncFile(slot_);
-    if (hash(slot_) != sourceHash) {
-        throw CompressionError::validationFailed();
-    }
-    if (!atomicExchange(slot_, file_)) {
-        if (!isExpectedAt(file_)) {
-            return false;
-        }
-        atomicRename(slot_, file_);
-    }
-    source.commit();
-    return true;
 }
 
 void GuardedFile::putBack(const std::string& sourceHash) const {

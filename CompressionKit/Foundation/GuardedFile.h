@@ -51,7 +51,6 @@ public:
 private:
     bool isExpectedAt(const URL& url) const noexcept;
     void moveToSlot(const URL& source) const;
-    bool swap(const std::string& sourceHash) const;
     void putBack(const std::string& sourceHash) const;
 
     PinnedFolder folder_;
