@@ -5,10 +5,14 @@
 
 namespace tarnwick {
 
+bool isUnchanged(const Original& original, const URL& url) {
+    const FileVersion current = FileVersion::of(url);
+    return current.device == original.version.device && current.inode == original.version.inode &&
+           hash(url) == original.hash;
+}
+
 void requireUnchanged(const Original& original) {
-    const FileVersion current = FileVersion::of(original.url);
-    if (current.device != original.version.device || current.inode != original.version.inode ||
-        hash(original.url) != original.hash) {
+    if (!isUnchanged(original, original.url)) {
         throw CompressionError::changedDuringCompression();
     }
 }

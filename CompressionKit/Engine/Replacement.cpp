@@ -57,11 +57,10 @@ UndoRecord replaceOriginal(const UndoStore& undo, const Original& original, cons
     const UndoRecord record = undo.prepare(original.url, winner.url, sessionID);
     try {
         const FileVersion version = FileVersion::of(original.url);
-        requireUnchanged(original);
         copyFileAttributes(original.url, winner.url);
         requireSameOwner(original.url, winner.url);
         const GuardedFile file(original.url, record.exchangeURL(), [&](const URL& url) {
-            return FileVersion::of(url) == version && hash(url) == original.hash;
+            return FileVersion::of(url) == version && isUnchanged(original, url);
         });
         if (!file.replace(winner.url, record.replacementHash)) {
             throw CompressionError::changedDuringCompression();
