@@ -9,6 +9,7 @@
 #include "Foundation/Text.h"
 #include "Foundation/WorkRegister.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,6 +48,15 @@ std::optional<UndoRecord> readRecord(const URL& file, bool checked) {
 /// A compression holds an item beside the picture until it commits or deletes the record.
 bool isBesideWork(const UndoRecord& record, const std::vector<URL>& heldItems) {
     return hasItemIn(record.originalURL().deletingLastPathComponent(), heldItems);
+}
+
+/// False when that is unknown, unless `checked`. Throws FileSystemError.
+bool isSession(const URL& item, bool checked) {
+    if (!checked) {
+        return isDirectory(item);
+    }
+    const auto status = statusIfPresent(item);
+    return status && S_ISDIR(status->st_mode);
 }
 
 /// Empty when the folder cannot be listed, unless `checked`.
@@ -167,7 +177,7 @@ std::vector<UndoRecord> RecordStore::scanRecords(bool checked) const {
         return found;
     }
     for (const URL& session : entries(root_)) {
-        if (!isDirectory(session)) {
+        if (!isSession(session, checked)) {
             continue;
         }
         for (const URL& file : filesOfSession(session, checked)) {
