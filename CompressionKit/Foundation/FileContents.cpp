@@ -3,6 +3,7 @@
 #include "Foundation/Directory.h"
 #include "Foundation/FileOperations.h"
 #include "Foundation/FileSystemError.h"
+#include "Foundation/GuardedFile.h"
 #include "Foundation/SHA256.h"
 #include "Foundation/UUID.h"
 
@@ -47,6 +48,17 @@ void setMode(const FileDescriptor& file, mode_t mode, const URL& url) {
     if (mode != privateMode && ::fchmod(file.get(), mode) != 0) {
         throw FileSystemError("无法写入文件", url, errno);
     }
+}
+
+URL unfinishedIn(const URL& folder) {
+    return folder.appending(std::string(unfinishedPrefix) + UUID::random().text());
+}
+
+void writeDurably(const URL& url, std::span<const std::uint8_t> bytes, mode_t mode) {
+    const FileDescriptor file = createNewFile(url, privateMode);
+    writeAll(file, bytes, url);
+    setMode(file, mode, url);
+    syncFile(file, url);
 }
 
 } // namespace
@@ -98,16 +110,25 @@ void writeFile(const URL& url, std::span<const std::uint8_t> bytes) {
 
 void writeFileAtomically(const URL& url, std::span<const std::uint8_t> bytes, mode_t mode) {
     const URL folder = url.deletingLastPathComponent();
-    ScopedFile temporary(folder.appending(std::string(unfinishedPrefix) + UUID::random().text()));
-    {
-        const FileDescriptor file = createNewFile(temporary.url(), privateMode);
-        writeAll(file, bytes, temporary.url());
-        setMode(file, mode, temporary.url());
-        syncFile(file, temporary.url());
-    }
+    ScopedFile temporary(unfinishedIn(folder));
+    writeDurably(temporary.url(), bytes, mode);
     atomicRename(temporary.url(), url);
     temporary.commit();
     syncDirectory(folder);
+}
+
+bool rewriteFileAtomically(const URL& url, std::span<const std::uint8_t> bytes) {
+    const URL folder = url.deletingLastPathComponent();
+    const ScopedFile temporary(unfinishedIn(folder));
+    writeDurably(temporary.url(), bytes, privateMode);
+    if (!atomicExchange(temporary.url(), url)) {
+        if (!itemExists(url)) {
+            return false;
+        }
+        atomicRename(temporary.url(), url);
+    }
+    syncDirectory(folder);
+    return true;
 }
 
 bool isUnfinishedWrite(const URL& url) {

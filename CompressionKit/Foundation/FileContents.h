@@ -33,7 +33,10 @@ void writeFile(const URL& url, std::span<const std::uint8_t> bytes);
 /// Replaces the file at `url`, or a link there, by a file of these bytes in one step: readers, and the disk
 /// after a power cut, have the old file or the whole new one. Throws FileSystemError or CompressionError.
 void writeFileAtomically(const URL& url, std::span<const std::uint8_t> bytes, mode_t mode = 0600);
-/// Whether `url` is the temporary file of a writeFileAtomically() that did not finish (yet).
+/// Like writeFileAtomically(), with mode 0600, but only where there is a file: otherwise it returns false and
+/// leaves nothing.
+bool rewriteFileAtomically(const URL& url, std::span<const std::uint8_t> bytes);
+/// Whether `url` is the temporary file of one of these two functions that did not finish (yet).
 bool isUnfinishedWrite(const URL& url);
 
 /// Writes all of `bytes`; `url` only names the file in an error. Throws FileSystemError.

@@ -135,7 +135,9 @@ void RecordStore::fillAndWrite(UndoRecord& record, const URL& source, const URL&
 
 UndoRecord RecordStore::commit(UndoRecord record) const {
     record.state = UndoRecord::State::committed;
-    write(record);
+    if (!rewriteFileAtomically(recordURL(record), record.encoded())) {
+        throw CompressionError::fileOperation("压缩记录已被删除");
+    }
     return record;
 }
 

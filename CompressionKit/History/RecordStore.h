@@ -25,7 +25,8 @@ public:
     /// CompressionError (changedDuringCompression if the source changed while it was copied).
     UndoRecord prepare(const URL& source, const URL& candidate, const UUID& sessionID,
                        const std::optional<URL>& convertedPath = std::nullopt) const;
-    /// Writes the record as committed and returns it. Throws FileSystemError or CompressionError.
+    /// Writes the record as committed and returns it. Throws FileSystemError, or CompressionError, also when
+    /// another process has deleted the record: it stays deleted.
     UndoRecord commit(UndoRecord record) const;
     /// Removes what prepare() made. Throws as deleteRecord().
     void discard(const UndoRecord& record) const { deleteRecord(record); }
