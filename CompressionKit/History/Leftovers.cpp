@@ -49,8 +49,7 @@ bool isBackupUnfinished(const UndoStore& store, const UndoRecord& record) {
 /// False when the record must stay as it is because the picture is not known to be safe.
 bool trySettle(const UndoStore& store, const UndoRecord& record) {
     const URL original = record.originalURL();
-    const bool isReplaced = holds(record.replacementURL(), record.replacementHash);
-    if (!isReplaced && record.originalHash && holds(original, *record.originalHash)) {
+    if (!holdsReplacement(record, record.replacementURL()) && holdsOriginal(record, original)) {
         // It may have been rolled back a moment ago.
         syncDirectory(original.deletingLastPathComponent());
         store.deleteRecord(record);

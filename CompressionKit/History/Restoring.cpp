@@ -84,14 +84,18 @@ void restoreConverted(const URL& backup, const UndoRecord& record, const std::st
     }
 }
 
-bool holdsOriginal(const UndoRecord& record, const URL& url) {
-    return record.originalHash && holds(url, *record.originalHash);
+/// The size tells most other files apart without reading them.
+bool holds(const URL& url, std::int64_t bytes, const std::string& expectedHash) {
+    try {
+        return isRegularFile(url) && fileSize(url) == bytes && hash(url) == expectedHash;
+    } catch (const FileSystemError&) {
+        return false;
+    }
 }
 
 /// Whether the record tells of these bytes, and they are elsewhere too.
 bool isRecorded(const RecordStore& store, const UndoRecord& record, const URL& url) {
-    return holds(url, record.replacementHash) ||
-           (holdsOriginal(record, url) && hasSoundBackup(store, record));
+    return holdsReplacement(record, url) || (holdsOriginal(record, url) && hasSoundBackup(store, record));
 }
 
 } // namespace
@@ -101,12 +105,12 @@ GuardedFile guardedReplacement(const UndoRecord& record) {
             [expected = record.replacementHash](const URL& url) { return hash(url) == expected; }};
 }
 
-bool holds(const URL& url, const std::string& expectedHash) {
-    try {
-        return isRegularFile(url) && hash(url) == expectedHash;
-    } catch (const FileSystemError&) {
-        return false;
-    }
+bool holdsOriginal(const UndoRecord& record, const URL& url) {
+    return record.originalHash && holds(url, record.originalBytes, *record.originalHash);
+}
+
+bool holdsReplacement(const UndoRecord& record, const URL& url) {
+    return holds(url, record.replacementBytes, record.replacementHash);
 }
 
 bool hasSoundBackup(const RecordStore& store, const UndoRecord& record) {
@@ -128,7 +132,7 @@ bool returnDisplacedFile(const RecordStore& store, const UndoRecord& record) {
         if (!itemExists(place)) {
             return atomicRenameIfAbsent(displaced, place);
         }
-        const bool isOurs = holds(place, record.replacementHash) || holdsOriginal(record, place);
+        const bool isOurs = holdsReplacement(record, place) || holdsOriginal(record, place);
         if (!isOurs || !atomicExchange(displaced, place) || !isRecorded(store, record, displaced)) {
             return false;
         }

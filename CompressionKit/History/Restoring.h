@@ -12,8 +12,9 @@ namespace tarnwick {
 std::string verifyBackup(const RecordStore& store, const UndoRecord& record);
 
 bool hasSoundBackup(const RecordStore& store, const UndoRecord& record);
-/// Whether `url` is a regular file with this hash. False when it cannot be read.
-bool holds(const URL& url, const std::string& expectedHash);
+/// Whether `url` is a regular file with the recorded bytes. False when it cannot be read.
+bool holdsOriginal(const UndoRecord& record, const URL& url);
+bool holdsReplacement(const UndoRecord& record, const URL& url);
 
 /// The compressed or converted file, as long as no other program changes it. Throws FileSystemError.
 GuardedFile guardedReplacement(const UndoRecord& record);
