@@ -20,7 +20,7 @@ std::string deleteRecord(const CommandContext& context, const std::string& ident
     }
     const TransientLine line(context.output, true,
                              displayText(record->originalPath) + "  " + std::string(RowText::deleting));
-    runQueued(context.cancellation, record->replacementURL(), [&] { context.undo.deleteRecord(*record); });
+    runQueued(context.cancellation, record->replacementURL(), [&] { context.undo.forget(*record); });
     postBothNotifications();
     return record->originalPath;
 }

@@ -142,6 +142,13 @@ bool returnDisplacedFile(const RecordStore& store, const UndoRecord& record) {
     return true;
 }
 
+void forgetRecord(const RecordStore& store, const UndoRecord& record) {
+    if (!returnDisplacedFile(store, record)) {
+        throw CompressionError::fileOperation("意外中断时被其他程序修改的文件仍保留在隐藏文件中");
+    }
+    store.deleteRecord(record);
+}
+
 std::string verifyBackup(const RecordStore& store, const UndoRecord& record) {
     const URL backup = store.backupURL(record);
     if (!itemExists(backup)) {
@@ -170,7 +177,7 @@ void restoreOriginal(const RecordStore& store, const UndoRecord& record, double 
     } else {
         restoreInPlace(store.backupURL(record), record, originalHash);
     }
-    store.deleteRecord(record);
+    forgetRecord(store, record);
 }
 
 } // namespace tarnwick

@@ -25,6 +25,10 @@ GuardedFile guardedReplacement(const UndoRecord& record);
 /// or FileSystemError.
 bool returnDisplacedFile(const RecordStore& store, const UndoRecord& record);
 
+/// Deletes the record, but not while a displaced file is left, of which nothing else would tell. Throws
+/// CompressionError::fileOperation when that cannot be returned, or FileSystemError.
+void forgetRecord(const RecordStore& store, const UndoRecord& record);
+
 /// Puts the original back, removes the converted file if there is one, and deletes the record. A user's file
 /// that is not the recorded replacement is never touched: CompressionError::unsafeRestore. A backup that is
 /// `retention` seconds old is removed instead. Also throws CompressionError::fileOperation (expired, missing

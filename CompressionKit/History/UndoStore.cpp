@@ -13,6 +13,10 @@ void UndoStore::restore(const UndoRecord& record) const {
     restoreOriginal(*this, record, backupRetention);
 }
 
+void UndoStore::forget(const UndoRecord& record) const {
+    forgetRecord(*this, record);
+}
+
 std::optional<Date> UndoStore::nextBackupExpiration() const {
     return nextExpiration(*this, backupRetention);
 }

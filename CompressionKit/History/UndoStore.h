@@ -24,6 +24,7 @@ public:
     /// See Restoring.h.
     std::string verifyBackup(const UndoRecord& record) const;
     void restore(const UndoRecord& record) const;
+    void forget(const UndoRecord& record) const;
     /// See BackupCleanup.h.
     std::optional<Date> nextBackupExpiration() const;
     std::int64_t backupBytes(Date now) const;

@@ -51,8 +51,7 @@ void RecordActions::finishRestore(const UndoRecord& record, const std::exception
 
 void RecordActions::deleteTask(const ImageTask& task) {
     queue_.run(
-        task.record()->replacementURL(),
-        [store = store_, record = *task.record()] { store.deleteRecord(record); },
+        task.record()->replacementURL(), [store = store_, record = *task.record()] { store.forget(record); },
         asio::bind_executor(mainThread_,
                             [this, task](const std::exception_ptr& error) { finishDelete(task, error); }));
     // Last: `task` may be the row itself.
