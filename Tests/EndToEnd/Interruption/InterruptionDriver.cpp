@@ -16,6 +16,7 @@
 #include "Scheduling/ExecutionPermit.h"
 #include "Support/SystemCalls.h"
 #include "TarnwickFinderSync/FileManagerMenus.h"
+#include "TarnwickFinderSync/Registrar.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -113,6 +114,16 @@ void setThunarMenu(bool isEnabled) {
     menus.setEnabled(FileManagerMenus::FileManager::thunar, isEnabled);
 }
 
+/// What the application has `pluginkit` do at its start.
+void registerExtension(const Work& /*work*/) {
+    const UserDirectories directories = UserDirectories::fromEnvironment();
+    const std::string bundle = directories.data.appending("app/PlugIns/menus.appex").path();
+    if (runRegistrar({"-a", bundle}, directories) != 0 ||
+        runRegistrar({"-e", "use", "-i", "app.menus"}, directories) != 0) {
+        throw CompressionError::fileOperation("failed");
+    }
+}
+
 const std::map<std::string, std::function<void(const Work&)>> operations = {
     {"compress", compress},
     {"restore",
@@ -121,10 +132,11 @@ const std::map<std::string, std::function<void(const Work&)>> operations = {
      }},
     {"delete",
      [](const Work& work) {
-         forEachRecord(work, [&](const UndoRecord& record) { work.store.deleteRecord(record); });
+         forEachRecord(work, [&](const UndoRecord& record) { work.store.forget(record); });
      }},
     {"clear", [](const Work& work) { work.store.removeAll(); }},
     {"maintain", maintain},
+    {"register", registerExtension},
     {"enable", [](const Work& /*work*/) { setThunarMenu(true); }},
     {"disable", [](const Work& /*work*/) { setThunarMenu(false); }}};
 

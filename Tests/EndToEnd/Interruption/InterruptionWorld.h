@@ -8,7 +8,10 @@
 
 #include <sys/types.h>
 
+#include <functional>
+#include <ostream>
 #include <string>
+#include <vector>
 
 namespace tarnwick::test {
 
@@ -57,5 +60,34 @@ private:
     FakeTools tools_;
     std::string name_;
 };
+
+/// An operation to interrupt.
+struct Operation {
+    std::string title;
+    /// Its name for the driver.
+    std::string command;
+    /// The fixtures of the picture and of what each tool writes.
+    std::string original;
+    std::string output;
+    /// What precedes it.
+    std::function<void(const InterruptionWorld&)> prepare = [](const InterruptionWorld& /*world*/) {};
+
+    bool isForgetting() const { return command == "delete" || command == "clear"; }
+    bool isOfMenus() const { return command == "register" || command.ends_with("able"); }
+};
+
+void PrintTo(const Operation& operation, std::ostream* stream);
+
+/// The rows of every table.
+std::vector<Operation> operations();
+void compressBefore(const InterruptionWorld& world);
+
+/// The file's bytes; none unless it is a regular file.
+std::string textOf(const URL& file);
+/// Every name in the folder, if there is one, begins with the stem.
+void expectNothingBeside(const URL& folder, const std::string& stem);
+/// Thunar's file and the registry can be read, so that the extension can be registered. `isTidy` if nothing
+/// may be beside Thunar's file.
+void expectMenusAreWhole(const InterruptionWorld& world, bool isTidy);
 
 } // namespace tarnwick::test
