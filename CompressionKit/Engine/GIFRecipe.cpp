@@ -74,7 +74,7 @@ bool isAlreadySmall(const RecipeContext& context, const Candidates& candidates) 
 RecipeStep tryingSharedPalette(int colors, int level, const URL& map) {
     return [=](const RecipeContext& context) {
         const URL folder = file(context, fmt::format("lossy{}", level));
-        createDirectories(folder);
+        createDirectory(folder);
         const URL output = folder.appending(fmt::format("shared-{}.gif", colors));
         std::string label = fmt::format("pngquant GIF {} colors", colors);
         if (level > 0) {

@@ -72,7 +72,7 @@ private:
 std::vector<Candidate> searchMode(const RecipeContext& context, std::string_view mode, double minimumScore) {
     std::vector<Candidate> candidates;
     const URL folder = context.workDirectory.appending(mode);
-    createDirectories(folder);
+    createDirectory(folder);
     QualitySearch search(minimumScore);
     while (!search.isOver()) {
         const int quality = search.quality();

@@ -36,24 +36,29 @@ URL homeDirectory() {
 
 } // namespace
 
-void createDirectories(const URL& url, unsigned mode) {
+void createDirectory(const URL& url, unsigned mode) {
     if (::mkdir(url.c_str(), mode) == 0) {
         return;
     }
     const int code = errno;
-    if (code == ENOENT && url.path() != "/") {
-        createDirectories(url.deletingLastPathComponent(), mode);
-        if (::mkdir(url.c_str(), mode) == 0 || errno == EEXIST) {
-            return;
-        }
-        throw FileSystemError("无法创建文件夹", url, errno);
-    }
     // A link to a folder is fine too.
     struct stat status {};
     if (code == EEXIST && ::stat(url.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
         return;
     }
     throw FileSystemError("无法创建文件夹", url, code == EEXIST ? ENOTDIR : code);
+}
+
+void createDirectories(const URL& url, unsigned mode) {
+    try {
+        createDirectory(url, mode);
+    } catch (const FileSystemError& error) {
+        if (error.code() != ENOENT || url.path() == "/") {
+            throw;
+        }
+        createDirectories(url.deletingLastPathComponent(), mode);
+        createDirectory(url, mode);
+    }
 }
 
 void createDurably(const URL& folder) {
@@ -126,7 +131,7 @@ URL PinnedFolder::item(const std::string& name) const {
 }
 
 ScopedDirectory::ScopedDirectory(URL url) : url_(std::move(url)), parent_(url_.deletingLastPathComponent()) {
-    createDirectories(url_, 0700);
+    createDirectory(url_, 0700);
 }
 
 ScopedDirectory::~ScopedDirectory() {

@@ -8,6 +8,9 @@
 
 namespace tarnwick {
 
+/// Creates a folder in an existing one; an existing folder is fine. A new folder gets `mode` (less the
+/// umask). For folders beside a picture: one above them that is missing was renamed. Throws FileSystemError.
+void createDirectory(const URL& url, unsigned mode = 0777);
 /// Creates a folder and the missing folders above it; an existing folder is fine. New folders get `mode`
 /// (less the umask). Throws FileSystemError.
 void createDirectories(const URL& url, unsigned mode = 0777);

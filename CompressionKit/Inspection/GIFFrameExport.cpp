@@ -59,7 +59,7 @@ void writeFrame(const URL& file, FrameReader& frame, const ImageInfo& info, bool
 std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
     const auto container = unreadableAsInvalidImage([&] { return ImageSource::open(source); });
     const ImageInfo& info = container->info();
-    createDirectories(directory);
+    createDirectory(directory);
     // Two passes side by side take less memory than a frame's whole canvas.
     const auto seen = container->frames();
     const auto written = container->frames();
