@@ -1,6 +1,7 @@
 #include "Engine/GIFReference.h"
 
 #include "Foundation/FileOperations.h"
+#include "Inspection/GIFFrameExport.h"
 
 #include <algorithm>
 #include <string>
@@ -18,7 +19,7 @@ std::vector<URL> GIFReference::frames() {
         expected.push_back(folder_.appending("frame-" + std::to_string(i) + ".png"));
     }
     const bool isComplete = std::all_of(expected.begin(), expected.end(), isRegularFile);
-    return isComplete ? expected : ImageFacts::exportGIFFrames(original_.url, folder_);
+    return isComplete ? expected : exportWorkFrames(original_.url, folder_);
 }
 
 } // namespace tarnwick

@@ -15,7 +15,7 @@ public:
     GIFReference(const Original& original, URL folder);
 
     /// The frames as PNG files "frame-0.png" and so on, written by the first call. Throws what
-    /// ImageFacts::exportGIFFrames throws.
+    /// exportWorkFrames() throws.
     std::vector<URL> frames();
 
 private:

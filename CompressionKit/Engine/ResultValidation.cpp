@@ -8,6 +8,7 @@
 #include "Foundation/FileOperations.h"
 #include "Foundation/Text.h"
 #include "ImageIO/ImageSource.h"
+#include "Inspection/GIFFrameExport.h"
 
 #include <algorithm>
 #include <charconv>
@@ -32,7 +33,7 @@ class CandidateFrames {
 public:
     explicit CandidateFrames(const URL& candidate)
         : folder_(candidate.deletingLastPathComponent().appending(candidate.lastPathComponent() + "-frames")),
-          files_(ImageFacts::exportGIFFrames(candidate, folder_.url())) {}
+          files_(exportWorkFrames(candidate, folder_.url())) {}
 
     const std::vector<URL>& files() const { return files_; }
 

@@ -54,12 +54,11 @@ void writeFrame(const URL& file, FrameReader& frame, const ImageInfo& info, bool
     destination->commit();
 }
 
-} // namespace
-
-std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
+std::vector<URL> exportFrames(const URL& source, const URL& directory,
+                              void (*create)(const URL& url, unsigned mode)) {
     const auto container = unreadableAsInvalidImage([&] { return ImageSource::open(source); });
     const ImageInfo& info = container->info();
-    createDirectory(directory);
+    create(directory, 0777);
     // Two passes side by side take less memory than a frame's whole canvas.
     const auto seen = container->frames();
     const auto written = container->frames();
@@ -70,6 +69,16 @@ std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
         writeFrame(files.back(), *written, info, !isOpaque(*seen, info));
     }
     return files;
+}
+
+} // namespace
+
+std::vector<URL> exportGIFFrames(const URL& source, const URL& directory) {
+    return exportFrames(source, directory, createDirectories);
+}
+
+std::vector<URL> exportWorkFrames(const URL& source, const URL& directory) {
+    return exportFrames(source, directory, createDirectory);
 }
 
 } // namespace tarnwick
