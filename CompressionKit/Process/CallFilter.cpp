@@ -77,6 +77,8 @@ public:
         require(context_ != nullptr ? 0 : -1);
         // Calls of another architecture, whose numbers would pass for harmless ones.
         require(::seccomp_attr_set(context_, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS));
+        // A tree. The kernel tries each call when the filter is installed; with a list that took 0.4 ms.
+        require(::seccomp_attr_set(context_, SCMP_FLTATR_CTL_OPTIMIZE, 2));
     }
     ~Description() { ::seccomp_release(context_); }
     Description(const Description&) = delete;
