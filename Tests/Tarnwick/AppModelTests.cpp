@@ -253,14 +253,14 @@ TEST_F(AppModelTest, AsksAboutFilesThatWereOnlyOpenedOneQuestionAfterTheOther) {
     };
     confirmation.open({}, false);
     EXPECT_EQ(questionAbout("requested.png", true), "");
-    EXPECT_EQ(questionAbout("f\u202E.png", false), "要压缩“f\uFFFD.png”吗？");
-    EXPECT_EQ(questionAbout("second.png", false), "要压缩“f\uFFFD.png”吗？");
-    EXPECT_EQ(questionAbout("third.png", false), "要压缩“f\uFFFD.png”吗？");
+    EXPECT_EQ(questionAbout("f\u202E\u202C.png", false), "要压缩“f\uFFFD\uFFFD.png”吗？");
+    EXPECT_EQ(questionAbout("second.png", false), "要压缩“f\uFFFD\uFFFD.png”吗？");
+    EXPECT_EQ(questionAbout("third.png", false), "要压缩“f\uFFFD\uFFFD.png”吗？");
     EXPECT_EQ(names(), "requested.png ");
     alerts.answer(true);
     EXPECT_EQ(alerts.shown.back().message, "要压缩这 2 个文件吗？");
     alerts.answer(false);
-    EXPECT_EQ(names(), "requested.png f\uFFFD.png ");
+    EXPECT_EQ(names(), "requested.png f\uFFFD\uFFFD.png ");
     settle();
 }
 

@@ -28,9 +28,9 @@ TEST(TextTest, ReplacesWhatIsIllFormedAndKeepsTheRest) {
                          "c\n"),
               "a\uFFFDb\uFFFDc\n");
     EXPECT_EQ(decodeUTF8("\xE5\xA1"), "\uFFFD");
-    EXPECT_EQ(displayText("a\nb\x1B[31m\x7F\xC2\x9B 塔\u202Egnp\u2066\u2028"),
-              "a\uFFFDb\uFFFD[31m\uFFFD\uFFFD 塔\uFFFDgnp\uFFFD\uFFFD");
-    EXPECT_EQ(displayableJSON("\"\x7F\xC2\x9B塔\u202E\""), R"("\u007f\u009b塔\u202e")");
+    EXPECT_EQ(displayText("a\nb\x1B[31m\x7F\xC2\x9B 塔\u202Egnp\u202C\u2066\u2069\u2028"),
+              "a\uFFFDb\uFFFD[31m\uFFFD\uFFFD 塔\uFFFDgnp\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(displayableJSON("\"\x7F\xC2\x9B塔\u202E\u202C\""), R"("\u007f\u009b塔\u202e\u202c")");
 }
 
 TEST(TextTest, CountsCharactersNotBytes) {

@@ -67,11 +67,11 @@ TEST(DisplayDecoderTest, RefusesWhatIsNotAWholePicture) {
 }
 
 TEST(DisplayDecoderTest, ShowsSmallerWhatIsTooLargeToBeHeld) {
-    const ImageLimits few = {.maximumBufferedPixels = 16 * 12};
+    const ImageLimits few = {.maximumBufferedPixels = 192};
     EXPECT_EQ(decodeForDisplay(picture("photo.png"), std::nullopt, few).width, 16);
     EXPECT_EQ(decodeForDisplay(picture("photo.png"), 20, few).width, 16);
     EXPECT_EQ(decodeForDisplay(picture("photo.png"), 10, few).width, 10);
-    const ImageLimits little = {.maximumSmallFileMemory = 16 * 8 * 4 * 2};
+    const ImageLimits little = {.maximumSmallFileMemory = 1024};
     EXPECT_EQ(decodeForDisplay(picture("half-turned.jpg"), std::nullopt, little).height, 16);
 }
 
